@@ -1,0 +1,77 @@
+// zelbase - the command-line tool of the zelbase library. `zelbase demo` walks
+// through what the library can do; the other subcommands expose single
+// facilities (return codes, UUIDs, base64, decimals, dates) for scripts and
+// for people poking at stored data.
+#include <cstdio>
+#include <cstring>
+
+#include "zelbase_cmds.h"
+
+#ifndef ZELBASE_VERSION
+#define ZELBASE_VERSION "0.0.0"
+#endif
+
+namespace {
+
+struct DemoSection {
+    const char *title;
+    zb_demo_fcn fcn;
+};
+
+constexpr DemoSection kDemoSections[] = {
+    {"Memory tags", zb_demo_tags},
+};
+
+int zb_cmd_demo(int, char **) {
+    int failures = 0;
+    for (const DemoSection &s : kDemoSections) {
+        std::printf("== %s ==\n", s.title);
+        if (s.fcn(stdout) != 0) {
+            std::printf("!! %s failed\n", s.title);
+            ++failures;
+        }
+        std::printf("\n");
+    }
+    return failures == 0 ? 0 : 1;
+}
+
+struct Command {
+    const char *name;
+    const char *args;
+    const char *help;
+    zb_cmd_fcn fcn;
+};
+
+constexpr Command kCommands[] = {
+    {"demo", "", "walk through what the library can do", zb_cmd_demo},
+};
+
+void zb_usage(FILE *out) {
+    std::fprintf(out, "usage: zelbase COMMAND [ARGS]\n       zelbase --help | --version\n\n");
+    std::fprintf(out, "commands:\n");
+    for (const Command &c : kCommands) {
+        char left[64];
+        std::snprintf(left, sizeof left, "%s %s", c.name, c.args);
+        std::fprintf(out, "  %-34s %s\n", left, c.help);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
+        std::strcmp(argv[1], "help") == 0) {
+        zb_usage(stdout);
+        return argc < 2 ? 2 : 0;
+    }
+    if (std::strcmp(argv[1], "--version") == 0) {
+        std::printf("zelbase %s\n", ZELBASE_VERSION);
+        return 0;
+    }
+    for (const Command &c : kCommands) {
+        if (std::strcmp(argv[1], c.name) == 0) return c.fcn(argc - 2, argv + 2);
+    }
+    std::fprintf(stderr, "zelbase: unknown command \"%s\"\n\n", argv[1]);
+    zb_usage(stderr);
+    return 2;
+}

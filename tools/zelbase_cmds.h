@@ -1,0 +1,17 @@
+// zelbase_cmds.h - the subcommands and demo sections of the zelbase tool.
+// Each module that the tool shows off adds a `zb_demo_<module>` section (run
+// in order by `zelbase demo`) and, where it has one, a `zb_cmd_<name>`
+// subcommand; both are listed in the tables of zelbase.cpp.
+#ifndef ZELBASE_CMDS_H
+#define ZELBASE_CMDS_H
+
+#include <cstdio>
+
+// A demo section prints to `out` and returns 0, or non-zero on a failure.
+using zb_demo_fcn = int (*)(FILE *out);
+// A subcommand gets the arguments after its name and returns the exit code.
+using zb_cmd_fcn = int (*)(int argc, char **argv);
+
+int zb_demo_tags(FILE *out);
+
+#endif
