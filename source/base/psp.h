@@ -83,8 +83,9 @@ ZEL_NODISCARD ZEL_RETCODE psp_fileRead(PSP_FILE_T file, void *buf, uint32_t want
 ZEL_NODISCARD ZEL_RETCODE psp_fileWrite(PSP_FILE_T file, const void *buf, uint32_t bytes);
 /* The console speaks UTF-16 units in host order (the console mode of the file
  * layer), the terminal UTF-8. A console read takes what one read of the
- * terminal gives (a line, as a rule), at most `wanted` / 4 bytes, and hands
- * back their units; bad UTF-8 becomes U+FFFD. `wanted` must be at least 8
+ * terminal gives (a line, as a rule; at most `wanted` / 2 - 3 bytes and 1024,
+ * so that the units fit), finishes a sequence the read cut, and hands back
+ * the units; bad UTF-8 becomes U+FFFD. `wanted` must be at least 8
  * (eINVARG). sOKAY with a zero count at the end of the input. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileConsoleRead(PSP_FILE_T file, void *buf, uint32_t wanted,
                                               uint32_t *pRead);
@@ -117,13 +118,14 @@ ZEL_NODISCARD ZEL_RETCODE psp_fileSetEcho(PSP_FILE_T file, ZEL_BOOL_T on);
 /* An exclusive advisory lock on the whole file, not waiting. sOKAY;
  * eFILEACCESS when another holder has it; eNOTIMPLEMENTED when the file
  * system cannot lock; eINVHANDLE when the file is not open for writing.
- * Mechanism: fcntl open-file-description locks (F_OFD_SETLK), chosen over
- * flock because they are the POSIX record locks that NFS and SMB carry to the
- * server and that other processes' fcntl locks see, while they keep flock's
- * ownership: the lock belongs to this open file, so a second open of the same
- * file in this process conflicts with it, and closing another descriptor of
- * the file does not drop it (both of which classic F_SETLK gets wrong). The
- * lock goes with the last close of the descriptor or psp_fileUnlock. */
+ * Mechanism: fcntl open-file-description locks (F_OFD_SETLK), not flock.
+ * They are POSIX record locks, so they mean the same on a local disk and on
+ * NFS (where Linux turns flock into record locks anyway) and they see the
+ * fcntl locks of other programs; yet they are owned like flock's: by this open
+ * file, so a second open of the same file in this process conflicts, and
+ * closing some other descriptor of the file does not drop the lock (both of
+ * which classic F_SETLK gets wrong). The lock ends with psp_fileUnlock or the
+ * last close of the descriptor. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileLock(PSP_FILE_T file);
 ZEL_RETCODE psp_fileUnlock(PSP_FILE_T file);
 
