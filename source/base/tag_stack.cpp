@@ -128,19 +128,34 @@ ZEL_RETCODE b_tag_stack_next_block(B_TAG_STACK tag, size_t size, size_t len, uin
     return sOKAY;
 }
 
-ZEL_RETCODE b_tag_stack_alloc(B_TAG_STACK tag, size_t size, uint8_t **pPlace) {
-    if (size > SIZE_MAX - 7) return eNOMEMORY;
-    size_t len = (size + 7) & ~static_cast<size_t>(7);
-    uint8_t *place = tag->current_top;
-    if (len > static_cast<size_t>(tag->current_max - place)) {
-        ZEL_RETCODE rc;
-        ZEL_CHECK(rc = b_tag_stack_next_block(tag, size, len, &place));
-    }
+void b_tag_stack_bump(B_TAG_STACK tag, uint8_t *place, size_t len) {
     tag->current_top = place + len;
     int64_t used = b_tag_stack_used(tag->current, tag->current_top);
     if (used > tag->max_allocated) tag->max_allocated = used;
-    *pPlace = place;
+}
+
+// Out of line so that the common path needs no saved registers.
+[[gnu::noinline]] ZEL_RETCODE b_tag_stack_alloc_slow(B_TAG_STACK tag, size_t size, void *pBuf) {
+    if (size > SIZE_MAX - 7) return eNOMEMORY;
+    size_t len = (size + 7) & ~static_cast<size_t>(7);
+    uint8_t *place = nullptr;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_stack_next_block(tag, size, len, &place));
+    b_tag_stack_bump(tag, place, len);
+    b_tag_stack_store(pBuf, place);
     return sOKAY;
+}
+
+// The common path: round up to 8, add and compare.
+inline ZEL_RETCODE b_tag_stack_alloc(B_TAG_STACK tag, size_t size, void *pBuf) {
+    uint8_t *place = tag->current_top;
+    size_t len = (size + 7) & ~static_cast<size_t>(7);
+    if (size <= SIZE_MAX - 7 && len <= static_cast<size_t>(tag->current_max - place)) {
+        b_tag_stack_bump(tag, place, len);
+        b_tag_stack_store(pBuf, place);
+        return sOKAY;
+    }
+    return b_tag_stack_alloc_slow(tag, size, pBuf);
 }
 
 }  // namespace
@@ -184,11 +199,7 @@ void b_tag_stackDestroy(B_TAG_STACK tag_stack) {
 }
 
 ZEL_RETCODE b_tag_stackAlloc(B_TAG_STACK tag_stack, size_t size, void *pBuf) {
-    uint8_t *place;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_stack_alloc(tag_stack, size, &place));
-    b_tag_stack_store(pBuf, place);
-    return sOKAY;
+    return b_tag_stack_alloc(tag_stack, size, pBuf);
 }
 
 ZEL_RETCODE b_tag_stackAllocClear(B_TAG_STACK tag_stack, size_t size, void *pBuf) {
