@@ -318,6 +318,25 @@ TEST(AvlDelete, RightChildWithoutLeftChildReplacesTheNode) {
     EXPECT_EQ(g.check(), "");
 }
 
+TEST(AvlWalk, DirectionChosenThroughFunctionPointers) {
+    Harness h(10);
+    for (uint64_t key : {4, 8, 1, 6}) {
+        ASSERT_EQ(b_avlAdd(&h.avl, &h.items[key].link), sOKAY);
+    }
+    const struct {
+        AVL_FCN start;
+        AVL_NODE_FCN step;
+        std::vector<uint64_t> want;
+    } walks[] = {{b_avlFirst, b_avlNext, {1, 4, 6, 8}}, {b_avlLast, b_avlPrev, {8, 6, 4, 1}}};
+    for (const auto &w : walks) {
+        std::vector<uint64_t> got;
+        for (B_AVL_NODE_T *n = w.start(&h.avl); n != nullptr; n = w.step(n)) {
+            got.push_back(reinterpret_cast<Item *>(n)->key);
+        }
+        EXPECT_EQ(got, w.want);
+    }
+}
+
 // Lookups by a bare address that the comparison never dereferences, as an
 // owner of address ranges does.
 struct Range {

@@ -15,9 +15,15 @@
  * Threads make stepping a few loads with no parent links; an operation that
  * changes the tree records its path in a fixed array on its own stack, so the
  * tree never allocates (the memory tags are built on it).
+ *
+ * B_AVL_NODE_T, at the head of the caller's record:
+ *   OFFSET  SIZE  MEANING
+ *   0       8     left:  child or predecessor thread | leaf flag (bit 0)
+ *   8       8     right: child or successor thread | balance + 1 (bits 0-1)
  */
 #include "avl.h"
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -26,7 +32,8 @@ namespace {
 constexpr uintptr_t AVL_LEAF = 1;     // bit 0 of `left`
 constexpr uintptr_t AVL_BALANCE = 3;  // bits 0-1 of `right`: balance + 1
 
-static_assert(sizeof(B_AVL_NODE_T) == 2 * sizeof(void *), "a node is exactly two pointers");
+static_assert(sizeof(B_AVL_NODE_T) == 16 && sizeof(void *) == 8, "a node is two pointers");
+static_assert(offsetof(B_AVL_NODE_T, left) == 0 && offsetof(B_AVL_NODE_T, right) == 8);
 static_assert(alignof(B_AVL_NODE_T) >= 4, "two tag bits need 4-byte alignment");
 
 // Path of one changing operation, from the root down. 100 levels is beyond
@@ -263,6 +270,7 @@ void avl_rebalanceOnDelete(B_AVL_T *avl, AVL_STACK *stack) {
 }
 
 ZEL_RETCODE avl_insert(B_AVL_T *avl, B_AVL_NODE_T *value) {
+    assert((avl_word(value) & AVL_BALANCE) == 0 && "nodes need 4-byte alignment");
     AVL_STACK stack;
     B_AVL_NODE_T *found, *next, *prev;
     if (avl_locate(avl, &stack, &found, &next, &prev, value) == sOKAY) return eDUPLICATE;
