@@ -1,0 +1,252 @@
+// Byte buffer: growth steps in each mode, the refusals of static buffers,
+// borrowed views, copying, reading back, and allocation failures.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "buffer.h"
+#include "text_tags.h"
+
+namespace {
+
+using BufferGrowth = TextTagTest;
+using BufferCopy = TextTagTest;
+using BufferInput = TextTagTest;
+using BufferBorrowed = TextTagTest;
+
+std::string held(const B_BUFFER_T &b) {
+    return std::string(b.data.str, b.len);
+}
+
+TEST_F(BufferGrowth, EmitByteGrowsSixteenAtATime) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    EXPECT_EQ(b.size, 0u);
+    // Capacity follows len + 16 each time len reaches it: 16, 32, 48.
+    for (int i = 0; i < 40; ++i) {
+        ASSERT_EQ(b_bufferEmitByte(&b, 0x100 + 'a' + i % 26), sOKAY);  // low byte only
+        EXPECT_EQ(b.size, (static_cast<size_t>(i) / 16 + 1) * 16);
+    }
+    EXPECT_EQ(b.len, 40u);
+    EXPECT_EQ(b.data.bin[27], 'b');
+    b_bufferTerm(&b);
+    EXPECT_EQ(b.subTag, nullptr);
+    EXPECT_EQ(b.data.ptr, nullptr);
+}
+
+TEST_F(BufferGrowth, BulkGrowsToTheExactSum) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferEmitBytesBulk(&b, "hello", 5), sOKAY);
+    EXPECT_EQ(b.size, 5u);
+    // Capacity 5 is "not above" 5 + 3, so it becomes exactly 8.
+    ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abc", 3), sOKAY);
+    EXPECT_EQ(b.size, 8u);
+    ASSERT_EQ(b_bufferIncreaseSize(&b, 100), sOKAY);
+    EXPECT_EQ(b.size, 100u);
+    ASSERT_EQ(b_bufferIncreaseSize(&b, 10), sOKAY);  // never shrinks
+    EXPECT_EQ(b.size, 100u);
+    ASSERT_EQ(b_bufferEmitString(&b, "!?"), sOKAY);
+    EXPECT_EQ(held(b), "helloabc!?");
+    b_bufferTerm(&b);
+}
+
+TEST_F(BufferGrowth, AllocateBufferResizesEveryTime) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferIncreaseSize(&b, 64), sOKAY);
+    uint8_t *p = nullptr;
+    ASSERT_EQ(b_bufferAllocateBuffer(&b, 6, &p), sOKAY);
+    std::memcpy(p, "abcdef", 6);
+    EXPECT_EQ(b.len, 6u);
+    EXPECT_EQ(b.size, 6u);  // resized to len + size, down from 64
+    ASSERT_EQ(b_bufferAllocateBuffer(&b, 2, &p), sOKAY);
+    std::memcpy(p, "gh", 2);
+    EXPECT_EQ(b.size, 8u);
+    EXPECT_EQ(held(b), "abcdefgh");
+    b_bufferTerm(&b);
+}
+
+TEST_F(BufferGrowth, PadZeroFillsToTheNextMultiple) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abcde", 5), sOKAY);
+    ASSERT_EQ(b_bufferPad(&b, 16), sOKAY);
+    EXPECT_EQ(b.len, 16u);
+    EXPECT_EQ(held(b), std::string("abcde") + std::string(11, '\0'));
+    size_t size = b.size;
+    ASSERT_EQ(b_bufferPad(&b, 16), sOKAY);  // already on a multiple
+    EXPECT_EQ(b.len, 16u);
+    EXPECT_EQ(b.size, size);
+    b_bufferReset(&b);
+    EXPECT_EQ(b.len, 0u);
+    EXPECT_EQ(b.size, size);  // memory kept
+    b_bufferTerm(&b);
+}
+
+TEST(BufferStatic, RefusesToGrowWithTruncated) {
+    uint8_t mem[4] = {};
+    B_BUFFER_T b;
+    b_bufferInitStatic(&b, mem, sizeof mem, 1);
+    EXPECT_EQ(b_bufferEmitByte(&b, 'x'), sOKAY);
+    EXPECT_EQ(b_bufferEmitByte(&b, 'y'), sOKAY);
+    EXPECT_EQ(b_bufferEmitByte(&b, 'z'), sOKAY);
+    EXPECT_EQ(b_bufferEmitByte(&b, 'w'), eTRUNCATED);
+    EXPECT_EQ(b.len, 4u);  // keeps what it holds
+    EXPECT_EQ(mem[3], 'z');
+    EXPECT_EQ(b_bufferIncreaseSize(&b, 5), eTRUNCATED);
+    EXPECT_EQ(b_bufferIncreaseSize(&b, 4), sOKAY);
+
+    // Bulk resizes even on an exact fit, which a static buffer refuses.
+    b_bufferInitStatic(&b, mem, sizeof mem, 0);
+    EXPECT_EQ(b_bufferEmitBytesBulk(&b, "abc", 3), sOKAY);
+    b_bufferInitStatic(&b, mem, sizeof mem, 0);
+    EXPECT_EQ(b_bufferEmitBytesBulk(&b, "abcd", 4), eTRUNCATED);
+    EXPECT_EQ(b.len, 0u);
+    uint8_t *p = nullptr;
+    EXPECT_EQ(b_bufferAllocateBuffer(&b, 1, &p), eTRUNCATED);
+    EXPECT_EQ(p, nullptr);
+
+    b_bufferInitStatic(&b, mem, sizeof mem, 3);
+    EXPECT_EQ(b_bufferPad(&b, 4), sOKAY);
+    EXPECT_EQ(b_bufferPad(&b, 8), eTRUNCATED);
+    b_bufferTerm(&b);  // frees nothing: the memory is the caller's
+}
+
+TEST(BufferStatic, CapacityZeroRefusesTheFirstByte) {
+    uint8_t mem[1];
+    B_BUFFER_T b;
+    b_bufferInitStatic(&b, mem, 0, 0);
+    EXPECT_EQ(b_bufferEmitByte(&b, 'x'), eTRUNCATED);
+}
+
+TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnce) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferEmitString(&b, "owned"), sOKAY);
+    b_bufferSetStatic(&b, "view", 4);  // frees the owned bytes
+    EXPECT_EQ(text_subBytes(sub), start);
+    EXPECT_EQ(b.size, 0u);
+    EXPECT_EQ(b.subTag, sub);
+    b_bufferSetStatic(&b, "other", 5);  // size 0: nothing to free
+    EXPECT_EQ(held(b), "other");
+    b_bufferTerm(&b);
+}
+
+TEST_F(BufferBorrowed, GrowingDropsTheViewWithoutCopying) {
+    const char text[] = "abcdef";
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    b_bufferSetStatic(&b, text, 6);
+    ASSERT_EQ(b_bufferEmitByte(&b, 'g'), sOKAY);
+    EXPECT_NE(b.data.ptr, static_cast<const void *>(text));
+    EXPECT_EQ(b.size, 22u);  // len 6 + 16
+    EXPECT_EQ(b.len, 7u);    // len stands
+    EXPECT_EQ(b.data.bin[6], 'g');
+    EXPECT_STREQ(text, "abcdef");  // the view is never written
+    b_bufferTerm(&b);
+
+    B_BUFFER_T s;  // borrowed with no tag cannot grow at all
+    b_bufferInitStatic(&s, const_cast<char *>(text), 0, 6);
+    EXPECT_EQ(b_bufferEmitByte(&s, 'g'), eTRUNCATED);
+}
+
+TEST_F(BufferCopy, BorrowedSourceGivesAView) {
+    const char text[] = "0123456789";
+    B_BUFFER_T src, dst;
+    b_bufferInitStatic(&src, const_cast<char *>(text), 0, 10);
+    src.pos = 4;
+    b_bufferInit(&dst, sub);
+    ASSERT_EQ(b_bufferCopy(&dst, &src), sOKAY);
+    EXPECT_EQ(dst.data.str, text + 4);
+    EXPECT_EQ(dst.len, 6u);
+    EXPECT_EQ(dst.size, 0u);
+    EXPECT_EQ(src.pos, 4u);  // source left as it is
+    ASSERT_EQ(b_bufferCopyPartial(&dst, &src, 3), sOKAY);
+    EXPECT_EQ(held(dst), "456");
+    src.pos = src.len;
+    ASSERT_EQ(b_bufferCopy(&dst, &src), sOKAY);
+    EXPECT_EQ(dst.len, 0u);  // a view of 0 bytes
+    b_bufferTerm(&dst);
+}
+
+TEST_F(BufferCopy, OwnedSourceIsAppended) {
+    B_BUFFER_T src, dst;
+    b_bufferInit(&src, sub);
+    b_bufferInit(&dst, sub);
+    ASSERT_EQ(b_bufferEmitString(&src, "0123456789"), sOKAY);
+    ASSERT_EQ(b_bufferEmitString(&dst, "ab"), sOKAY);
+    src.pos = 7;
+    ASSERT_EQ(b_bufferCopy(&dst, &src), sOKAY);
+    ASSERT_EQ(b_bufferCopyPartial(&dst, &src, 1), sOKAY);
+    EXPECT_EQ(held(dst), "ab7897");
+    b_bufferTerm(&src);
+    b_bufferTerm(&dst);
+}
+
+TEST_F(BufferInput, BytesAndSeek) {
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferEmitString(&b, "xyz"), sOKAY);
+    uint32_t c = 0;
+    ASSERT_EQ(b_bufferInputByte(&b, &c), sOKAY);
+    EXPECT_EQ(c, 'x');
+    ASSERT_EQ(b_bufferSeek(&b, 2), sOKAY);
+    ASSERT_EQ(b_bufferInputByte(&b, &c), sOKAY);
+    EXPECT_EQ(c, 'z');
+    c = 0;
+    EXPECT_EQ(b_bufferInputByte(&b, &c), eEOD);
+    EXPECT_EQ(c, 0u);
+    EXPECT_EQ(b_bufferSeek(&b, 3), sOKAY);
+    EXPECT_EQ(b_bufferSeek(&b, 4), eEOD);
+    EXPECT_EQ(b.pos, 3u);
+    b_bufferTerm(&b);
+}
+
+TEST_F(BufferInput, BulkShortReadCountsLenLessCapacity) {
+    // A buffer sized to its length, as the stream readers see it.
+    B_BUFFER_T b;
+    b_bufferInit(&b, sub);
+    ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abcdef", 6), sOKAY);
+    ASSERT_EQ(b.size, b.len);
+    char out[8] = {};
+    size_t got = 99;
+    ASSERT_EQ(b_bufferInputBytesBulk(&b, 4, out, &got), sOKAY);
+    EXPECT_EQ(got, 4u);
+    EXPECT_EQ(std::string(out, 4), "abcd");
+    EXPECT_EQ(b_bufferInputBytesBulk(&b, 3, out, &got), eEOD);  // len - size = 0
+    EXPECT_EQ(got, 0u);
+    EXPECT_EQ(b.pos, 4u);
+    ASSERT_EQ(b_bufferInputBytesBulk(&b, 2, out, nullptr), sOKAY);
+    EXPECT_EQ(std::string(out, 2), "ef");
+    // Over-capacity (growing) buffer: the count is held at 0, never past len.
+    ASSERT_EQ(b_bufferIncreaseSize(&b, 64), sOKAY);
+    b.pos = 0;
+    EXPECT_EQ(b_bufferInputBytesBulk(&b, 7, out, &got), eEOD);
+    EXPECT_EQ(got, 0u);
+    b_bufferTerm(&b);
+}
+
+TEST(BufferOutOfMemory, FailedGrowthLeavesTheRecord) {
+    TextSeededTags tags(16);
+    B_BUFFER_T b;
+    b_bufferInit(&b, tags.sub);
+    ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abc", 3), sOKAY);
+    tags.Fill(B_PAGE_SIZE);
+    const B_BUFFER_T before = b;
+    std::string big(5000, 'q');
+    ZEL_RETCODE rc;
+    int failures = 0;
+    while ((rc = b_bufferEmitBytesBulk(&b, big.data(), big.size())) != sOKAY) {
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(std::memcmp(&b, &before, sizeof b), 0);
+        ++failures;
+        ASSERT_TRUE(tags.Release());
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(held(b), "abc" + big);
+    b_bufferTerm(&b);
+}
+
+}  // namespace
