@@ -1,0 +1,120 @@
+// Formatting: the limits of each form, output through a function, and texts
+// made in tag memory.
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <string>
+
+#include "format.h"
+#include "tag_stack.h"
+#include "text_tags.h"
+
+namespace {
+
+using FormatAlloc = TextTagTest;
+
+ZEL_RETCODE exFormat(size_t *len, char *str, size_t size, const char *fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    ZEL_RETCODE rc = b_vsnprintfEx(len, str, size, fmt, args);
+    va_end(args);
+    return rc;
+}
+
+struct Collect {
+    std::string text;
+    size_t failAt = SIZE_MAX;
+    static ZEL_RETCODE put(B_OUTPUT_CTX ctx, uint32_t ch) {
+        auto *c = static_cast<Collect *>(ctx);
+        if (c->text.size() == c->failAt) return eFILEIO;
+        c->text.push_back(static_cast<char>(ch));
+        return sOKAY;
+    }
+};
+
+TEST(FormatLimits, SnprintfExNeedsRoomForTheTerminator) {
+    char buf[8];
+    size_t len = 99;
+    EXPECT_EQ(exFormat(&len, buf, 5, "%s", "abcde"), eRANGE);  // size == length
+    EXPECT_EQ(len, 99u);
+    EXPECT_EQ(exFormat(&len, buf, 6, "%s", "abcde"), sOKAY);
+    EXPECT_EQ(len, 5u);
+    EXPECT_STREQ(buf, "abcde");
+    EXPECT_EQ(exFormat(&len, nullptr, 0, "%d-%d", 123, 45), sOKAY);  // measures
+    EXPECT_EQ(len, 6u);
+    EXPECT_EQ(b_snprintf(buf, sizeof buf, "%05d", 42), 5);
+    EXPECT_STREQ(buf, "00042");
+    EXPECT_EQ(b_sprintf(buf, "%c%c", 'o', 'k'), 2);
+    EXPECT_STREQ(buf, "ok");
+}
+
+TEST(FormatLimits, FnprintfTakes4095Bytes) {
+    Collect c;
+    ASSERT_EQ(b_fnprintf(&Collect::put, &c, "%4095s", "x"), sOKAY);
+    EXPECT_EQ(c.text.size(), 4095u);
+    Collect d;
+    EXPECT_EQ(b_fnprintf(&Collect::put, &d, "%4096s", "x"), eRANGE);
+    EXPECT_TRUE(d.text.empty());  // nothing emitted
+    EXPECT_EQ(b_fnprintf(&Collect::put, &d, "%s", ""), sOKAY);
+}
+
+TEST(FormatLimits, FirstFailureOfTheFunctionIsReturned) {
+    Collect c;
+    c.failAt = 3;
+    EXPECT_EQ(b_fnprintf(&Collect::put, &c, "%s", "abcdef"), eFILEIO);
+    EXPECT_EQ(c.text, "abc");
+    Collect d;
+    d.failAt = 2;
+    EXPECT_EQ(b_outputString(&Collect::put, &d, "xyz"), eFILEIO);
+    EXPECT_EQ(d.text, "xy");
+    Collect e;
+    EXPECT_EQ(b_outputString(&Collect::put, &e, "xyz"), sOKAY);
+    EXPECT_EQ(e.text, "xyz");
+}
+
+TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
+    char *s = nullptr;
+    int64_t before = text_subBytes(sub);
+    ASSERT_EQ(b_makeStr(sub, &s, "%s=%d", "key", 17), sOKAY);
+    EXPECT_STREQ(s, "key=17");
+    EXPECT_GT(text_subBytes(sub), before);
+    b_tag_subFree(sub, s);
+}
+
+TEST_F(FormatAlloc, AppendStrGrowsTheText) {
+    char *s = nullptr;
+    ASSERT_EQ(b_appendStr(sub, &s, nullptr, "%s", "one"), sOKAY);  // null: length 0
+    ASSERT_EQ(b_appendStr(sub, &s, s, ", %s", "two"), sOKAY);
+    ASSERT_EQ(b_appendStr(sub, &s, s, ", %d", 3), sOKAY);
+    EXPECT_STREQ(s, "one, two, 3");
+    b_tag_subFree(sub, s);
+}
+
+TEST_F(FormatAlloc, MakeStrStack) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
+    char *s = nullptr;
+    ASSERT_EQ(b_makeStrStack(stack, &s, "%x", 255u), sOKAY);
+    EXPECT_STREQ(s, "ff");
+    b_tag_stackDestroy(stack);
+}
+
+TEST(FormatOutOfMemory, MakeStrFailsCleanly) {
+    TextSeededTags tags(16);
+    tags.Fill(B_PAGE_SIZE);
+    std::string big(5000, 'm');
+    char *s = nullptr;
+    ZEL_RETCODE rc;
+    int failures = 0;
+    while ((rc = b_makeStr(tags.sub, &s, "%s", big.c_str())) != sOKAY) {
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(s, nullptr);
+        ++failures;
+        ASSERT_TRUE(tags.Release());
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(std::string(s), big);
+    b_tag_subFree(tags.sub, s);
+}
+
+}  // namespace
