@@ -1,0 +1,202 @@
+// Tests of the object pools: LIFO reuse, the cap, shedding of a too small
+// head, constructor and destructor calls, modes, and the sub tag's accounting.
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "pool.h"
+#include "tag_master_psp.h"
+#include "tag_sub.h"
+
+namespace {
+
+struct Calls {
+    int constructed = 0;
+    int destroyed = 0;
+};
+
+void CountConstruct(B_POOL_USERDATA userdata, void *object) {
+    static_cast<Calls *>(userdata)->constructed++;
+    std::memset(object, 0xc0, 8);  // a constructor's mark in the first bytes
+}
+
+void CountDestroy(B_POOL_USERDATA userdata, void *) {
+    static_cast<Calls *>(userdata)->destroyed++;
+}
+
+class Pool : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master), sOKAY);
+        ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
+        b_tag_subMemUsage(sub, &subStart, &subPeak, nullptr);
+        b_poolInit(&pool, sub, B_POOL_FIXED_SIZE, CountConstruct, CountDestroy, &calls);
+    }
+    void TearDown() override {
+        b_poolTerm(&pool);
+        EXPECT_EQ(pool.next, nullptr);
+        EXPECT_EQ(pool.count, 0u);
+        EXPECT_EQ(pool.subTag, nullptr);
+        EXPECT_EQ(calls.constructed, calls.destroyed);
+        int64_t cur, peak;
+        b_tag_subMemUsage(sub, &cur, &peak, nullptr);
+        EXPECT_EQ(cur, subStart);  // every object back to the sub tag
+        b_tag_subDestroy(sub);
+        b_tag_masterDestroy(master);
+    }
+    uint8_t *Get(size_t sz, B_POOL_ALLOC_OPT mode = B_POOL_ALLOC, const void *data = nullptr) {
+        uint8_t *p = nullptr;
+        EXPECT_EQ(b_poolGetMem(&pool, sz, mode, data, &p), sOKAY);
+        return p;
+    }
+    static size_t CreatedFor(void *object) { return (static_cast<B_POOL_HDR *>(object) - 1)->size; }
+
+    B_TAG_MASTER master = nullptr;
+    B_TAG_SUB sub = nullptr;
+    int64_t subStart = 0, subPeak = 0;
+    Calls calls;
+    B_POOL_T pool{};
+};
+
+TEST_F(Pool, InitSetsTheDefaultCap) {
+    EXPECT_EQ(pool.max_pooled_items, 1000u);
+    EXPECT_EQ(pool.count, 0u);
+    EXPECT_EQ(pool.size_info, B_POOL_FIXED_SIZE);
+}
+
+TEST_F(Pool, ReusesLastInFirstOut) {
+    uint8_t *a = Get(48), *b = Get(48), *c = Get(48);
+    b_poolPut(&pool, a);
+    b_poolPut(&pool, b);
+    b_poolPut(&pool, c);
+    EXPECT_EQ(pool.count, 3u);
+    EXPECT_EQ(Get(48), c);
+    EXPECT_EQ(Get(40), b);  // smaller still fits; its size stays 48
+    EXPECT_EQ(CreatedFor(b), 48u);
+    EXPECT_EQ(Get(48), a);
+    EXPECT_EQ(pool.count, 0u);
+    EXPECT_EQ(calls.constructed, 3);
+    EXPECT_EQ(calls.destroyed, 0);
+    b_poolPut(&pool, a);
+    b_poolPut(&pool, b);
+    b_poolPut(&pool, c);
+}
+
+TEST_F(Pool, PutBeyondTheCapDestroysAtOnce) {
+    psp_poolSetMaxPooled(&pool, 2);
+    uint8_t *a = Get(32), *b = Get(32), *c = Get(32);
+    b_poolPut(&pool, a);
+    b_poolPut(&pool, b);
+    EXPECT_EQ(calls.destroyed, 0);
+    b_poolPut(&pool, c);
+    EXPECT_EQ(calls.destroyed, 1);
+    EXPECT_EQ(pool.count, 2u);
+    EXPECT_EQ(Get(32), b);  // c never entered the list
+    b_poolPut(&pool, b);
+}
+
+TEST_F(Pool, SetMaxToZeroEmptiesFromTheHead) {
+    std::vector<uint8_t *> objs;
+    for (int i = 0; i < 5; ++i) objs.push_back(Get(24));
+    for (uint8_t *p : objs) b_poolPut(&pool, p);
+    psp_poolSetMaxPooled(&pool, 3);
+    EXPECT_EQ(pool.count, 3u);
+    EXPECT_EQ(Get(24), objs[2]);  // the two newest went first
+    b_poolPut(&pool, objs[2]);
+    psp_poolSetMaxPooled(&pool, 0);
+    EXPECT_EQ(pool.count, 0u);
+    EXPECT_EQ(pool.next, nullptr);
+    EXPECT_EQ(calls.destroyed, 5);
+    b_poolPut(&pool, Get(24));  // cap 0: destroyed at once
+    EXPECT_EQ(calls.destroyed, 6);
+}
+
+TEST_F(Pool, TooSmallHeadIsShedNotSearchedPast) {
+    pool.size_info = B_POOL_VAR_SIZE;
+    uint8_t *big = Get(200), *small = Get(16);
+    b_poolPut(&pool, big);
+    b_poolPut(&pool, small);  // head
+    uint8_t *p = Get(100);
+    EXPECT_NE(p, big);
+    EXPECT_EQ(calls.destroyed, 1);  // small went
+    EXPECT_EQ(calls.constructed, 3);
+    EXPECT_EQ(CreatedFor(p), 100u);
+    EXPECT_EQ(pool.count, 1u);
+    EXPECT_EQ(Get(150), big);
+    b_poolPut(&pool, p);
+    b_poolPut(&pool, big);
+}
+
+TEST_F(Pool, ModesApplyAfterTheConstructor) {
+    uint8_t *a = Get(16);
+    EXPECT_EQ(a[0], 0xc0);  // constructor ran
+    std::memset(a, 0x77, 16);
+    b_poolPut(&pool, a);
+    uint8_t *b = Get(16);  // reused: keeps what its last user left
+    ASSERT_EQ(b, a);
+    EXPECT_EQ(b[15], 0x77);
+    b_poolPut(&pool, b);
+    b = Get(16, B_POOL_ALLOC_CLEAR);
+    for (int i = 0; i < 16; ++i) ASSERT_EQ(b[i], 0);
+    const char text[] = "pooled object";
+    uint8_t *c = Get(sizeof text, B_POOL_ALLOC_COPY, text);
+    EXPECT_STREQ(reinterpret_cast<char *>(c), text);
+    uint8_t *d = Get(32, B_POOL_ALLOC_CLEAR);  // fresh: zeroes over the constructor's mark
+    for (int i = 0; i < 32; ++i) ASSERT_EQ(d[i], 0);
+    EXPECT_EQ(calls.constructed, 3);
+    b_poolPut(&pool, b);
+    b_poolPut(&pool, c);
+    b_poolPut(&pool, d);
+    b_poolPut(&pool, nullptr);  // ignored
+    EXPECT_EQ(pool.count, 3u);
+}
+
+TEST_F(Pool, LargeObjectsComeFromPages) {
+    uint8_t *p = Get(5000);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % 4096, 16u);  // page route, header first
+    std::memset(p, 1, 5000);
+    b_poolPut(&pool, p);
+    EXPECT_EQ(Get(5000), p);
+    b_poolPut(&pool, p);
+}
+
+// A seeded master runs out: each failure is eNOMEMORY with the out argument
+// untouched, and nothing leaks.
+TEST(PoolOutOfMemory, FailuresAreNoMemoryAndLeakNothing) {
+    std::vector<uint8_t> seed(8 * 4096);
+    B_TAG_MASTER master = nullptr;
+    ASSERT_EQ(b_tag_masterCreate(seed.data(), seed.size(), &master), sOKAY);
+    B_TAG_SUB sub = nullptr;
+    ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
+    int64_t start, peak;
+    b_tag_subMemUsage(sub, &start, &peak, nullptr);
+    B_POOL_T pool;
+    b_poolInit(&pool, sub, B_POOL_VAR_SIZE, nullptr, nullptr, nullptr);
+    std::vector<void *> out;
+    ZEL_RETCODE rc = sOKAY;
+    while (rc == sOKAY && out.size() < 100) {
+        void *p = &p;
+        rc = b_poolGetMem(&pool, 5000, B_POOL_ALLOC, nullptr, &p);
+        if (rc == sOKAY) {
+            out.push_back(p);
+        } else {
+            EXPECT_EQ(p, &p);
+        }
+    }
+    EXPECT_EQ(rc, eNOMEMORY);
+    EXPECT_FALSE(out.empty());
+    void *q = &q;
+    EXPECT_EQ(b_poolGetMem(&pool, SIZE_MAX - 8, B_POOL_ALLOC, nullptr, &q), eNOMEMORY);
+    EXPECT_EQ(q, &q);
+    for (void *p : out) b_poolPut(&pool, p);
+    b_poolTerm(&pool);
+    int64_t cur;
+    b_tag_subMemUsage(sub, &cur, &peak, nullptr);
+    EXPECT_EQ(cur, start);
+    b_tag_subDestroy(sub);
+    b_tag_masterDestroy(master);
+}
+
+}  // namespace
