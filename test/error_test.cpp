@@ -1,0 +1,506 @@
+// The error object and the lookups: recording, the handler protocol, owned
+// texts given back, out-of-memory while saving, and every lookup's answer for
+// known and unknown codes.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "error.h"
+#include "tag_master_psp.h"
+#include "tag_stack.h"
+#include "tag_sub.h"
+
+namespace {
+
+// ---------------------------------------------------------------- lookups
+
+TEST(ErrorLookup, EveryRowRoundTrips) {
+    for (int i = 0; i < no_zel_errors; ++i) {
+        const ZEL_ERRDEFN &e = zel_errors[i];
+        EXPECT_EQ(zelErrorLookup(e.code), &e) << e.name;
+        const char *msg = nullptr;
+        const char *name = nullptr;
+        ASSERT_EQ(zelErrorCodeDef(e.code, &msg, &name), sOKAY) << e.name;
+        EXPECT_EQ(msg, e.descr);
+        ZEL_RETCODE back = eFAIL;
+        ASSERT_EQ(zelErrorCodeByName(name, &back), sOKAY) << name;
+        EXPECT_EQ(back, e.code);
+        std::string lower = name;
+        for (char &c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        back = eFAIL;
+        ASSERT_EQ(zelErrorCodeByName(lower.c_str(), &back), sOKAY) << lower;
+        EXPECT_EQ(back, e.code);
+        EXPECT_EQ(zelErrorString(e.code), e.descr);
+        EXPECT_EQ(zelErrorSqlstate(e.code), e.sqlstate);
+        const char *state = "x";
+        const char *descr = nullptr;
+        ASSERT_EQ(zelErrorDetails(e.code, &state, &descr), sOKAY);
+        EXPECT_EQ(state, e.sqlstate);
+        EXPECT_EQ(descr, e.descr);
+    }
+}
+
+// The linear-then-binary search agrees with a plain map over every code from
+// beyond the lowest group to beyond the highest.
+TEST(ErrorLookup, AgreesWithAMapOverTheWholeRange) {
+    std::map<int32_t, const ZEL_ERRDEFN *> model;
+    for (int i = 0; i < no_zel_errors; ++i) model[zel_errors[i].code] = &zel_errors[i];
+    for (int32_t code = -31000; code <= 30000; ++code) {
+        auto it = model.find(code);
+        ASSERT_EQ(zelErrorLookup(static_cast<ZEL_RETCODE>(code)),
+                  it == model.end() ? nullptr : it->second)
+            << code;
+    }
+}
+
+TEST(ErrorLookup, UnknownCodesGetEachLookupsOwnAnswer) {
+    const int32_t unknown[] = {1,      -2,     9999,   10044,  28999,     29001,    -10112,
+                               -10999, -14563, -15175, -30004, INT32_MIN, INT32_MAX};
+    for (int32_t c : unknown) {
+        const ZEL_RETCODE code = static_cast<ZEL_RETCODE>(c);
+        EXPECT_EQ(zelErrorLookup(code), nullptr) << c;
+        EXPECT_STREQ(zelErrorString(code), "<unknown error>") << c;
+        EXPECT_STREQ(zelErrorSqlstate(code), "RX000") << c;
+        const char *msg = "untouched";
+        const char *name = "untouched";
+        EXPECT_EQ(zelErrorCodeDef(code, &msg, &name), eSYS_BADERRCODE);
+        EXPECT_STREQ(msg, "untouched");
+        EXPECT_STREQ(name, "untouched");
+        EXPECT_EQ(zelErrorDetails(code, &msg, &name), eNOTFOUND);
+        EXPECT_STREQ(msg, "untouched");
+    }
+    ZEL_RETCODE rc = eFAIL;
+    EXPECT_EQ(zelErrorCodeByName("eNOSUCHCODE", &rc), eSYS_BADERRCODE);
+    EXPECT_EQ(zelErrorCodeByName("", &rc), eSYS_BADERRCODE);
+    EXPECT_EQ(rc, eFAIL);
+    EXPECT_EQ(zelErrorCodeByName(nullptr, &rc), eINVNULLARG);
+    EXPECT_EQ(zelErrorCodeByName("EnOmEmOrY", nullptr), sOKAY);
+}
+
+TEST(ErrorLookup, FixedAnswers) {
+    EXPECT_STREQ(zelErrorString(sOKAY), "Normal, successful return");
+    EXPECT_STREQ(zelErrorString(static_cast<ZEL_RETCODE>(1)), "<unknown error>");
+    EXPECT_EQ(zelErrorSqlstate(sEOF), nullptr);  // a row without one, not "RX000"
+    EXPECT_EQ(zelErrorCodeDef(sOKAY, nullptr, nullptr), sOKAY);
+}
+
+// Only statuses, "ok" and "fail" find their group: error groups run downward.
+TEST(ErrorLookup, GroupTestIsLiteral) {
+    auto group = [](ZEL_RETCODE c) {
+        const ZEL_ERRGROUP *g = zelErrorGroup(c);
+        return std::string(g == nullptr ? "<null>" : g->name);
+    };
+    EXPECT_EQ(group(sQA_MOKA_SUCCESS_WITH_INFO), "status moka");
+    EXPECT_EQ(group(sNOTFOUND), "status");
+    EXPECT_EQ(group(sBASE_DONE), "status");
+    EXPECT_EQ(group(sOKAY), "ok");
+    EXPECT_EQ(group(eFAIL), "fail");
+    EXPECT_EQ(group(eNOMEMORY), "<null>");
+    EXPECT_EQ(group(eSQL_SYSTEM), "<null>");
+    EXPECT_EQ(group(eEMBED_CONTENT_MISMATCH), "<null>");
+}
+
+TEST(ErrorLookup, GroupRangeByNameInAnyCase) {
+    ZEL_RETCODE first = sOKAY, last = sOKAY;
+    ASSERT_EQ(zelErrorGroupRange("SQL", &first, &last), sOKAY);
+    EXPECT_EQ(first, eSQL_SQLERROR);
+    EXPECT_EQ(last, eSQL_SYSTEM);
+    ASSERT_EQ(zelErrorGroupRange("Q/A", &first, nullptr), sOKAY);
+    EXPECT_EQ(first, eQA_ILLEGAL_GSV_COMBINATION);
+    ASSERT_EQ(zelErrorGroupRange("status moka", nullptr, &last), sOKAY);
+    EXPECT_EQ(last, sQA_MOKA_SUCCESS_WITH_INFO);
+    first = last = sOKAY;
+    EXPECT_EQ(zelErrorGroupRange("sqlx", &first, &last), sNOTFOUND);
+    EXPECT_EQ(first, sOKAY);
+    EXPECT_EQ(zelErrorGroupRange(nullptr, &first, &last), eINVNULLARG);
+}
+
+// ---------------------------------------------------------------- the object
+
+// A user handler answer that is no code: hand back the code received.
+constexpr ZEL_RETCODE kEcho = static_cast<ZEL_RETCODE>(1);
+
+// What the handlers saw, for the protocol tests.
+struct Trace {
+    std::vector<ZEL_RETCODE> sys, user;
+    int cleanups = 0;
+    ZEL_RETCODE sys_answer = sOKAY;
+    ZEL_RETCODE user_answer = kEcho;
+    ZEL_RETCODE nested = sOKAY;  // what a nested report returned
+    bool nest = false;           // the system handler reports again
+    bool term_inside = false;    // the user handler tries zelErrorTerm
+    ZEL_RETCODE term_rc = sOKAY;
+};
+
+ZEL_RETCODE TraceSys(ZEL_ERR_PTR err, ZEL_RETCODE code, void *data) {
+    Trace *t = static_cast<Trace *>(data);
+    t->sys.push_back(code);
+    if (t->nest) t->nested = zelErrorEx(err, eDIVBY0, "inner", "in.sql", 9, 9, "h.cpp", 1);
+    return t->sys_answer;
+}
+
+ZEL_RETCODE TraceUser(ZEL_ERR_PTR err, ZEL_RETCODE code, void *data) {
+    Trace *t = static_cast<Trace *>(data);
+    t->user.push_back(code);
+    if (t->term_inside) t->term_rc = zelErrorTerm(err);
+    return t->user_answer == kEcho ? code : t->user_answer;
+}
+
+void TraceCleanup(void *data) {
+    ++static_cast<Trace *>(data)->cleanups;
+}
+
+class ErrorObject : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master_), sOKAY);
+        ASSERT_EQ(b_tag_subCreate(master_, &sub_), sOKAY);
+        b_tag_subMemUsage(sub_, &start_, nullptr, nullptr);
+        zelErrorInit(&err_, sub_);
+    }
+    void TearDown() override {
+        // errfile and sqlstate are the sub tag owner's to free.
+        b_tag_subFreeCanBeNull(sub_, err_.errfile);
+        b_tag_subFreeCanBeNull(sub_, err_.sqlstate);
+        EXPECT_EQ(zelErrorTerm(&err_), sOKAY);
+        int64_t now = -1;
+        b_tag_subMemUsage(sub_, &now, nullptr, nullptr);
+        EXPECT_EQ(now, start_);
+        b_tag_subDestroy(sub_);
+        b_tag_masterDestroy(master_);
+    }
+    void Wire(Trace &t) {
+        err_.syshandler = TraceSys;
+        err_.sysdata = &t;
+        zelErrorSetUserHandler(&err_, TraceUser, &t);
+        zelErrorSetCleanup(&err_, TraceCleanup, &t);
+    }
+    B_TAG_MASTER master_ = nullptr;
+    B_TAG_SUB sub_ = nullptr;
+    int64_t start_ = 0;
+    ZEL_ERR err_{};
+};
+
+TEST_F(ErrorObject, RecordsTheFactsOfAReport) {
+    EXPECT_EQ(zelErrorEx(&err_, eINVARG, "bad width", "load.json", 3, 7, "row.cpp", 42), eINVARG);
+    EXPECT_EQ(zelErrorStat(&err_), eINVARG);
+    EXPECT_EQ(err_.callcount, 1u);
+    const char *msg, *info, *name, *fcn = "x", *subsys = "x", *file;
+    int32_t line = 0;
+    ASSERT_EQ(zelErrorInfoEx(&err_, &msg, &info, &name, &fcn, &subsys, &file, &line), eINVARG);
+    EXPECT_STREQ(msg, zelErrorString(eINVARG));
+    EXPECT_STREQ(info, "bad width");
+    EXPECT_STREQ(name, "eINVARG");
+    EXPECT_EQ(fcn, nullptr);
+    EXPECT_EQ(subsys, nullptr);  // the literal group test finds no error group
+    EXPECT_STREQ(file, "row.cpp");
+    EXPECT_EQ(line, 42);
+    const char *errfile;
+    int32_t errline, errcol;
+    zelErrorFileAndPosition(&err_, &errfile, &errline, &errcol);
+    EXPECT_STREQ(errfile, "load.json");
+    EXPECT_EQ(errline, 3);
+    EXPECT_EQ(errcol, 7);
+    zelErrorFileAndPosition(&err_, nullptr, nullptr, nullptr);
+
+    // A later report without texts keeps the names, empties info.
+    EXPECT_EQ(zelErrorEx(&err_, eNOMEMORY, nullptr, nullptr, 0, 0, nullptr, 0), eNOMEMORY);
+    EXPECT_EQ(err_.callcount, 2u);
+    ASSERT_EQ(zelErrorInfoEx(&err_, nullptr, &info, nullptr, nullptr, &subsys, &file, &line),
+              eNOMEMORY);
+    EXPECT_EQ(info, nullptr);
+    EXPECT_EQ(subsys, nullptr);
+    EXPECT_STREQ(file, "row.cpp");
+    EXPECT_EQ(line, 42);
+    EXPECT_STREQ(err_.errfile, "load.json");
+}
+
+TEST_F(ErrorObject, InfoOfAnUnknownStatusWritesNothing) {
+    zelErrorSetStatus(&err_, static_cast<ZEL_RETCODE>(77));
+    const char *msg = "untouched";
+    EXPECT_EQ(zelErrorInfoEx(&err_, &msg, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              eSYS_BADERRCODE);
+    EXPECT_STREQ(msg, "untouched");
+    zelErrorSetStatus(&err_, sNOTFOUND);
+    const char *subsys = nullptr;
+    EXPECT_EQ(zelErrorInfoEx(&err_, nullptr, nullptr, nullptr, nullptr, &subsys, nullptr, nullptr),
+              sNOTFOUND);
+    EXPECT_STREQ(subsys, "status");
+}
+
+TEST_F(ErrorObject, ReportFromInsideAHandlerIsRefused) {
+    Trace t;
+    t.nest = true;
+    Wire(t);
+    EXPECT_EQ(zelErrorEx(&err_, eINVARG, "outer", nullptr, 0, 0, nullptr, 0), eINVARG);
+    EXPECT_EQ(t.nested, eDIVBY0);  // returned as given
+    EXPECT_EQ(err_.callcount, 1u);
+    EXPECT_EQ(err_.status, eINVARG);
+    EXPECT_STREQ(err_.info, "outer");
+    EXPECT_EQ(t.sys.size(), 1u);
+    EXPECT_EQ(err_.erractive, ZEL_FALSE);
+    EXPECT_EQ(zelErrorEx(nullptr, eINVARG, nullptr, nullptr, 0, 0, nullptr, 0), eINVARG);
+}
+
+TEST_F(ErrorObject, TermFromInsideAHandlerIsRefused) {
+    Trace t;
+    t.term_inside = true;
+    Wire(t);
+    EXPECT_EQ(zelErrorEx(&err_, eINVARG, "kept", nullptr, 0, 0, "f.cpp", 1), eINVARG);
+    EXPECT_EQ(t.term_rc, eSYS_ERRACTIVE);
+    EXPECT_STREQ(err_.info, "kept");
+    EXPECT_EQ(err_.subTag, sub_);
+}
+
+TEST_F(ErrorObject, StatusSkipsUserHandlerAndCleanup) {
+    Trace t;
+    Wire(t);
+    EXPECT_EQ(zelErrorEx(&err_, sNOTFOUND, nullptr, nullptr, 0, 0, nullptr, 0), sNOTFOUND);
+    EXPECT_EQ(err_.status, sNOTFOUND);
+    EXPECT_EQ(t.sys, std::vector<ZEL_RETCODE>{sNOTFOUND});
+    EXPECT_TRUE(t.user.empty());
+    EXPECT_EQ(t.cleanups, 0);
+}
+
+TEST_F(ErrorObject, SystemHandlerDecidesTheSign) {
+    Trace t;
+    Wire(t);
+    t.sys_answer = sNODATA;  // an error becomes a status
+    EXPECT_EQ(zelErrorEx(&err_, eEOF, nullptr, nullptr, 0, 0, nullptr, 0), sNODATA);
+    EXPECT_EQ(err_.status, sNODATA);
+    EXPECT_TRUE(t.user.empty());
+    EXPECT_EQ(t.cleanups, 0);
+
+    t.sys_answer = eFILEIO;  // a status becomes an error
+    t.user_answer = eFILEIO;
+    EXPECT_EQ(zelErrorEx(&err_, sEOF, nullptr, nullptr, 0, 0, nullptr, 0), eFILEIO);
+    EXPECT_EQ(err_.status, eFILEIO);
+    EXPECT_EQ(t.user, std::vector<ZEL_RETCODE>{eFILEIO});
+    EXPECT_EQ(t.cleanups, 1);
+
+    t.sys_answer = sOKAY;  // sOKAY leaves the code
+    EXPECT_EQ(zelErrorEx(&err_, eRANGE, nullptr, nullptr, 0, 0, nullptr, 0), eFILEIO);
+    EXPECT_EQ(err_.status, eRANGE);
+    EXPECT_EQ(t.sys.back(), eRANGE);
+}
+
+TEST_F(ErrorObject, UserHandlerAnswers) {
+    Trace t;
+    Wire(t);
+    t.user_answer = sOKAY;  // ignoring: the caller sees sIGNORE
+    EXPECT_EQ(zelErrorEx(&err_, eCHECK, nullptr, nullptr, 0, 0, nullptr, 0), sIGNORE);
+    EXPECT_EQ(err_.status, eCHECK);
+    t.user_answer = eCHECK;  // the same code: the failure stands
+    EXPECT_EQ(zelErrorEx(&err_, eCHECK, nullptr, nullptr, 0, 0, nullptr, 0), eCHECK);
+    t.user_answer = eDBCORRUPTED;  // another code replaces the result only
+    EXPECT_EQ(zelErrorEx(&err_, eCHECK, nullptr, nullptr, 0, 0, nullptr, 0), eDBCORRUPTED);
+    EXPECT_EQ(err_.status, eCHECK);
+    EXPECT_EQ(t.cleanups, 3);
+    int other = 0;
+    zelErrorSetUserHandlerData(&err_, &other);
+    EXPECT_EQ(err_.userdata, &other);
+}
+
+TEST_F(ErrorObject, CleanupRunsForEveryNegativeCode) {
+    Trace t;
+    Wire(t);
+    t.user_answer = sOKAY;
+    int negatives = 0;
+    for (int i = 0; i < no_zel_errors; ++i) {
+        const ZEL_RETCODE code = zel_errors[i].code;
+        const ZEL_RETCODE rc = zelErrorEx(&err_, code, "x", nullptr, 0, 0, nullptr, 0);
+        if (code < 0) {
+            ++negatives;
+            EXPECT_EQ(rc, sIGNORE) << zel_errors[i].name;
+        } else {
+            EXPECT_EQ(rc, code);
+        }
+        EXPECT_EQ(t.cleanups, negatives) << zel_errors[i].name;
+    }
+    EXPECT_EQ(negatives, 576);
+    // Without a user handler the cleanup still runs.
+    zelErrorSetUserHandler(&err_, nullptr, nullptr);
+    EXPECT_EQ(zelErrorEx(&err_, eFAIL, nullptr, nullptr, 0, 0, nullptr, 0), eFAIL);
+    EXPECT_EQ(t.cleanups, negatives + 1);
+}
+
+TEST_F(ErrorObject, SetStatusBlanksInputPositionAndText) {
+    ASSERT_EQ(zelErrorEx(&err_, eSYNTAX, "near FROM", "q.sql", 4, 12, "lex.cpp", 99), eSYNTAX);
+    char *const buf = err_.info;
+    zelErrorSetStatus(&err_, sOKAY);
+    EXPECT_EQ(err_.status, sOKAY);
+    EXPECT_EQ(err_.errline, 0);
+    EXPECT_EQ(err_.errcolumn, 0);
+    EXPECT_EQ(err_.info, buf);
+    EXPECT_STREQ(err_.info, "");
+    EXPECT_STREQ(err_.errfile, "q.sql");
+    EXPECT_STREQ(err_.file, "lex.cpp");
+    EXPECT_EQ(err_.line, 99);
+}
+
+TEST_F(ErrorObject, SavingTexts) {
+    ASSERT_EQ(zelSaveErrorInfo(&err_, "short"), sOKAY);
+    const std::string longer(3000, 'L');  // page route: the buffer moves
+    ASSERT_EQ(zelSaveErrorInfo(&err_, longer.c_str()), sOKAY);
+    EXPECT_EQ(err_.info, longer);
+    char *const buf = err_.info;
+    ASSERT_EQ(zelSaveErrorInfo(&err_, nullptr), sOKAY);
+    EXPECT_EQ(err_.info, buf);
+    EXPECT_STREQ(err_.info, "");
+    ASSERT_EQ(zelSaveErrorInfo(&err_, "own text"), sOKAY);
+    ASSERT_EQ(zelSaveErrorInfo(&err_, err_.info + 4), sOKAY);  // a tail of itself
+    EXPECT_STREQ(err_.info, "text");
+
+    ASSERT_EQ(zelSaveSourceFileInfo(&err_, "a.sql", 1, 2), sOKAY);
+    ASSERT_EQ(zelSaveSourceFileInfo(&err_, nullptr, 3, 4), sOKAY);
+    ASSERT_EQ(zelSaveSourceFileInfo(&err_, "", 5, 6), sOKAY);
+    EXPECT_STREQ(err_.errfile, "a.sql");
+    EXPECT_EQ(err_.errline, 5);
+    EXPECT_EQ(err_.errcolumn, 6);
+    ASSERT_EQ(zelSaveSourceFileInfo(&err_, "b-longer-name.sql", 7, 8), sOKAY);
+    EXPECT_STREQ(err_.errfile, "b-longer-name.sql");
+
+    ASSERT_EQ(zelSaveFileAndLine(&err_, "x.cpp", 10), sOKAY);
+    ASSERT_EQ(zelSaveFileAndLine(&err_, nullptr, 20), sOKAY);
+    EXPECT_STREQ(err_.file, "x.cpp");
+    EXPECT_EQ(err_.line, 10);
+}
+
+TEST_F(ErrorObject, OwnSqlstate) {
+    EXPECT_EQ(zelErrorGetSqlstate(&err_), nullptr);
+    zelErrorSetSqlstate(&err_, "45000");
+    EXPECT_STREQ(zelErrorGetSqlstate(&err_), "45000");
+    zelErrorSetSqlstate(&err_, "HY000");
+    EXPECT_STREQ(zelErrorGetSqlstate(&err_), "HY000");
+    zelErrorSetSqlstate(&err_, nullptr);
+    EXPECT_EQ(zelErrorGetSqlstate(&err_), nullptr);
+}
+
+TEST_F(ErrorObject, TermKeepsInputFileAndSqlstateForTheOwner) {
+    ASSERT_EQ(zelErrorEx(&err_, eFAIL, "i", "input.json", 1, 1, "f.cpp", 1), eFAIL);
+    zelErrorSetSqlstate(&err_, "22000");
+    char *errfile = err_.errfile;
+    char *sqlstate = err_.sqlstate;
+    ASSERT_EQ(zelErrorTerm(&err_), sOKAY);
+    EXPECT_EQ(err_.info, nullptr);
+    EXPECT_EQ(err_.subTag, nullptr);
+    int64_t now = 0;
+    b_tag_subMemUsage(sub_, &now, nullptr, nullptr);
+    EXPECT_GT(now, start_);  // the two texts are still out
+    b_tag_subFree(sub_, errfile);
+    b_tag_subFree(sub_, sqlstate);
+    zelErrorInit(&err_, sub_);
+    EXPECT_EQ(zelErrorTerm(nullptr), eINVNULLARG);
+}
+
+TEST_F(ErrorObject, StatCopiesOnASubTag) {
+    ASSERT_EQ(zelErrorEx(&err_, eRANGE, "column 3", "rows.csv", 17, 3, "imp.cpp", 5), eRANGE);
+    ASSERT_EQ(b_tag_subCopyString(sub_, "row_unpack", &err_.fcnid), sOKAY);
+    ERR_STAT es{};
+    char sentinel[] = "keep";
+    es.srcfile = sentinel;
+    es.srcline = 11;
+    EXPECT_EQ(zelGetErrorStat(&err_, sub_, nullptr), eINVNULLARG);
+    ASSERT_EQ(zelGetErrorStat(&err_, sub_, &es), sOKAY);
+    EXPECT_EQ(es.code, eRANGE);
+    EXPECT_EQ(es.rowno, 17);
+    EXPECT_EQ(es.colno, 3);
+    EXPECT_STREQ(es.info, "column 3");
+    EXPECT_NE(es.info, err_.info);
+    EXPECT_STREQ(es.fcnId, "row_unpack");
+    EXPECT_EQ(es.srcfile, sentinel);  // not written
+    EXPECT_EQ(es.srcline, 11);
+    b_tag_subFree(sub_, es.info);
+    b_tag_subFree(sub_, es.fcnId);
+
+    zelErrorSetStatus(&err_, sNOTFOUND);  // empty info copies as null
+    ASSERT_EQ(zelGetErrorStat(&err_, sub_, &es), sOKAY);
+    EXPECT_EQ(es.info, nullptr);
+    b_tag_subFree(sub_, es.fcnId);
+}
+
+TEST_F(ErrorObject, StatCopiesOnAStackTag) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master_, 4096, 4096, &stack), sOKAY);
+    ASSERT_EQ(zelErrorEx(&err_, eSYNTAX, "unexpected ','", nullptr, 2, 9, nullptr, 0), eSYNTAX);
+    ERR_STAT es{};
+    ASSERT_EQ(zelGetErrorStatStack(&err_, stack, &es), sOKAY);
+    EXPECT_EQ(es.code, eSYNTAX);
+    EXPECT_EQ(es.rowno, 2);
+    EXPECT_EQ(es.colno, 9);
+    EXPECT_STREQ(es.info, "unexpected ','");
+    EXPECT_EQ(es.fcnId, nullptr);
+    b_tag_stackFree(stack, es.info);
+    int64_t now = -1, peak = 0;
+    b_tag_stackMemUsage(stack, &now, &peak);
+    EXPECT_EQ(now, 0);
+    EXPECT_EQ(zelGetErrorStatStack(&err_, stack, nullptr), eINVNULLARG);
+    b_tag_stackDestroy(stack);
+}
+
+// ---------------------------------------------------------------- out of memory
+
+// A master tag seeded with a small buffer runs dry. Filler blocks take the
+// memory, and they are given back one at a time until the report fits. Each
+// failure must answer eNOMEMORY, keep the older texts and leak nothing.
+TEST(ErrorOutOfMemory, SavingFailsWithNoMemoryAndLeaksNothing) {
+    alignas(4096) static unsigned char seed[12 * 4096];
+    B_TAG_MASTER master = nullptr;
+    B_TAG_SUB sub = nullptr;
+    ASSERT_EQ(b_tag_masterCreate(seed, sizeof seed, &master), sOKAY);
+    ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
+    int64_t base = 0;
+    b_tag_subMemUsage(sub, &base, nullptr, nullptr);
+
+    ZEL_ERR err;
+    zelErrorInit(&err, sub);
+    ASSERT_EQ(zelSaveErrorInfo(&err, "old"), sOKAY);
+
+    std::vector<void *> fillers;
+    for (;;) {
+        void *p = nullptr;
+        if (b_tag_subAlloc(sub, 4000, &p) != sOKAY) break;
+        fillers.push_back(p);
+    }
+    ASSERT_FALSE(fillers.empty());
+
+    Trace t;
+    zelErrorSetUserHandler(&err, TraceUser, &t);
+    const std::string big(3500, 'B');  // needs a page of its own
+    int failures = 0;
+    ZEL_RETCODE rc;
+    for (;;) {
+        int64_t before = 0;
+        b_tag_subMemUsage(sub, &before, nullptr, nullptr);
+        rc = zelErrorEx(&err, eBADCAT, big.c_str(), nullptr, 0, 0, nullptr, 0);
+        if (rc == eBADCAT) break;
+        ++failures;
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(err.status, eNOMEMORY);
+        EXPECT_EQ(t.user.back(), eNOMEMORY);  // the handlers see the new code
+        EXPECT_STREQ(err.info, "old");
+        int64_t after = 0;
+        b_tag_subMemUsage(sub, &after, nullptr, nullptr);
+        EXPECT_EQ(after, before);
+        ASSERT_EQ(zelSaveErrorInfo(&err, big.c_str()), eNOMEMORY);
+        ASSERT_FALSE(fillers.empty());
+        b_tag_subFree(sub, fillers.back());
+        fillers.pop_back();
+    }
+    EXPECT_GT(failures, 0);
+    EXPECT_EQ(err.info, big);
+    EXPECT_EQ(err.callcount, static_cast<uint64_t>(failures + 1));
+
+    for (void *p : fillers) b_tag_subFree(sub, p);
+    ASSERT_EQ(zelErrorTerm(&err), sOKAY);
+    int64_t now = -1;
+    b_tag_subMemUsage(sub, &now, nullptr, nullptr);
+    EXPECT_EQ(now, base);
+    b_tag_subDestroy(sub);
+    b_tag_masterDestroy(master);
+}
+
+}  // namespace
