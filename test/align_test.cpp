@@ -1,0 +1,35 @@
+// Tests of offset alignment by value kind and of buffer-size rounding.
+#include <gtest/gtest.h>
+
+#include "align.h"
+
+namespace {
+
+TEST(AlignOffset, RoundsUpToEachBoundary) {
+    const uint32_t boundary[B_ALN_COUNT] = {1, 2, 4, 4, 4, 8, 8};
+    for (int t = B_ALN_CHAR; t <= B_ALN_DOUBLE; t++) {
+        const auto type = static_cast<B_ALIGN_TYPE>(t);
+        EXPECT_EQ(alignData[t], boundary[t]);
+        for (uint32_t off = 0; off < 40; off++) {
+            const uint32_t got = b_align(off, type);
+            EXPECT_EQ(got % boundary[t], 0u);
+            EXPECT_LT(got - off, boundary[t]) << off;  // smallest such, never below
+            if (off % boundary[t] == 0) {
+                EXPECT_EQ(got, off);
+            }
+        }
+    }
+    EXPECT_EQ(b_align(13, B_ALN_INT16), 14u);
+    EXPECT_EQ(b_align(13, B_ALN_WCHAR), 16u);
+    EXPECT_EQ(b_align(17, B_ALN_DOUBLE), 24u);
+}
+
+TEST(AlignBufferSize, RoundsUpToEight) {
+    EXPECT_EQ(b_alignBufferSize(0), 0u);
+    EXPECT_EQ(b_alignBufferSize(1), 8u);
+    EXPECT_EQ(b_alignBufferSize(8), 8u);
+    EXPECT_EQ(b_alignBufferSize(9), 16u);
+    EXPECT_EQ(b_alignBufferSize(248), 248u);
+}
+
+}  // namespace
