@@ -20,6 +20,7 @@ struct DemoSection {
 
 constexpr DemoSection kDemoSections[] = {
     {"Memory tags", zb_demo_tags},
+    {"Stack tags and pools", zb_demo_stack},
 };
 
 int zb_cmd_demo(int, char **) {

@@ -13,5 +13,6 @@ using zb_demo_fcn = int (*)(FILE *out);
 using zb_cmd_fcn = int (*)(int argc, char **argv);
 
 int zb_demo_tags(FILE *out);
+int zb_demo_stack(FILE *out);
 
 #endif
