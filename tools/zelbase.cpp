@@ -21,6 +21,7 @@ struct DemoSection {
 constexpr DemoSection kDemoSections[] = {
     {"Memory tags", zb_demo_tags},
     {"Stack tags and pools", zb_demo_stack},
+    {"Return codes and error objects", zb_demo_error},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -45,6 +46,8 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"demo", "", "walk through what the library can do", zb_cmd_demo},
+    {"error", "CODE|NAME | --list [GROUP]", "name, code, group, SQLSTATE and message of a code",
+     zb_cmd_error},
 };
 
 void zb_usage(FILE *out) {

@@ -14,5 +14,8 @@ using zb_cmd_fcn = int (*)(int argc, char **argv);
 
 int zb_demo_tags(FILE *out);
 int zb_demo_stack(FILE *out);
+int zb_demo_error(FILE *out);
+
+int zb_cmd_error(int argc, char **argv);
 
 #endif
