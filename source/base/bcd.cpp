@@ -1,0 +1,1236 @@
+/*
+ * bcd.cpp - exact decimal numbers of up to 32 digits.
+ *
+ * A decimal keeps one digit per byte, so every operation is a walk over digit
+ * positions: digit i of a record sits at the place exp - i, and a position
+ * outside data[0..prec] reads as 0, which lets operands of different scale
+ * meet without an alignment copy. Each operation computes exactly in a wide
+ * work record on the stack (80 digits for sums and products), cuts that to 40
+ * digits without rounding, and only the final step, zel_bcdAssignResult,
+ * rounds to 32 digits under the caller's mode. Division multiplies by a
+ * reciprocal found by Newton's iteration in the 40-digit form.
+ *
+ * Stored form of a column of precision P and scale S, (P / 2) + 1 bytes:
+ *
+ * OFFSET     SIZE      MEANING
+ * 0 (high)   4 bits    sign nibble: 4 for a positive number or zero, 0 for a negative one
+ * 0 (low)    4 bits    digit 1
+ * k (high)   4 bits    digit 2k, k = 1 .. P / 2
+ * k (low)    4 bits    digit 2k + 1 (a 0 that is never complemented when P is even)
+ *
+ * Digits are the P digits of the number shaped to P and S by zel_bcdAdjust,
+ * most significant first; a negative number stores 9 minus each digit, so two
+ * numbers of one P and S sort in numeric order by memcmp.
+ */
+#include "bcd.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+
+#include "format.h"
+#include "psp.h"
+#include "utf8buff.h"
+
+static_assert(sizeof(ZEL_BCD_T) == 37, "ZEL_BCD_T is copied raw as 37 bytes");
+static_assert(offsetof(ZEL_BCD_T, prec) == 0 && offsetof(ZEL_BCD_T, exp) == 1 &&
+              offsetof(ZEL_BCD_T, flags) == 2 && offsetof(ZEL_BCD_T, sign) == 3 &&
+              offsetof(ZEL_BCD_T, data) == 4);
+static_assert(offsetof(WORK_BCD, data) == offsetof(ZEL_BCD_T, data) &&
+                  offsetof(DWORK_BCD, data) == offsetof(ZEL_BCD_T, data),
+              "a ZEL_BCD_T is read through a WORK_BCD view");
+static_assert(sizeof(WORK_BCD) == 45 && sizeof(DWORK_BCD) == 85);
+
+namespace {
+
+constexpr int kMaxPrec = 32;  // digits of a ZEL_BCD_T
+constexpr int kWorkPrec = 40;
+constexpr int kDWorkPrec = 80;
+constexpr uint8_t kFlagLoss = ZEL_BCD_FLAG_PRECISION_LOSS;
+constexpr uint8_t kFlagOverflow = ZEL_BCD_FLAG_OVERFLOW;
+constexpr uint8_t kFlagErrors = ZEL_BCD_FLAG_ERRORS;
+
+// An operand as the arithmetic sees it: header widened, sign +1 or -1, prec
+// clamped to what the record can hold.
+struct BcdOp {
+    int prec;
+    int exp;
+    uint8_t flags;
+    int sign;
+    const uint8_t *d;
+};
+
+template <typename R>
+BcdOp zel_bcd_op(const R &r, int maxprec) {
+    return BcdOp{std::min<int>(r.prec, maxprec), r.exp, r.flags, r.sign < 0 ? -1 : 1, r.data};
+}
+
+inline BcdOp zel_bcd_op32(const ZEL_BCD_T *b) {
+    return zel_bcd_op(*b, kMaxPrec);
+}
+
+// Digit at place q (weight 10^q): index exp - q, 0 outside data[0..prec].
+inline int zel_bcd_get_digit(const BcdOp &o, int q) {
+    int i = o.exp - q;
+    return (i >= 0 && i <= o.prec) ? o.d[i] : 0;
+}
+
+template <typename W>
+void zel_bcd_set_zero(W &w, uint8_t flags) {
+    std::memset(&w, 0, sizeof w);
+    w.sign = 1;
+    w.flags = flags;
+}
+
+// Magnitude comparison, place by place from the larger exp to the larger scale.
+int zel_bcd_ucompare(const BcdOp &l, const BcdOp &r) {
+    if (l.d == r.d && l.prec == r.prec && l.exp == r.exp) return 0;
+    // Both normalised: the exponent decides, else the digits in order.
+    if (l.prec > 0 && r.prec > 0 && l.d[0] == 0 && r.d[0] == 0 && l.d[1] != 0 && r.d[1] != 0) {
+        if (l.exp != r.exp) return l.exp > r.exp ? 1 : -1;
+        int n = std::min(l.prec, r.prec);
+        int c = std::memcmp(l.d + 1, r.d + 1, static_cast<size_t>(n));
+        if (c != 0) return c > 0 ? 1 : -1;
+        for (int i = n + 1; i <= l.prec; ++i)
+            if (l.d[i] != 0) return 1;
+        for (int i = n + 1; i <= r.prec; ++i)
+            if (r.d[i] != 0) return -1;
+        return 0;
+    }
+    int hi = std::max(l.exp, r.exp);
+    int lo = -std::max(l.prec - l.exp, r.prec - r.exp);
+    for (int q = hi; q >= lo; --q) {
+        int a = zel_bcd_get_digit(l, q), b = zel_bcd_get_digit(r, q);
+        if (a != b) return a > b ? 1 : -1;
+    }
+    return 0;
+}
+
+// Lays out both operands in one frame of places: exp the larger exp, scale
+// the larger scale. False when that frame passes 80 digits (only a record
+// with a corrupt header gets there).
+bool zel_bcd_frame(const BcdOp &l, const BcdOp &r, int &exp, int &prec) {
+    exp = std::max(l.exp, r.exp);
+    prec = exp + std::max(l.prec - l.exp, r.prec - r.exp);
+    return prec <= kDWorkPrec && exp <= 100 && exp >= -100;
+}
+
+void zel_bcd_add_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
+    int exp, prec;
+    zel_bcd_set_zero(w, l.flags | r.flags);
+    if (!zel_bcd_frame(l, r, exp, prec)) {
+        w.flags |= kFlagOverflow;
+        return;
+    }
+    uint8_t t[kDWorkPrec + 1] = {};
+    std::memcpy(w.data + (exp - l.exp), l.d, static_cast<size_t>(l.prec) + 1);
+    std::memcpy(t + (exp - r.exp), r.d, static_cast<size_t>(r.prec) + 1);
+    int carry = 0;
+    for (int j = prec; j >= 1; --j) {
+        int v = w.data[j] + t[j] + carry;
+        carry = v >= 10;
+        w.data[j] = static_cast<uint8_t>(v - (carry ? 10 : 0));
+    }
+    w.data[0] = static_cast<uint8_t>(w.data[0] + t[0] + carry);
+    w.prec = static_cast<uint8_t>(prec);
+    w.exp = static_cast<int8_t>(exp);
+    w.sign = static_cast<int8_t>(l.sign);
+}
+
+void zel_bcd_sub_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
+    int c = zel_bcd_ucompare(l, r);
+    zel_bcd_set_zero(w, l.flags | r.flags);
+    if (c == 0) return;
+    int exp, prec;
+    if (!zel_bcd_frame(l, r, exp, prec)) {
+        w.flags |= kFlagOverflow;
+        return;
+    }
+    const BcdOp &big = c > 0 ? l : r;
+    const BcdOp &small = c > 0 ? r : l;
+    uint8_t t[kDWorkPrec + 1] = {};
+    std::memcpy(w.data + (exp - big.exp), big.d, static_cast<size_t>(big.prec) + 1);
+    std::memcpy(t + (exp - small.exp), small.d, static_cast<size_t>(small.prec) + 1);
+    int borrow = 0;
+    for (int j = prec; j >= 0; --j) {
+        int v = w.data[j] - t[j] - borrow;
+        borrow = v < 0;
+        w.data[j] = static_cast<uint8_t>(v + (borrow ? 10 : 0));
+    }
+    w.prec = static_cast<uint8_t>(prec);
+    w.exp = static_cast<int8_t>(exp);
+    w.sign = static_cast<int8_t>(c > 0 ? l.sign : -l.sign);
+}
+
+// From the 80-digit form to the 40-digit one: the digits past 40 are cut with
+// no rounding and no flag, deliberately: only the final reduction rounds.
+void zel_bcd_normalize_res(const DWORK_BCD &w, WORK_BCD &res) {
+    int prec = w.prec, exp = w.exp;
+    while (prec > exp && prec > 0 && w.data[prec] == 0) --prec;
+    int k = 0;
+    while (k <= prec && w.data[k] == 0) ++k;
+    if (k > prec) {
+        zel_bcd_set_zero(res, w.flags);
+        return;
+    }
+    int np = std::min(prec + 1 - k, kWorkPrec);
+    int ne = exp + 1 - k;
+    if (np - ne > kWorkPrec) np = ne >= -kWorkPrec ? ne + kWorkPrec : 0;
+    if (ne > np) {
+        zel_bcd_set_zero(res, w.flags | kFlagOverflow);
+        return;
+    }
+    if (np <= 0) {
+        zel_bcd_set_zero(res, w.flags);
+        return;
+    }
+    uint8_t flags = w.flags;
+    int8_t sign = w.sign;
+    std::memset(res.data, 0, sizeof res.data);
+    std::memcpy(res.data + 1, w.data + k, static_cast<size_t>(np));
+    res.prec = static_cast<uint8_t>(np);
+    res.exp = static_cast<int8_t>(ne);
+    res.sign = sign;
+    res.flags = flags;
+}
+
+// ---- Multiplication in limbs of eight digits. The exact product does not
+// depend on how it is formed; the digits it yields are those of schoolbook.
+
+// Eight digits, most significant first, to their value (digits 0 to 9).
+inline uint64_t zel_bcd_eight_digits(const uint8_t *p) {
+    uint64_t x;
+    std::memcpy(&x, p, 8);
+    x = (x * 10 + (x >> 8)) & 0x00FF00FF00FF00FFull;
+    x = (x * 100 + (x >> 16)) & 0x0000FFFF0000FFFFull;
+    x = (x * 10000 + (x >> 32)) & 0xFFFFFFFFull;
+    return x;
+}
+
+// n digits (at most 40) to limbs of 10^8, least significant first.
+int zel_bcd_to_limbs(const uint8_t *d, int n, uint64_t *limbs) {
+    int nl = (n + 7) / 8;
+    uint8_t buf[48] = {};
+    std::memcpy(buf + (nl * 8 - n), d, static_cast<size_t>(n));
+    for (int k = 0; k < nl; ++k) limbs[k] = zel_bcd_eight_digits(buf + (nl - 1 - k) * 8);
+    return nl;
+}
+
+inline void zel_bcd_limb_digits(uint32_t v, uint8_t *out) {
+    for (int i = 7; i >= 0; --i) {
+        out[i] = static_cast<uint8_t>(v % 10);
+        v /= 10;
+    }
+}
+
+void zel_bcd_mult_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
+    uint64_t a[5], b[5], acc[10] = {};
+    int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
+    int nb = zel_bcd_to_limbs(r.d + 1, r.prec, b);
+    for (int i = 0; i < na; ++i)
+        for (int j = 0; j < nb; ++j) acc[i + j] += a[i] * b[j];
+    int n = na + nb;
+    uint8_t digits[80];
+    uint64_t carry = 0;
+    for (int k = 0; k < n; ++k) {
+        uint64_t v = acc[k] + carry;
+        carry = v / 100000000u;
+        zel_bcd_limb_digits(static_cast<uint32_t>(v % 100000000u), digits + (n - 1 - k) * 8);
+    }
+    int prec = l.prec + r.prec;
+    std::memcpy(w.data + 1, digits + (n * 8 - prec), static_cast<size_t>(prec));
+}
+
+void zel_bcd_work_mult(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
+    uint8_t flags = l.flags | r.flags;
+    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
+    if (l.prec == 0 || r.prec == 0) return zel_bcd_set_zero(res, flags);
+    int exp = l.exp + r.exp;
+    if (exp > 100 || exp < -100) return zel_bcd_set_zero(res, flags | kFlagOverflow);
+    DWORK_BCD w;
+    zel_bcd_set_zero(w, flags);
+    zel_bcd_mult_digits(l, r, w);
+    w.prec = static_cast<uint8_t>(l.prec + r.prec);
+    w.exp = static_cast<int8_t>(exp);
+    w.sign = static_cast<int8_t>(l.sign * r.sign);
+    zel_bcd_normalize_res(w, res);
+}
+
+void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &res) {
+    uint8_t flags = l.flags | r.flags;
+    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
+    DWORK_BCD w;
+    if ((l.sign == r.sign) != subtract)
+        zel_bcd_add_digits(l, r, w);
+    else
+        zel_bcd_sub_digits(l, r, w);
+    zel_bcd_normalize_res(w, res);
+}
+
+// Start values of Newton's iteration: row n - 10 holds 100 / (n + 0.5) to six
+// places, trailing zeros dropped, for the first two digits n of the divisor.
+struct X0_LOOKUP {
+    uint8_t prec;
+    int8_t exp;
+    uint8_t data[7];
+};
+
+constexpr X0_LOOKUP zel_bcd_x0_row(int n) {
+    // 10^8 / (n + 0.5) = 2 * 10^8 / (2n + 1), rounded to an integer of 7 digits.
+    uint64_t den = 2 * static_cast<uint64_t>(n) + 1;
+    uint64_t v = (2 * 200000000ull + den) / (2 * den);
+    X0_LOOKUP row{7, 1, {}};
+    for (int i = 6; i >= 0; --i) {
+        row.data[i] = static_cast<uint8_t>(v % 10);
+        v /= 10;
+    }
+    while (row.prec > 1 && row.data[row.prec - 1] == 0) --row.prec;
+    return row;
+}
+
+struct X0Table {
+    X0_LOOKUP rows[90];
+};
+
+constexpr X0Table zel_bcd_make_x0() {
+    X0Table t{};
+    for (int n = 10; n < 100; ++n) t.rows[n - 10] = zel_bcd_x0_row(n);
+    return t;
+}
+
+constexpr X0Table x0_start = zel_bcd_make_x0();
+static_assert(x0_start.rows[0].prec == 6 && x0_start.rows[0].data[0] == 9 &&
+              x0_start.rows[0].data[5] == 1);
+static_assert(x0_start.rows[1].prec == 7 && x0_start.rows[1].data[6] == 2);
+static_assert(x0_start.rows[2].prec == 1 && x0_start.rows[2].data[0] == 8);
+static_assert(x0_start.rows[89].prec == 7 && x0_start.rows[89].data[0] == 1 &&
+              x0_start.rows[89].data[3] == 5 && x0_start.rows[89].data[6] == 5);
+
+// Iterations that a well-formed operand never comes near (it needs about
+// eight); they only keep a corrupt record from looping for ever.
+constexpr int kMaxNewtonSteps = 256;
+
+void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
+    if (x.flags & kFlagErrors) return zel_bcd_set_zero(res, x.flags);
+    WORK_BCD copy;
+    zel_bcd_set_zero(copy, x.flags);
+    std::memcpy(copy.data, x.d, static_cast<size_t>(x.prec) + 1);
+    copy.prec = static_cast<uint8_t>(x.prec);
+    copy.exp = static_cast<int8_t>(std::clamp(x.exp, -100, 100));
+    copy.sign = static_cast<int8_t>(x.sign);
+    zel_bcdNormalizeWork(&copy);
+    if (copy.prec == 0) return zel_bcd_set_zero(res, ZEL_BCD_FLAG_DIVBY0);
+    int rexp = copy.exp;
+    copy.exp = 0;  // magnitude now in [0.1, 1)
+    int n = copy.data[1] * 10 + (copy.prec > 1 ? copy.data[2] : 0);
+    const X0_LOOKUP &row = x0_start.rows[std::clamp(n, 10, 99) - 10];
+    zel_bcd_set_zero(res, 0);
+    res.prec = row.prec;
+    res.exp = row.exp;
+    res.sign = copy.sign;
+    std::memcpy(res.data + 1, row.data, row.prec);
+
+    static constexpr WORK_BCD one = {1, 1, 0, 1, {0, 1}};
+    const BcdOp cop = zel_bcd_op(copy, kWorkPrec);
+    for (int step = 0; step < kMaxNewtonSteps && (res.flags & ~kFlagLoss) == 0; ++step) {
+        WORK_BCD t, u;
+        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), cop, t);
+        if (t.prec == 1 && t.exp == 1 && t.data[1] == 1) break;
+        zel_bcd_work_add(zel_bcd_op(one, kWorkPrec), zel_bcd_op(t, kWorkPrec), true, u);
+        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec), t);
+        zel_bcd_work_add(zel_bcd_op(res, kWorkPrec), zel_bcd_op(t, kWorkPrec), false, u);
+        if (zel_bcd_ucompare(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec)) == 0) break;
+        res = u;
+    }
+    res.exp = static_cast<int8_t>(res.exp - rexp);
+}
+
+void zel_bcd_work_div(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
+    uint8_t flags = l.flags | r.flags;
+    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
+    WORK_BCD recip;
+    zel_bcd_work_reciprocal(r, recip);
+    zel_bcd_work_mult(l, zel_bcd_op(recip, kWorkPrec), res);
+}
+
+// ---- ZEL_BCD_T helpers.
+
+void zel_bcd_clear_past(ZEL_BCD_T *b) {
+    if (b->prec < kMaxPrec) std::memset(b->data + b->prec + 1, 0, kMaxPrec - b->prec);
+}
+
+// Leading zeros out (or a spill digit in), trailing zeros kept; a value with
+// no digit becomes the canonical zero, flags and all.
+void zel_bcd_normalize(ZEL_BCD_T *b) {
+    int prec = std::min<int>(b->prec, kMaxPrec);
+    int k = 0;
+    while (k <= prec && b->data[k] == 0) ++k;
+    if (k > prec) {
+        std::memset(b, 0, sizeof *b);
+        b->sign = 1;
+        return;
+    }
+    if (k == 0) {
+        int np = std::min(prec + 1, kMaxPrec);
+        std::memmove(b->data + 1, b->data, static_cast<size_t>(np));
+        b->data[0] = 0;
+        b->prec = static_cast<uint8_t>(np);
+        b->exp = static_cast<int8_t>(b->exp + 1);
+    } else {
+        int np = prec + 1 - k;
+        std::memmove(b->data + 1, b->data + k, static_cast<size_t>(np));
+        b->prec = static_cast<uint8_t>(np);
+        b->exp = static_cast<int8_t>(b->exp + 1 - k);
+    }
+    zel_bcd_clear_past(b);
+}
+
+void zel_bcd_normalized_copy(ZEL_BCD_T *dst, const ZEL_BCD_T *src) {
+    if (dst != src) zel_bcdCopy(src, dst);
+    zel_bcd_normalize(dst);
+}
+
+// Truncates towards zero to an integer.
+void zel_bcd_floor_mag(ZEL_BCD_T *b) {
+    if (b->exp < 0) {
+        b->exp = 0;
+        b->sign = 1;
+    }
+    b->prec = static_cast<uint8_t>(std::min<int>(b->exp, kMaxPrec));
+    zel_bcd_normalize(b);
+}
+
+// Steps the magnitude up to the next integer when there is a fraction.
+void zel_bcd_ceiling_mag(ZEL_BCD_T *b) {
+    if (b->exp < 0) {
+        std::memset(b->data, 0, sizeof b->data);
+        b->exp = 1;
+        b->data[1] = 1;
+        b->prec = 1;
+        zel_bcd_normalize(b);
+        return;
+    }
+    if (b->prec > b->exp) {
+        int i = b->exp;
+        b->data[i]++;
+        while (i > 0 && b->data[i] >= 10) {
+            b->data[i] = static_cast<uint8_t>(b->data[i] - 10);
+            b->data[--i]++;
+        }
+        b->prec = static_cast<uint8_t>(b->exp);
+        zel_bcd_normalize(b);
+    }
+}
+
+template <typename F>
+ZEL_RETCODE zel_bcd_to_integer(const ZEL_BCD_T *operand, ZEL_BCD_T *result, F step) {
+    if (operand->flags & kFlagErrors) return zel_bcdRetcode(operand->flags);
+    zel_bcd_normalized_copy(result, operand);
+    if (result->prec != 0) step(result);
+    return zel_bcdRetcode(result->flags);
+}
+
+}  // namespace
+
+// ---- Work level.
+
+ZEL_RETCODE zel_bcdRetcode(uint8_t flags) {
+    struct FlagCode {
+        uint8_t bit;
+        ZEL_RETCODE rc;
+    };
+    static constexpr FlagCode kCodes[] = {
+        {ZEL_BCD_FLAG_NOMEMORY, eNOMEMORY},
+        {ZEL_BCD_FLAG_DIVBY0, eDIVBY0},
+        {ZEL_BCD_FLAG_NAN, eNOTANUMBER},
+        {ZEL_BCD_FLAG_OVERFLOW, eRANGE},
+        {ZEL_BCD_FLAG_PRECISION_LOSS, sPRECISIONLOSS},
+        {ZEL_BCD_FLAG_UNDERFLOW, sUNDERFLOW},
+    };
+    for (const FlagCode &c : kCodes)
+        if (flags & c.bit) return c.rc;
+    return sOKAY;
+}
+
+void zel_bcdNormalizeWork(WORK_BCD *w) {
+    int prec = std::min<int>(w->prec, kWorkPrec), exp = w->exp;
+    while (prec > exp && prec > 0 && w->data[prec] == 0) --prec;
+    int k = 0;
+    while (k <= prec && w->data[k] == 0) ++k;
+    if (k > prec) return zel_bcd_set_zero(*w, w->flags);
+    if (k != 1) {
+        int np = std::min(prec + 1 - k, kWorkPrec);
+        std::memmove(w->data + 1, w->data + k, static_cast<size_t>(np));
+        w->data[0] = 0;
+        prec = np;
+        exp = exp + 1 - k;
+    }
+    if (prec < kWorkPrec) std::memset(w->data + prec + 1, 0, static_cast<size_t>(kWorkPrec - prec));
+    if (exp > prec || exp > kWorkPrec) return zel_bcd_set_zero(*w, w->flags | kFlagOverflow);
+    w->prec = static_cast<uint8_t>(prec);
+    w->exp = static_cast<int8_t>(exp);
+}
+
+ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                                ZEL_BCD_T *result) {
+    WORK_BCD w = *work;
+    while (!(w.flags & kFlagErrors)) {
+        zel_bcdNormalizeWork(&w);
+        if (w.prec == 0) {
+            w.sign = 1;
+            w.exp = 0;
+            break;
+        }
+        if (w.exp > kMaxPrec) {
+            zel_bcd_set_zero(w, w.flags | kFlagOverflow);
+            break;
+        }
+        int n = std::min<int>(w.prec, kMaxPrec);
+        if (n - w.exp >= kMaxPrec + 1) n = w.exp + kMaxPrec;
+        if (n == w.prec) break;
+        w.flags |= kFlagLoss;
+        int next;
+        if (n < 0) {
+            // Below half of 10^-32: the digits all go and the nearest modes
+            // keep zero, while a directed mode steps to 10^-32.
+            std::memset(w.data, 0, sizeof w.data);
+            w.prec = 0;
+            w.exp = -kMaxPrec;
+            n = 0;
+            next = 0;
+        } else {
+            next = w.data[n + 1];
+        }
+        bool inc;
+        switch (rounding_mode) {
+            case ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN:
+                inc = next > 5 || (next == 5 && (w.prec - n > 1 || (w.data[n] & 1)));
+                break;
+            case ZEL_BCD_ROUND_NEAREST_TIES_AWAY_FROM_ZERO:
+                inc = next >= 5;
+                break;
+            case ZEL_BCD_ROUND_UP:
+                inc = w.sign > 0;
+                break;
+            case ZEL_BCD_ROUND_DOWN:
+                inc = w.sign < 0;
+                break;
+            default:
+                inc = false;
+                break;
+        }
+        w.prec = static_cast<uint8_t>(n);
+        std::memset(w.data + n + 1, 0, static_cast<size_t>(kWorkPrec - n));
+        if (inc) {
+            int i = n;
+            w.data[i]++;
+            while (i > 0 && w.data[i] >= 10) {
+                w.data[i] = static_cast<uint8_t>(w.data[i] - 10);
+                w.data[--i]++;
+            }
+            zel_bcdNormalizeWork(&w);
+        }
+    }
+    if (w.flags & ZEL_BCD_FLAG_NOMEMORY) return eNOMEMORY;
+    std::memset(result->data, 0, sizeof result->data);
+    if (w.prec != 0) std::memcpy(result->data, w.data, static_cast<size_t>(w.prec) + 1);
+    result->prec = w.prec;
+    result->exp = w.exp;
+    result->flags = w.flags;
+    result->sign = w.sign;
+    return zel_bcdRetcode(w.flags);
+}
+
+void zel_bcdWorkAdd(const WORK_BCD *l, const WORK_BCD *r, WORK_BCD *res) {
+    zel_bcd_work_add(zel_bcd_op(*l, kWorkPrec), zel_bcd_op(*r, kWorkPrec), false, *res);
+}
+
+void zel_bcdWorkSub(const WORK_BCD *l, const WORK_BCD *r, WORK_BCD *res) {
+    zel_bcd_work_add(zel_bcd_op(*l, kWorkPrec), zel_bcd_op(*r, kWorkPrec), true, *res);
+}
+
+void zel_bcdWorkMult(const WORK_BCD *l, const WORK_BCD *r, WORK_BCD *res) {
+    zel_bcd_work_mult(zel_bcd_op(*l, kWorkPrec), zel_bcd_op(*r, kWorkPrec), *res);
+}
+
+void zel_bcdWorkDiv(const WORK_BCD *l, const WORK_BCD *r, WORK_BCD *res) {
+    zel_bcd_work_div(zel_bcd_op(*l, kWorkPrec), zel_bcd_op(*r, kWorkPrec), *res);
+}
+
+void zel_bcdWorkReciprocal(const WORK_BCD *bcd, WORK_BCD *res) {
+    zel_bcd_work_reciprocal(zel_bcd_op(*bcd, kWorkPrec), *res);
+}
+
+// ---- Arithmetic.
+
+ZEL_RETCODE zel_bcdAdd(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                       ZEL_BCD_T *res) {
+    WORK_BCD w;
+    zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), false, w);
+    return zel_bcdAssignResult(&w, rounding_mode, res);
+}
+
+ZEL_RETCODE zel_bcdSub(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                       ZEL_BCD_T *res) {
+    WORK_BCD w;
+    zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), true, w);
+    return zel_bcdAssignResult(&w, rounding_mode, res);
+}
+
+ZEL_RETCODE zel_bcdMult(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                        ZEL_BCD_T *res) {
+    WORK_BCD w;
+    zel_bcd_work_mult(zel_bcd_op32(l), zel_bcd_op32(r), w);
+    return zel_bcdAssignResult(&w, rounding_mode, res);
+}
+
+ZEL_RETCODE zel_bcdDiv(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                       ZEL_BCD_T *res) {
+    WORK_BCD w;
+    zel_bcd_work_div(zel_bcd_op32(l), zel_bcd_op32(r), w);
+    return zel_bcdAssignResult(&w, rounding_mode, res);
+}
+
+ZEL_RETCODE zel_bcdReciprocal(const ZEL_BCD_T *bcd, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                              ZEL_BCD_T *res) {
+    WORK_BCD w;
+    zel_bcd_work_reciprocal(zel_bcd_op32(bcd), w);
+    return zel_bcdAssignResult(&w, rounding_mode, res);
+}
+
+// The native forms: 64-bit integers convert exactly, the 32-bit ones widen,
+// doubles convert through text and stop on any code but sOKAY.
+#define ZEL_BCD_DEFINE_NATIVE_OPS(N, T, CONV)                                                     \
+    ZEL_RETCODE zel_bcdAdd##N(const ZEL_BCD_T *l, T r, ZEL_BCD_ROUNDING_MODE m, ZEL_BCD_T *s) {   \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(r, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdAdd(l, &b, m, s);                                        \
+    }                                                                                             \
+    ZEL_RETCODE zel_bcdSub##N(const ZEL_BCD_T *l, T r, ZEL_BCD_ROUNDING_MODE m, ZEL_BCD_T *s) {   \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(r, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdSub(l, &b, m, s);                                        \
+    }                                                                                             \
+    ZEL_RETCODE zel_bcdMult##N(const ZEL_BCD_T *l, T r, ZEL_BCD_ROUNDING_MODE m, ZEL_BCD_T *s) {  \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(r, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdMult(l, &b, m, s);                                       \
+    }                                                                                             \
+    ZEL_RETCODE zel_bcdDivBy##N(const ZEL_BCD_T *l, T r, ZEL_BCD_ROUNDING_MODE m, ZEL_BCD_T *s) { \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(r, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdDiv(l, &b, m, s);                                        \
+    }                                                                                             \
+    ZEL_RETCODE zel_bcdSubFrom##N(T l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE m,               \
+                                  ZEL_BCD_T *s) {                                                 \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(l, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdSub(&b, r, m, s);                                        \
+    }                                                                                             \
+    ZEL_RETCODE zel_bcdDiv##N(T l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE m, ZEL_BCD_T *s) {   \
+        ZEL_BCD_T b;                                                                              \
+        ZEL_RETCODE rc = CONV(l, &b);                                                             \
+        return rc != sOKAY ? rc : zel_bcdDiv(&b, r, m, s);                                        \
+    }
+
+ZEL_BCD_DEFINE_NATIVE_OPS(Int32, int32_t, zel_bcdFromInt64)
+ZEL_BCD_DEFINE_NATIVE_OPS(UInt32, uint32_t, zel_bcdFromUInt64)
+ZEL_BCD_DEFINE_NATIVE_OPS(Int64, int64_t, zel_bcdFromInt64)
+ZEL_BCD_DEFINE_NATIVE_OPS(UInt64, uint64_t, zel_bcdFromUInt64)
+ZEL_BCD_DEFINE_NATIVE_OPS(Double, double, zel_bcdFromDouble)
+
+// ---- Sign, integers, comparison.
+
+ZEL_RETCODE zel_bcdChgSign(const ZEL_BCD_T *operand, ZEL_BCD_T *result) {
+    if (operand->flags & kFlagErrors) return zel_bcdRetcode(operand->flags);
+    if (result != operand) zel_bcd_normalized_copy(result, operand);
+    // In place there is no normalising, so a zero can take the sign -1.
+    result->sign = static_cast<int8_t>(result->sign < 0 ? 1 : -1);
+    return zel_bcdRetcode(result->flags);
+}
+
+ZEL_RETCODE zel_bcdFloor(const ZEL_BCD_T *operand, ZEL_BCD_T *result) {
+    return zel_bcd_to_integer(operand, result, [](ZEL_BCD_T *b) {
+        if (b->sign >= 0)
+            zel_bcd_floor_mag(b);
+        else
+            zel_bcd_ceiling_mag(b);
+    });
+}
+
+ZEL_RETCODE zel_bcdCeiling(const ZEL_BCD_T *operand, ZEL_BCD_T *result) {
+    return zel_bcd_to_integer(operand, result, [](ZEL_BCD_T *b) {
+        if (b->sign < 1)
+            zel_bcd_floor_mag(b);
+        else
+            zel_bcd_ceiling_mag(b);
+    });
+}
+
+ZEL_RETCODE zel_bcdRound(const ZEL_BCD_T *operand, ZEL_BCD_T *result) {
+    if (operand->flags & kFlagErrors) return zel_bcdRetcode(operand->flags);
+    zel_bcd_normalized_copy(result, operand);
+    if (result->exp < 0) {
+        // A magnitude below 0.1 rounds to 1 with the operand's sign: a set
+        // rule of this function that callers rely on, kept as it is.
+        std::memset(result->data, 0, sizeof result->data);
+        result->prec = 1;
+        result->exp = 1;
+        result->data[1] = 1;
+        return zel_bcdRetcode(result->flags);
+    }
+    int e = std::min<int>(result->exp, kMaxPrec);
+    if (result->prec > e && result->data[e + 1] > 4) {
+        // No carry: a 9 becomes the digit value 10, for zel_bcdValidate to
+        // find. Deliberate; stored results depend on it.
+        result->prec = static_cast<uint8_t>(e);
+        result->data[e]++;
+    } else {
+        result->prec = static_cast<uint8_t>(std::min<int>(result->prec, e));
+    }
+    zel_bcd_clear_past(result);
+    if (result->exp == 0) zel_bcd_normalize(result);
+    return zel_bcdRetcode(result->flags);
+}
+
+int16_t zel_bcdSign(const ZEL_BCD_T *bcd) {
+    return bcd->prec == 0 ? 0 : bcd->sign;
+}
+
+ZEL_BOOL_T zel_bcdIsZero(const ZEL_BCD_T *bcd) {
+    int prec = std::min<int>(bcd->prec, kMaxPrec);
+    for (int i = 0; i <= prec; ++i)
+        if (bcd->data[i] != 0) return ZEL_FALSE;
+    return ZEL_TRUE;
+}
+
+ZEL_COMPARE zel_bcdCompare(const ZEL_BCD_T *left, const ZEL_BCD_T *right) {
+    int ls = left->sign < 0 ? -1 : 1, rs = right->sign < 0 ? -1 : 1;
+    if (ls == rs) {
+        int c = zel_bcd_ucompare(zel_bcd_op32(left), zel_bcd_op32(right)) * ls;
+        return static_cast<ZEL_COMPARE>(c);
+    }
+    auto zero = [](const ZEL_BCD_T *b) { return b->exp == 0 && b->prec == 0 && b->data[0] == 0; };
+    if (zero(left) && zero(right)) return ZEL_EQ;
+    return ls < 0 ? ZEL_LT : ZEL_GT;
+}
+
+uint8_t zel_bcdMaxprec(void) {
+    return kMaxPrec;
+}
+uint8_t zel_bcdMaxscale(void) {
+    return ZEL_BCD_MAX_SCALE;
+}
+
+ZEL_RETCODE zel_bcdValidate(const ZEL_BCD_T *bcd) {
+    if (bcd->prec > kMaxPrec) return eINVALID;
+    for (int i = 0; i <= bcd->prec; ++i)
+        if (bcd->data[i] > 9) return eINVALID;
+    return sOKAY;
+}
+
+void zel_bcdCopy(const ZEL_BCD_T *src, ZEL_BCD_T *dest) {
+    if (src == dest) return;
+    int prec = std::min<int>(src->prec, kMaxPrec);
+    dest->prec = src->prec;
+    dest->exp = src->exp;
+    dest->flags = src->flags;
+    dest->sign = src->sign;
+    std::memmove(dest->data, src->data, static_cast<size_t>(prec) + 1);
+    std::memset(dest->data + prec + 1, 0, static_cast<size_t>(kMaxPrec - prec));
+}
+
+// ---- Stored form.
+
+ZEL_RETCODE zel_bcdAdjust(ZEL_BCD_T *bcd, uint8_t prec, uint8_t scale) {
+    ZEL_RETCODE rc = sOKAY;
+    int bprec = std::min<int>(bcd->prec, kMaxPrec);
+    int ldigits = prec - scale - bcd->exp;
+    int rdigits = scale - (bprec - bcd->exp);
+    uint8_t flags = bcd->flags;
+    if (bprec + ldigits + rdigits >= kMaxPrec + 1) {
+        rc = sPRECISIONLOSS;
+        flags |= kFlagLoss;
+        ldigits = kMaxPrec - bprec - ldigits;
+    } else if (bprec + ldigits >= kMaxPrec + 1 && rdigits < 0) {
+        rc = sPRECISIONLOSS;
+        flags |= kFlagLoss;
+        // Drops fraction digits from the end, below zero digits if need be:
+        // those are the leading zeros that the shift below brings in.
+        while (bprec + ldigits > kMaxPrec && rdigits < 0) {
+            --bprec;
+            ++rdigits;
+        }
+    }
+    if (ldigits < 0) {
+        rc = eRANGE;
+        flags |= kFlagOverflow;
+    }
+    if (rdigits < 0) {
+        flags |= kFlagLoss;
+        if (rc == sOKAY) rc = sPRECISIONLOSS;
+    }
+    // Each new digit j comes from old digit j - ldigits (zero outside the old
+    // digits); shifting by ldigits and then cutting or padding by rdigits.
+    int nprec = std::clamp(bprec + ldigits + rdigits, 0, kMaxPrec);
+    uint8_t digits[kMaxPrec + 1] = {};
+    for (int j = 1; j <= nprec; ++j) {
+        int i = j - ldigits;
+        if (i >= 1 && i <= bprec) digits[j] = bcd->data[i];
+    }
+    std::memcpy(bcd->data, digits, sizeof digits);
+    bcd->prec = static_cast<uint8_t>(nprec);
+    bcd->exp = static_cast<int8_t>(bcd->exp + ldigits);
+    bcd->flags = flags;
+    return rc;
+}
+
+ZEL_RETCODE zel_bcdPack(const ZEL_BCD_T *bcdu, ZEL_PACKED_BCD_T *p, uint8_t prec, uint8_t scale) {
+    if (scale > kMaxPrec || prec > kMaxPrec) return eRANGE;
+    ZEL_BCD_T copy;
+    zel_bcd_normalized_copy(&copy, bcdu);
+    ZEL_RETCODE rc = zel_bcdAdjust(&copy, prec, scale);
+    std::memset(p, 0, prec / 2 + 1u);
+    bool neg = copy.sign < 0;
+    if (!neg) p[0] = 0x40;
+    for (int i = 1; i <= copy.prec; ++i) {
+        uint8_t nib = static_cast<uint8_t>((neg ? 9 - copy.data[i] : copy.data[i]) & 0x0F);
+        if (i & 1)
+            p[(i - 1) / 2] |= nib;
+        else
+            p[i / 2] |= static_cast<uint8_t>(nib << 4);
+    }
+    return rc;
+}
+
+ZEL_RETCODE zel_bcdUnpack(const ZEL_PACKED_BCD_T *p, ZEL_BCD_T *bcdu, uint8_t prec, uint8_t scale) {
+    if (scale > kMaxPrec || prec > kMaxPrec) return eRANGE;
+    ZEL_BCD_T b;
+    std::memset(&b, 0, sizeof b);
+    b.sign = (p[0] & 0x40) ? 1 : -1;
+    int n = 0;
+    for (int i = 1; i <= prec; ++i) {
+        int nib = (i & 1) ? (p[(i - 1) / 2] & 0x0F) : (p[i / 2] >> 4);
+        if (nib > 9) return eINVBCD;
+        int d = b.sign < 0 ? 9 - nib : nib;
+        if (n == 0 && d == 0) continue;  // leading zeros go
+        b.data[++n] = static_cast<uint8_t>(d);
+    }
+    b.prec = static_cast<uint8_t>(n);
+    b.exp = static_cast<int8_t>(n == 0 ? 0 : n - scale);
+    *bcdu = b;
+    return sOKAY;
+}
+
+// ---- Text in.
+
+namespace {
+
+// One row of the text parser: `*` matches anything, `#` any digit.
+struct ACTION {
+    char symbol;
+    uint8_t ruleno;
+    uint8_t shift;  // 1: consume the character
+    int8_t state;   // next state; -1 stops with an error, -2 with success
+};
+
+constexpr int8_t kFail = -1, kDone = -2;
+
+constexpr ACTION s0[] = {{' ', 0, 1, 0}, {'+', 0, 1, 1}, {'-', 1, 1, 1}, {'*', 0, 0, 1}};
+constexpr ACTION s1[] = {{' ', 0, 1, 1}, {'#', 3, 1, 2}, {'.', 2, 1, 3}, {'*', 0, 0, kFail}};
+constexpr ACTION s2[] = {{'#', 3, 1, 2}, {'.', 2, 1, 3}, {'\0', 0, 0, kDone}, {'*', 0, 0, 4}};
+constexpr ACTION s3[] = {{'#', 3, 1, 3}, {'*', 0, 0, 4}};
+constexpr ACTION s4[] = {
+    {' ', 0, 1, 4}, {'e', 0, 1, 5}, {'E', 0, 1, 5}, {'\0', 0, 0, kDone}, {'*', 0, 0, kFail}};
+constexpr ACTION s5[] = {{'+', 0, 1, 6}, {'-', 4, 1, 6}, {'*', 0, 0, 6}};
+constexpr ACTION s6[] = {{'#', 5, 1, 7}, {'*', 0, 0, kFail}};
+constexpr ACTION s7[] = {{'#', 5, 1, 7}, {'*', 0, 0, 8}};
+constexpr ACTION s8[] = {{' ', 0, 1, 8}, {'\0', 0, 0, kDone}, {'*', 0, 0, kFail}};
+
+struct StateRows {
+    const ACTION *rows;
+    size_t count;
+};
+
+template <size_t N>
+constexpr StateRows zel_bcd_rows(const ACTION (&a)[N]) {
+    return StateRows{a, N};
+}
+
+constexpr StateRows StateTable[] = {zel_bcd_rows(s0), zel_bcd_rows(s1), zel_bcd_rows(s2),
+                                    zel_bcd_rows(s3), zel_bcd_rows(s4), zel_bcd_rows(s5),
+                                    zel_bcd_rows(s6), zel_bcd_rows(s7), zel_bcd_rows(s8)};
+
+inline bool zel_bcd_matches(char symbol, char c) {
+    if (symbol == '*') return true;
+    if (symbol == '#') return c >= '0' && c <= '9';
+    return symbol == c;
+}
+
+struct ParseState {
+    ZEL_BCD_T *bcd;
+    ZEL_RETCODE rc = sOKAY;
+    uint8_t flags = 0;
+    bool decimal = false;
+    int next = 1;  // next free digit index
+    int int_digits = 0;
+    int sig_digits = 0;
+    int pending_zeros = 0;
+    int exp_sign = 1;
+    uint32_t exp_value = 0;  // wraps like the 32-bit accumulator it is
+};
+
+void zel_bcd_mantissa_digit(ParseState &ps, int d) {
+    if (!ps.decimal) {
+        if (d == 0 && ps.int_digits == 0) return;  // a leading zero
+        ++ps.int_digits;
+    }
+    if (ps.next <= kMaxPrec) {
+        ps.bcd->data[ps.next++] = static_cast<uint8_t>(d);
+        if (d == 0) {
+            ++ps.pending_zeros;
+        } else {
+            ps.sig_digits += ps.pending_zeros + 1;
+            ps.pending_zeros = 0;
+        }
+    } else if (ps.decimal) {
+        ps.flags |= kFlagLoss;
+        if (ps.rc == sOKAY) ps.rc = sPRECISIONLOSS;
+    } else {
+        ps.flags |= kFlagOverflow;
+        ps.rc = eRANGE;
+    }
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdFromString(const char *str, ZEL_BCD_T *bcd) {
+    if (str == nullptr || bcd == nullptr) return eINVNULLARG;
+    std::memset(bcd, 0, sizeof *bcd);
+    bcd->sign = 1;
+    ParseState ps{bcd};
+    int state = 0;
+    const char *s = str;
+    while (state >= 0) {
+        char c = *s;
+        const StateRows &st = StateTable[state];
+        const ACTION *row = st.rows;
+        while (!zel_bcd_matches(row->symbol, c)) ++row;  // the last row is '*'
+        switch (row->ruleno) {
+            case 1:
+                bcd->sign = -1;
+                break;
+            case 2:
+                ps.decimal = true;
+                break;
+            case 3:
+                zel_bcd_mantissa_digit(ps, c - '0');
+                break;
+            case 4:
+                ps.exp_sign = -1;
+                break;
+            case 5:
+                ps.exp_value = ps.exp_value * 10u + static_cast<uint32_t>(c - '0');
+                break;
+            default:
+                break;
+        }
+        if (row->shift) ++s;
+        state = row->state;
+    }
+
+    int prec = std::max(ps.int_digits, ps.sig_digits);
+    int32_t sexp = static_cast<int32_t>(ps.exp_value);
+    if (ps.exp_sign < 0) sexp = static_cast<int32_t>(0u - ps.exp_value);
+    // The exponent is kept in 8 bits, so a large one wraps: deliberate, as
+    // texts stored with it must read back the same.
+    int exp = static_cast<int8_t>(static_cast<uint8_t>(ps.int_digits + sexp));
+    if (ps.exp_value != 0) {
+        if (exp > prec) prec = exp;
+        if (exp < 0) prec -= exp;
+    }
+    if (prec >= kMaxPrec + 1) {
+        prec = kMaxPrec;
+        ps.flags |= kFlagOverflow;
+        ps.rc = eRANGE;
+    }
+    if (prec - exp >= kMaxPrec + 1) {
+        // Fraction digits past 32 places are cut, not rounded.
+        prec = std::max(exp + kMaxPrec, 0);
+        ps.flags |= kFlagLoss;
+        if (ps.rc == sOKAY) ps.rc = sPRECISIONLOSS;
+    }
+    while (prec > exp && prec > 0 && bcd->data[prec] == 0) --prec;
+    bcd->prec = static_cast<uint8_t>(prec);
+    bcd->exp = static_cast<int8_t>(exp);
+    bcd->flags = ps.flags;
+    zel_bcd_clear_past(bcd);
+    zel_bcd_normalize(bcd);
+    if (ps.rc != sOKAY) return ps.rc;
+    return state == kDone ? sOKAY : eRANGE;
+}
+
+// ---- Text out.
+
+namespace {
+
+struct TextShape {
+    int start;
+    int int_digits;
+    int frac_digits;
+    int exponent;
+    int size;  // with the terminator
+};
+
+TextShape zel_bcd_calc_needed_size(const ZEL_BCD_T &b, uint8_t scale, bool use_exponent) {
+    TextShape t{};
+    if (use_exponent) {
+        t.start = 1;
+        t.int_digits = 1;
+        t.frac_digits = scale != 255 ? scale : (b.prec == 0 ? 0 : b.prec - 1);
+        t.exponent = b.prec == 0 ? 0 : b.exp - 1;
+        t.size = t.frac_digits ? t.frac_digits + 8 : 7;
+    } else {
+        t.exponent = 0;
+        t.start = b.exp < 1 ? b.exp : 1;
+        t.int_digits = std::max<int>(b.exp, 1);
+        t.frac_digits = scale != 255 ? scale : std::max(b.prec - b.exp, 0);
+        t.size = t.frac_digits ? t.int_digits + t.frac_digits + 2 : t.int_digits + 1;
+    }
+    if (b.sign < 0) ++t.size;
+    return t;
+}
+
+ZEL_RETCODE zel_bcd_format(const ZEL_BCD_T *src, uint8_t scale, bool use_exponent,
+                           ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
+    ZEL_BCD_T b;
+    zel_bcd_normalized_copy(&b, src);
+    TextShape t = zel_bcd_calc_needed_size(b, scale, use_exponent);
+    ZEL_RETCODE rc;
+    if (b.sign < 0) ZEL_CHECK(rc = fcn(ctx, '-'));
+    int p = t.start;
+    auto digit = [&](int pos) -> uint32_t {
+        return static_cast<uint32_t>('0' + ((pos >= 1 && pos <= b.prec) ? b.data[pos] : 0));
+    };
+    for (int i = 0; i < t.int_digits; ++i) ZEL_CHECK(rc = fcn(ctx, digit(p++)));
+    if (t.frac_digits != 0) {
+        ZEL_CHECK(rc = fcn(ctx, '.'));
+        // Digits past the chosen scale are cut, never rounded.
+        for (int i = 0; i < t.frac_digits; ++i) ZEL_CHECK(rc = fcn(ctx, digit(p++)));
+    }
+    if (use_exponent)
+        ZEL_CHECK(rc = b_fnprintf(fcn, ctx, "e%+04hd", static_cast<short>(t.exponent)));
+    return sOKAY;
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdFormatWithScale(const ZEL_BCD_T *b, uint8_t scale, ZEL_BOOL_T use_exponent,
+                                   ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
+    return zel_bcd_format(b, scale, use_exponent != ZEL_FALSE, fcn, ctx);
+}
+
+ZEL_RETCODE zel_bcdToStringWithScale(const ZEL_BCD_T *b, uint8_t scale, ZEL_BOOL_T use_exponent,
+                                     char *str, uint32_t len, uint32_t *bytesOut) {
+    if ((str == nullptr || len == 0) && bytesOut != nullptr) {
+        ZEL_BCD_T copy;
+        zel_bcd_normalized_copy(&copy, b);
+        *bytesOut = static_cast<uint32_t>(
+            zel_bcd_calc_needed_size(copy, scale, use_exponent != ZEL_FALSE).size);
+        return sOKAY;
+    }
+    ZEL_OUTPUT_BUFF out;
+    b_utf8BuffInit(&out, str, len);
+    ZEL_RETCODE rc = zel_bcdFormatWithScale(b, scale, use_exponent, b_emitCharAsUtf8, &out);
+    b_utf8BuffTerm(&out);
+    if (out.needed_elems > out.size) rc = sUNDERFLOW;
+    if (bytesOut != nullptr) *bytesOut = static_cast<uint32_t>(out.used_elems);
+    return rc;
+}
+
+ZEL_RETCODE zel_bcdToString(const ZEL_BCD_T *b, ZEL_BOOL_T use_exp, char *str, uint32_t len,
+                            uint32_t *bytesOut) {
+    return zel_bcdToStringWithScale(b, 255, use_exp, str, len, bytesOut);
+}
+
+// ---- Native numbers in.
+
+ZEL_RETCODE zel_bcdFromUInt64(uint64_t v, ZEL_BCD_T *bcd) {
+    std::memset(bcd, 0, sizeof *bcd);
+    bcd->sign = 1;
+    uint8_t digits[20];
+    int n = 0;
+    for (; v != 0; v /= 10) digits[n++] = static_cast<uint8_t>(v % 10);
+    for (int i = 0; i < n; ++i) bcd->data[i + 1] = digits[n - 1 - i];
+    bcd->prec = static_cast<uint8_t>(n);
+    bcd->exp = static_cast<int8_t>(n);
+    return sOKAY;
+}
+
+ZEL_RETCODE zel_bcdFromInt64(int64_t v, ZEL_BCD_T *bcd) {
+    uint64_t mag = v < 0 ? 0 - static_cast<uint64_t>(v) : static_cast<uint64_t>(v);
+    ZEL_RETCODE rc = zel_bcdFromUInt64(mag, bcd);
+    if (v < 0) bcd->sign = -1;
+    return rc;
+}
+
+ZEL_RETCODE zel_bcdFromInt8(int8_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromInt64(v, bcd);
+}
+ZEL_RETCODE zel_bcdFromInt16(int16_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromInt64(v, bcd);
+}
+ZEL_RETCODE zel_bcdFromInt32(int32_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromInt64(v, bcd);
+}
+ZEL_RETCODE zel_bcdFromUInt8(uint8_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromUInt64(v, bcd);
+}
+ZEL_RETCODE zel_bcdFromUInt16(uint16_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromUInt64(v, bcd);
+}
+ZEL_RETCODE zel_bcdFromUInt32(uint32_t v, ZEL_BCD_T *bcd) {
+    return zel_bcdFromUInt64(v, bcd);
+}
+
+ZEL_RETCODE zel_bcdFromDouble(double dv, ZEL_BCD_T *bcd) {
+    if (!psp_mathDoubleIsFinite(dv)) return eRANGE;
+    ZEL_RETCODE pending = sOKAY;
+    int scale = 14;
+    if (dv != 0.0) {
+        double mag = psp_mathDoubleLog10(psp_mathDoubleAbs(dv));
+        if (mag > 31.0) return eRANGE;
+        scale = 14 - static_cast<int>(mag);  // truncated towards zero
+        if (scale > kMaxPrec) {
+            scale = kMaxPrec;
+            pending = sPRECISIONLOSS;
+        }
+        if (scale < 0) scale = 0;
+    }
+    // At most 32 integer digits or 32 places, so 80 bytes always suffice.
+    char text[80];
+    b_snprintf(text, sizeof text, "%.*f", scale, dv);
+    ZEL_RETCODE rc = zel_bcdFromString(text, bcd);
+    return rc != sOKAY ? rc : pending;
+}
+
+ZEL_RETCODE zel_bcdFromFloat(float fv, ZEL_BCD_T *bcd) {
+    return zel_bcdFromDouble(fv, bcd);
+}
+
+// ---- Native numbers out.
+
+namespace {
+
+// Accumulates the integer digits of a normalised copy against `limit`.
+ZEL_RETCODE zel_bcd_to_magnitude(const ZEL_BCD_T &c, uint64_t limit, uint64_t &acc) {
+    ZEL_RETCODE rc = sOKAY;
+    acc = 0;
+    for (int i = 1; i <= c.exp; ++i) {
+        uint64_t d = (i <= c.prec) ? c.data[i] : 0;
+        bool wrap = __builtin_mul_overflow(acc, 10u, &acc);
+        wrap |= __builtin_add_overflow(acc, d, &acc);
+        if (wrap || acc > limit) rc = eRANGE;  // sticky
+    }
+    if (rc == sOKAY && c.exp != c.prec) rc = sPRECISIONLOSS;
+    return rc;
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdToInt64(const ZEL_BCD_T *b, int64_t *val) {
+    ZEL_BCD_T c;
+    zel_bcd_normalized_copy(&c, b);
+    if (c.exp < 1) {
+        *val = 0;
+        return c.data[1] != 0 ? sPRECISIONLOSS : sOKAY;
+    }
+    uint64_t limit = c.sign < 0 ? (1ull << 63) : (1ull << 63) - 1;
+    uint64_t acc;
+    ZEL_RETCODE rc = zel_bcd_to_magnitude(c, limit, acc);
+    *val = static_cast<int64_t>(c.sign < 0 ? 0 - acc : acc);
+    return rc;
+}
+
+ZEL_RETCODE zel_bcdToUInt64(const ZEL_BCD_T *b, uint64_t *val) {
+    ZEL_BCD_T c;
+    zel_bcd_normalized_copy(&c, b);
+    if (c.sign < 0) {
+        *val = 0;
+        return eRANGE;
+    }
+    if (c.exp < 1) {
+        *val = 0;
+        return c.data[1] != 0 ? sPRECISIONLOSS : sOKAY;
+    }
+    uint64_t acc;
+    ZEL_RETCODE rc = zel_bcd_to_magnitude(c, std::numeric_limits<uint64_t>::max(), acc);
+    *val = acc;
+    return rc;
+}
+
+namespace {
+
+template <typename T, typename W, ZEL_RETCODE (*Wide)(const ZEL_BCD_T *, W *)>
+ZEL_RETCODE zel_bcd_to_narrow(const ZEL_BCD_T *b, T *val) {
+    W v = 0;
+    ZEL_RETCODE rc = Wide(b, &v);
+    *val = static_cast<T>(v);
+    if (rc < 0) return rc;
+    if (v < static_cast<W>(std::numeric_limits<T>::min()) ||
+        v > static_cast<W>(std::numeric_limits<T>::max()))
+        return eRANGE;
+    return rc;
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdToInt8(const ZEL_BCD_T *b, int8_t *val) {
+    return zel_bcd_to_narrow<int8_t, int64_t, zel_bcdToInt64>(b, val);
+}
+ZEL_RETCODE zel_bcdToInt16(const ZEL_BCD_T *b, int16_t *val) {
+    return zel_bcd_to_narrow<int16_t, int64_t, zel_bcdToInt64>(b, val);
+}
+ZEL_RETCODE zel_bcdToInt32(const ZEL_BCD_T *b, int32_t *val) {
+    return zel_bcd_to_narrow<int32_t, int64_t, zel_bcdToInt64>(b, val);
+}
+ZEL_RETCODE zel_bcdToUInt8(const ZEL_BCD_T *b, uint8_t *val) {
+    return zel_bcd_to_narrow<uint8_t, uint64_t, zel_bcdToUInt64>(b, val);
+}
+ZEL_RETCODE zel_bcdToUInt16(const ZEL_BCD_T *b, uint16_t *val) {
+    return zel_bcd_to_narrow<uint16_t, uint64_t, zel_bcdToUInt64>(b, val);
+}
+ZEL_RETCODE zel_bcdToUInt32(const ZEL_BCD_T *b, uint32_t *val) {
+    return zel_bcd_to_narrow<uint32_t, uint64_t, zel_bcdToUInt64>(b, val);
+}
+
+namespace {
+
+// Through text and back: the double, then whether it converts back to the
+// same decimal.
+template <typename T, ZEL_RETCODE (*Back)(T, ZEL_BCD_T *)>
+ZEL_RETCODE zel_bcd_to_floating(const ZEL_BCD_T *b, T *val) {
+    ZEL_BCD_T c;
+    zel_bcd_normalized_copy(&c, b);
+    char text[256];
+    ZEL_RETCODE rc = zel_bcdToString(&c, ZEL_FALSE, text, sizeof text, nullptr);
+    if (rc < 0) return rc;
+    T v = static_cast<T>(psp_stratof(text));
+    ZEL_BCD_T back;
+    std::memset(&back, 0, sizeof back);
+    back.sign = 1;
+    (void)Back(v, &back);
+    *val = v;
+    return zel_bcdCompare(&back, &c) != ZEL_EQ ? eRANGE : rc;
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdToDouble(const ZEL_BCD_T *b, double *val) {
+    return zel_bcd_to_floating<double, zel_bcdFromDouble>(b, val);
+}
+
+ZEL_RETCODE zel_bcdToFloat(const ZEL_BCD_T *b, float *val) {
+    return zel_bcd_to_floating<float, zel_bcdFromFloat>(b, val);
+}

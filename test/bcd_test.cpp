@@ -1,0 +1,559 @@
+// Tests of the exact decimal: vectors from Python's decimal module
+// (test/data/gen_bcd.py), hand-worked stored bytes, the packed form's order and
+// round-trip properties, and the edge cases the arithmetic keeps on purpose.
+#include "bcd.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+ZEL_BCD_T Parse(const std::string &s, ZEL_RETCODE expect = sOKAY) {
+    ZEL_BCD_T b;
+    EXPECT_EQ(zel_bcdFromString(s.c_str(), &b), expect) << s;
+    return b;
+}
+
+std::string Text(const ZEL_BCD_T &b, bool use_exp = false, uint8_t scale = 255) {
+    char buf[400];
+    uint32_t n = 0;
+    EXPECT_EQ(
+        zel_bcdToStringWithScale(&b, scale, use_exp ? ZEL_TRUE : ZEL_FALSE, buf, sizeof buf, &n),
+        sOKAY);
+    EXPECT_EQ(n, std::strlen(buf) + 1);
+    return buf;
+}
+
+std::string CodeName(ZEL_RETCODE rc) {
+    switch (rc) {
+        case sOKAY:
+            return "OK";
+        case sPRECISIONLOSS:
+            return "LOSS";
+        case eRANGE:
+            return "RANGE";
+        default:
+            return std::to_string(rc);
+    }
+}
+
+std::vector<std::string> Lines(const char *name) {
+    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
+    EXPECT_TRUE(in.good()) << name;
+    std::vector<std::string> out;
+    for (std::string line; std::getline(in, line);)
+        if (!line.empty()) out.push_back(line);
+    return out;
+}
+
+using BinOp = ZEL_RETCODE (*)(const ZEL_BCD_T *, const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE,
+                              ZEL_BCD_T *);
+
+BinOp OpByName(const std::string &op) {
+    if (op == "add") return zel_bcdAdd;
+    if (op == "sub") return zel_bcdSub;
+    if (op == "mul") return zel_bcdMult;
+    return zel_bcdDiv;
+}
+
+// A random decimal of 1 to 32 digits and a scale of 0 to 32.
+ZEL_BCD_T RandomBcd(std::mt19937_64 &rng, int maxdigits = 32) {
+    std::uniform_int_distribution<int> nd(1, maxdigits), dig(0, 9), sc(0, 32);
+    int n = nd(rng), scale = std::min(sc(rng), n);
+    std::string s = (rng() & 1) ? "-" : "";
+    for (int i = 0; i < n; ++i) {
+        if (i == n - scale) s += '.';
+        s += static_cast<char>('0' + dig(rng));
+    }
+    ZEL_BCD_T b;
+    EXPECT_GE(zel_bcdFromString(s.c_str(), &b), 0);
+    return b;
+}
+
+TEST(BcdOracle, ArithmeticMatchesDecimalModule) {
+    auto lines = Lines("good-bcd-arith.txt");
+    ASSERT_GT(lines.size(), 2000u);
+    int checked = 0;
+    for (const std::string &line : lines) {
+        std::istringstream is(line);
+        std::string op, a, b, want, code;
+        int mode;
+        is >> op >> mode >> a >> b >> want >> code;
+        ZEL_BCD_T l = Parse(a), r = Parse(b), res;
+        ZEL_RETCODE rc = OpByName(op)(&l, &r, static_cast<ZEL_BCD_ROUNDING_MODE>(mode), &res);
+        if (op != "div") {
+            EXPECT_EQ(Text(res), want) << line;
+            EXPECT_EQ(CodeName(rc), code) << line;
+        } else {
+            // Within one unit in the last place of the expected quotient.
+            ZEL_BCD_T w = Parse(want), diff, ulp;
+            ASSERT_GE(zel_bcdSub(&res, &w, ZEL_BCD_ROUND_TOWARDS_ZERO, &diff), 0) << line;
+            int q = w.prec == 0 ? -32 : std::max(w.exp - 32, -32);
+            std::string u = q >= 0 ? "1" + std::string(q, '0') : "0." + std::string(-q - 1, '0') + "1";
+            ulp = Parse(u);
+            diff.sign = 1;
+            EXPECT_NE(zel_bcdCompare(&diff, &ulp), ZEL_GT) << line << " got " << Text(res);
+            EXPECT_EQ(rc == eRANGE, code == "RANGE") << line;
+        }
+        ++checked;
+    }
+    EXPECT_EQ(checked, static_cast<int>(lines.size()));
+}
+
+TEST(BcdOracle, TextMatchesDecimalModule) {
+    for (const std::string &line : Lines("good-bcd-text.txt")) {
+        size_t p1 = line.find('|'), p2 = line.rfind('|');
+        std::string text = line.substr(0, p1), want = line.substr(p1 + 1, p2 - p1 - 1);
+        std::string code = line.substr(p2 + 1);
+        ZEL_BCD_T b;
+        ZEL_RETCODE rc = zel_bcdFromString(text.c_str(), &b);
+        EXPECT_EQ(CodeName(rc), code) << line;
+        EXPECT_EQ(Text(b), want) << line;
+    }
+}
+
+TEST(BcdAdd, OverflowOfTheIntegerPartGivesStoredZero) {
+    // 10^31 + 9 * 10^31 = 10^32: 33 integer digits.
+    ZEL_BCD_T a = Parse("1" + std::string(31, '0')), b = Parse("9" + std::string(31, '0')), r;
+    EXPECT_EQ(zel_bcdAdd(&a, &b, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eRANGE);
+    EXPECT_EQ(r.prec, 0);
+    EXPECT_EQ(r.flags & ZEL_BCD_FLAG_OVERFLOW, ZEL_BCD_FLAG_OVERFLOW);
+    // The error bit travels: any later operation gives the error zero.
+    ZEL_BCD_T one = Parse("1"), r2;
+    EXPECT_EQ(zel_bcdMult(&r, &one, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r2), eRANGE);
+}
+
+TEST(BcdAdd, ResultMayAliasAnOperand) {
+    ZEL_BCD_T a = Parse("1.25"), b = Parse("-0.5");
+    ASSERT_EQ(zel_bcdAdd(&a, &b, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &a), sOKAY);
+    EXPECT_EQ(Text(a), "0.75");
+    ASSERT_EQ(zel_bcdMult(&a, &a, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &a), sOKAY);
+    EXPECT_EQ(Text(a), "0.5625");
+    ASSERT_EQ(zel_bcdSub(&a, &a, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &a), sOKAY);
+    EXPECT_EQ(Text(a), "0");
+}
+
+TEST(BcdRounding, HalfInTheLastPlaceByMode) {
+    // 1.000...01 (32 digits) plus 5 in the 33rd digit: exactly half a unit.
+    const std::string base = "1." + std::string(30, '0') + "1";
+    ZEL_BCD_T a = Parse(base), half = Parse("0." + std::string(31, '0') + "5"), r;
+    const std::string even = "1." + std::string(30, '0') + "2";  // 1 is odd: up
+    const std::string cut = base;
+    struct Case {
+        ZEL_BCD_ROUNDING_MODE mode;
+        std::string pos, neg;
+    } cases[] = {
+        {ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, even, "-" + even},
+        {ZEL_BCD_ROUND_NEAREST_TIES_AWAY_FROM_ZERO, even, "-" + even},
+        {ZEL_BCD_ROUND_UP, even, "-" + cut},
+        {ZEL_BCD_ROUND_DOWN, cut, "-" + even},
+        {ZEL_BCD_ROUND_TOWARDS_ZERO, cut, "-" + cut},
+        {static_cast<ZEL_BCD_ROUNDING_MODE>(9), cut, "-" + cut},
+    };
+    for (const Case &c : cases) {
+        EXPECT_EQ(zel_bcdAdd(&a, &half, c.mode, &r), sPRECISIONLOSS);
+        EXPECT_EQ(Text(r), c.pos) << c.mode;
+        ZEL_BCD_T na, nh;
+        ASSERT_EQ(zel_bcdChgSign(&a, &na), sOKAY);
+        ASSERT_EQ(zel_bcdChgSign(&half, &nh), sOKAY);
+        EXPECT_EQ(zel_bcdAdd(&na, &nh, c.mode, &r), sPRECISIONLOSS);
+        EXPECT_EQ(Text(r), c.neg) << c.mode;
+    }
+    // Ties to even keeps an even last digit.
+    ZEL_BCD_T b = Parse("1." + std::string(30, '0') + "2");
+    EXPECT_EQ(zel_bcdAdd(&b, &half, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "1." + std::string(30, '0') + "2");
+}
+
+TEST(BcdRounding, TinyResultsBelowTheLastPlace) {
+    // 10^-20 * 10^-15 = 10^-35: no digit survives 32 places.
+    ZEL_BCD_T a = Parse("0." + std::string(19, '0') + "1"), b = Parse("1e-15"), r;
+    EXPECT_EQ(zel_bcdMult(&a, &b, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "0");
+    EXPECT_EQ(zel_bcdMult(&a, &b, ZEL_BCD_ROUND_UP, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "0." + std::string(31, '0') + "1");
+    // Below 10^-40 the work form drops the value without a flag.
+    ZEL_BCD_T c = Parse("0." + std::string(24, '0') + "1");
+    EXPECT_EQ(zel_bcdMult(&c, &c, ZEL_BCD_ROUND_UP, &r), sOKAY);
+    EXPECT_EQ(Text(r), "0");
+}
+
+TEST(BcdDivide, ReciprocalMethod) {
+    ZEL_BCD_T one = Parse("1"), three = Parse("3"), zero = Parse("0"), r;
+    EXPECT_EQ(zel_bcdDiv(&one, &three, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sPRECISIONLOSS);
+    EXPECT_EQ(r.prec, 32);
+    EXPECT_EQ(r.exp, 0);
+    EXPECT_EQ(Text(r), "0." + std::string(32, '3'));
+    EXPECT_EQ(zel_bcdDiv(&one, &zero, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eDIVBY0);
+    EXPECT_EQ(r.prec, 0);
+    EXPECT_EQ(zel_bcdReciprocal(&zero, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eDIVBY0);
+    ZEL_BCD_T four = Parse("4");
+    // Newton's iteration stops at 0.2499...9 (40 digits), one unit short in
+    // the 40th digit, so even 1/4 comes back rounded.
+    EXPECT_EQ(zel_bcdReciprocal(&four, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "0.25");
+    EXPECT_EQ(zel_bcdReciprocal(&four, ZEL_BCD_ROUND_TOWARDS_ZERO, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "0.24" + std::string(30, '9'));
+    // The division goes through the reciprocal, so 6 / 3 is only near 2.
+    ZEL_BCD_T six = Parse("6");
+    EXPECT_EQ(zel_bcdDiv(&six, &three, ZEL_BCD_ROUND_TOWARDS_ZERO, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "1." + std::string(31, '9'));
+    EXPECT_EQ(zel_bcdDivInt32(100, &four, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sPRECISIONLOSS);
+    EXPECT_EQ(Text(r), "25");
+    EXPECT_EQ(zel_bcdDivByInt64(&one, 0, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eDIVBY0);
+}
+
+TEST(BcdDivide, RandomQuotientTimesDivisorIsNearDividend) {
+    std::mt19937_64 rng(7);
+    for (int i = 0; i < 400; ++i) {
+        ZEL_BCD_T a = RandomBcd(rng, 16), b = RandomBcd(rng, 16), q, back, diff;
+        if (zel_bcdIsZero(&b)) continue;
+        ZEL_RETCODE rc = zel_bcdDiv(&a, &b, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &q);
+        if (rc == eRANGE) continue;
+        ASSERT_GE(rc, 0);
+        ASSERT_GE(zel_bcdMult(&q, &b, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &back), 0);
+        ASSERT_GE(zel_bcdSub(&back, &a, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &diff), 0);
+        // |q * b - a| is within a few units of b in q's last place.
+        int places = std::min(32, q.prec - q.exp);
+        ZEL_BCD_T tol = Parse(places > 0 ? "0." + std::string(places - 1, '0') + "1" : "1");
+        ZEL_BCD_T bound, babs = b;
+        babs.sign = 1;
+        diff.sign = 1;
+        ASSERT_GE(zel_bcdMult(&tol, &babs, ZEL_BCD_ROUND_UP, &bound), 0);
+        ASSERT_GE(zel_bcdMultInt32(&bound, 2, ZEL_BCD_ROUND_UP, &bound), 0);
+        EXPECT_NE(zel_bcdCompare(&diff, &bound), ZEL_GT) << Text(a) << " / " << Text(b);
+    }
+}
+
+TEST(BcdText, EdgeCases) {
+    ZEL_BCD_T b;
+    // 33 fraction digits: the last is dropped.
+    b = Parse("0." + std::string(32, '1') + "9", sPRECISIONLOSS);
+    EXPECT_EQ(Text(b), "0." + std::string(32, '1'));
+    b = Parse("12x", eRANGE);
+    EXPECT_EQ(Text(b), "12");
+    b = Parse("", eRANGE);
+    EXPECT_EQ(b.prec, 0);
+    b = Parse("   ", eRANGE);
+    b = Parse("-0");
+    EXPECT_EQ(b.sign, 1);
+    EXPECT_EQ(b.prec, 0);
+    b = Parse(".");
+    EXPECT_EQ(Text(b), "0");
+    b = Parse(" - 1.50 e+2 ");
+    EXPECT_EQ(Text(b), "-150");
+    // The exponent is kept in 8 bits: 1e250 wraps to 10^-6, deliberately.
+    b = Parse("1e250");
+    EXPECT_EQ(Text(b), "0.000001");
+    // A negative exponent first widens the digit count by -exp, so even an
+    // exact 1e-20 reports a cut (the value itself is exact).
+    b = Parse("1e-20", sPRECISIONLOSS);
+    EXPECT_EQ(Text(b), "0." + std::string(19, '0') + "1");
+    Parse("1" + std::string(33, '0'), eRANGE);
+    Parse("1.5e-32", eRANGE);  // the digit count widens by -exp to 33
+    Parse("1e", eRANGE);
+    Parse("1.2.3", eRANGE);
+    EXPECT_EQ(zel_bcdFromString(nullptr, &b), eINVNULLARG);
+}
+
+TEST(BcdText, Printing) {
+    ZEL_BCD_T b = Parse("0.00123");
+    EXPECT_EQ(Text(b), "0.00123");
+    EXPECT_EQ(Text(b, true), "1.23e-003");
+    b = Parse("0");
+    EXPECT_EQ(Text(b), "0");
+    EXPECT_EQ(Text(b, true), "0e+000");
+    b = Parse("-123.456");
+    EXPECT_EQ(Text(b, false, 2), "-123.45");  // cut, not rounded
+    EXPECT_EQ(Text(b, false, 5), "-123.45600");
+    EXPECT_EQ(Text(b, false, 0), "-123");
+    EXPECT_EQ(Text(b, true, 1), "-1.2e+002");
+    // Measuring, then a buffer one byte short.
+    uint32_t need = 0, used = 0;
+    ASSERT_EQ(zel_bcdToString(&b, ZEL_FALSE, nullptr, 0, &need), sOKAY);
+    EXPECT_EQ(need, 9u);
+    char buf[16];
+    EXPECT_EQ(zel_bcdToString(&b, ZEL_FALSE, buf, need - 1, &used), sUNDERFLOW);
+    EXPECT_EQ(std::string(buf), "-123.45");
+    EXPECT_EQ(zel_bcdToString(&b, ZEL_FALSE, buf, need, &used), sOKAY);
+    EXPECT_EQ(used, need);
+    // The first failure of the output function stops the work.
+    int calls = 0;
+    auto fail_third = [](B_OUTPUT_CTX ctx, uint32_t) -> ZEL_RETCODE {
+        return ++*static_cast<int *>(ctx) == 3 ? eNOSPACE : sOKAY;
+    };
+    EXPECT_EQ(zel_bcdFormatWithScale(&b, 255, ZEL_FALSE, fail_third, &calls), eNOSPACE);
+    EXPECT_EQ(calls, 3);
+}
+
+TEST(BcdText, RandomRoundTrip) {
+    std::mt19937_64 rng(11);
+    for (int i = 0; i < 2000; ++i) {
+        ZEL_BCD_T b = RandomBcd(rng);
+        for (bool e : {false, true}) {
+            ZEL_BCD_T back = Parse(Text(b, e));
+            EXPECT_EQ(zel_bcdCompare(&b, &back), ZEL_EQ) << Text(b, e);
+            EXPECT_EQ(std::memcmp(&b, &back, sizeof b), 0) << Text(b, e);
+        }
+    }
+}
+
+TEST(BcdPack, HandWorkedBytes) {
+    ZEL_PACKED_BCD_T p[17];
+    // -1.5 at (3,1): digits 0 1 5, complemented 9 8 4, sign nibble 0, pad 0.
+    ZEL_BCD_T b = Parse("-1.5");
+    ASSERT_EQ(zel_bcdPack(&b, p, 3, 1), sOKAY);
+    EXPECT_EQ(p[0], 0x09);
+    EXPECT_EQ(p[1], 0x84);
+    // 0 at (2,0): sign nibble 4, digits 0 0, then the pad nibble.
+    b = Parse("0");
+    ASSERT_EQ(zel_bcdPack(&b, p, 2, 0), sOKAY);
+    EXPECT_EQ(p[0], 0x40);
+    EXPECT_EQ(p[1], 0x00);
+    // 123.45 at (6,2): digits 0 1 2 3 4 5 -> 0x40 0x12 0x34 0x50.
+    b = Parse("123.45");
+    ASSERT_EQ(zel_bcdPack(&b, p, 6, 2), sOKAY);
+    EXPECT_EQ(std::memcmp(p, "\x40\x12\x34\x50", 4), 0);
+    // 12345 at (3,0): the top digits do not fit.
+    b = Parse("12345");
+    EXPECT_EQ(zel_bcdPack(&b, p, 3, 0), eRANGE);
+    // 1.25 at (3,1): the fraction is cut.
+    b = Parse("1.25");
+    EXPECT_EQ(zel_bcdPack(&b, p, 3, 1), sPRECISIONLOSS);
+    EXPECT_EQ(zel_bcdPack(&b, p, 33, 1), eRANGE);
+    EXPECT_EQ(zel_bcdPack(&b, p, 10, 33), eRANGE);
+    // Unpack keeps trailing zeros and drops leading ones.
+    ASSERT_EQ(
+        zel_bcdUnpack(reinterpret_cast<const ZEL_PACKED_BCD_T *>("\x40\x12\x34\x50"), &b, 6, 2),
+        sOKAY);
+    EXPECT_EQ(b.prec, 5);
+    EXPECT_EQ(b.exp, 3);
+    // A digit nibble above 9 is corrupt.
+    ZEL_BCD_T keep = b;
+    EXPECT_EQ(zel_bcdUnpack(reinterpret_cast<const ZEL_PACKED_BCD_T *>("\x4A\x00"), &b, 2, 0),
+              eINVBCD);
+    EXPECT_EQ(std::memcmp(&b, &keep, sizeof b), 0);
+}
+
+TEST(BcdPack, ByteOrderIsNumericOrder) {
+    std::mt19937_64 rng(3);
+    std::uniform_int_distribution<int> pd(1, 32);
+    for (int i = 0; i < 3000; ++i) {
+        int prec = pd(rng), scale = std::uniform_int_distribution<int>(0, prec)(rng);
+        auto fit = [&](ZEL_BCD_T b) {
+            // Shape to the column so that pack loses nothing.
+            ZEL_PACKED_BCD_T p[17];
+            (void)zel_bcdPack(&b, p, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale));
+            EXPECT_EQ(zel_bcdUnpack(p, &b, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale)),
+                      sOKAY);
+            return b;
+        };
+        ZEL_BCD_T a = fit(RandomBcd(rng)), b = fit(RandomBcd(rng));
+        if (rng() % 8 == 0) b = a;
+        ZEL_PACKED_BCD_T pa[17], pb[17];
+        ASSERT_EQ(zel_bcdPack(&a, pa, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale)),
+                  sOKAY);
+        ASSERT_EQ(zel_bcdPack(&b, pb, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale)),
+                  sOKAY);
+        int m = std::memcmp(pa, pb, prec / 2 + 1);
+        int c = zel_bcdCompare(&a, &b);
+        EXPECT_EQ((m > 0) - (m < 0), c) << Text(a) << " vs " << Text(b);
+    }
+}
+
+TEST(BcdPack, PackThenUnpackIsIdentity) {
+    std::mt19937_64 rng(5);
+    for (int prec = 1; prec <= 32; ++prec) {
+        for (int scale = 0; scale <= prec; ++scale) {
+            for (int k = 0; k < 12; ++k) {
+                // A value with at most prec - scale integer digits and scale places.
+                std::string s = (rng() & 1) ? "-" : "";
+                for (int i = 0; i < prec; ++i) {
+                    if (i == prec - scale) s += '.';
+                    s += static_cast<char>('0' + rng() % 10);
+                }
+                ZEL_BCD_T b = Parse(s), back;
+                ZEL_PACKED_BCD_T p[17];
+                ASSERT_EQ(
+                    zel_bcdPack(&b, p, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale)),
+                    sOKAY)
+                    << s;
+                ASSERT_EQ(zel_bcdUnpack(p, &back, static_cast<uint8_t>(prec),
+                                        static_cast<uint8_t>(scale)),
+                          sOKAY);
+                EXPECT_EQ(zel_bcdCompare(&b, &back), ZEL_EQ) << s;
+                ZEL_PACKED_BCD_T p2[17];
+                ASSERT_EQ(
+                    zel_bcdPack(&back, p2, static_cast<uint8_t>(prec), static_cast<uint8_t>(scale)),
+                    sOKAY);
+                EXPECT_EQ(std::memcmp(p, p2, prec / 2 + 1), 0) << s;
+            }
+        }
+    }
+}
+
+TEST(BcdAdjust, ReshapesWithoutNormalising) {
+    ZEL_BCD_T b = Parse("1.5");
+    ASSERT_EQ(zel_bcdAdjust(&b, 5, 2), sOKAY);  // 001.50
+    EXPECT_EQ(b.prec, 5);
+    EXPECT_EQ(b.exp, 3);
+    EXPECT_EQ(std::memcmp(b.data + 1, "\0\0\1\5\0", 5), 0);
+    b = Parse("0.001");
+    EXPECT_EQ(zel_bcdAdjust(&b, 1, 0), sPRECISIONLOSS);
+    EXPECT_EQ(b.flags & ZEL_BCD_FLAG_PRECISION_LOSS, 1);
+}
+
+TEST(BcdInteger, FloorCeilingRound) {
+    struct Case {
+        const char *in, *floor, *ceiling, *round;
+    } cases[] = {
+        {"2.5", "2", "3", "3"},     {"-2.5", "-3", "-2", "-3"}, {"0.5", "0", "1", "1"},
+        {"-0.5", "-1", "0", "-1"},  {"7", "7", "7", "7"},       {"0.04", "0", "1", "1"},
+        {"-0.04", "-1", "0", "-1"}, {"19.4", "19", "20", "19"}, {"0", "0", "0", "0"},
+    };
+    for (const Case &c : cases) {
+        ZEL_BCD_T b = Parse(c.in), r;
+        ASSERT_GE(zel_bcdFloor(&b, &r), 0);
+        EXPECT_EQ(Text(r), c.floor) << c.in;
+        ASSERT_GE(zel_bcdCeiling(&b, &r), 0);
+        EXPECT_EQ(Text(r), c.ceiling) << c.in;
+        ASSERT_GE(zel_bcdRound(&b, &r), 0);
+        EXPECT_EQ(Text(r), c.round) << c.in;
+        ASSERT_GE(zel_bcdFloor(&b, &b), 0);  // in place
+        EXPECT_EQ(Text(b), c.floor) << c.in;
+    }
+    // Round leaves a digit value of 10 behind a 9, deliberately.
+    ZEL_BCD_T b = Parse("9.5"), r;
+    ASSERT_EQ(zel_bcdRound(&b, &r), sOKAY);
+    EXPECT_EQ(r.data[1], 10);
+    EXPECT_EQ(zel_bcdValidate(&r), eINVALID);
+    // Stored fraction zeros count as a fraction for the step up.
+    ZEL_PACKED_BCD_T p[4];
+    b = Parse("2");
+    ASSERT_EQ(zel_bcdPack(&b, p, 3, 2), sOKAY);
+    ASSERT_EQ(zel_bcdUnpack(p, &b, 3, 2), sOKAY);
+    ASSERT_EQ(zel_bcdCeiling(&b, &r), sOKAY);
+    EXPECT_EQ(Text(r), "3");
+}
+
+TEST(BcdInteger, ToAndFromNativeIntegers) {
+    int32_t i32;
+    int64_t i64;
+    uint8_t u8;
+    uint64_t u64;
+    ZEL_BCD_T b = Parse("1.5");
+    EXPECT_EQ(zel_bcdToInt32(&b, &i32), sPRECISIONLOSS);
+    EXPECT_EQ(i32, 1);
+    b = Parse("-0.5");
+    EXPECT_EQ(zel_bcdToInt32(&b, &i32), sPRECISIONLOSS);
+    EXPECT_EQ(i32, 0);
+    EXPECT_EQ(zel_bcdToUInt8(&b, &u8), eRANGE);
+    EXPECT_EQ(u8, 0);
+    b = Parse("300");
+    EXPECT_EQ(zel_bcdToUInt8(&b, &u8), eRANGE);
+    EXPECT_EQ(u8, 44);  // narrowed and stored all the same
+    b = Parse("-9223372036854775808");
+    EXPECT_EQ(zel_bcdToInt64(&b, &i64), sOKAY);
+    EXPECT_EQ(i64, INT64_MIN);
+    b = Parse("9223372036854775808");
+    EXPECT_EQ(zel_bcdToInt64(&b, &i64), eRANGE);
+    b = Parse("18446744073709551615");
+    EXPECT_EQ(zel_bcdToUInt64(&b, &u64), sOKAY);
+    EXPECT_EQ(u64, UINT64_MAX);
+    b = Parse("18446744073709551616");
+    EXPECT_EQ(zel_bcdToUInt64(&b, &u64), eRANGE);
+    std::mt19937_64 rng(9);
+    for (int i = 0; i < 1000; ++i) {
+        int64_t v = static_cast<int64_t>(rng()) >> (rng() % 64);
+        ASSERT_EQ(zel_bcdFromInt64(v, &b), sOKAY);
+        EXPECT_EQ(Text(b), std::to_string(v));
+        ASSERT_EQ(zel_bcdToInt64(&b, &i64), sOKAY);
+        EXPECT_EQ(i64, v);
+    }
+    ASSERT_EQ(zel_bcdFromUInt64(100, &b), sOKAY);
+    EXPECT_EQ(b.prec, 3);  // integer zeros stay
+    EXPECT_EQ(b.exp, 3);
+}
+
+TEST(BcdFloating, ThroughText) {
+    ZEL_BCD_T b;
+    ASSERT_EQ(zel_bcdFromDouble(0.1, &b), sOKAY);
+    EXPECT_EQ(Text(b), "0.1");
+    ASSERT_EQ(zel_bcdFromDouble(-1234.5678, &b), sOKAY);
+    EXPECT_EQ(Text(b), "-1234.5678");
+    ASSERT_EQ(zel_bcdFromDouble(0.0, &b), sOKAY);
+    EXPECT_EQ(Text(b), "0");
+    EXPECT_EQ(zel_bcdFromDouble(1e40, &b), eRANGE);
+    EXPECT_EQ(zel_bcdFromDouble(1.0 / 0.0, &b), eRANGE);
+    EXPECT_EQ(zel_bcdFromDouble(1e-25, &b), sPRECISIONLOSS);
+    double d;
+    b = Parse("2.75");
+    EXPECT_EQ(zel_bcdToDouble(&b, &d), sOKAY);
+    EXPECT_EQ(d, 2.75);
+    b = Parse("1.2345678901234567890123");
+    EXPECT_EQ(zel_bcdToDouble(&b, &d), eRANGE);
+    EXPECT_DOUBLE_EQ(d, 1.2345678901234567);
+    float f;
+    b = Parse("0.5");
+    EXPECT_EQ(zel_bcdToFloat(&b, &f), sOKAY);
+    EXPECT_EQ(f, 0.5f);
+}
+
+TEST(BcdCompare, SignsZerosAndUnnormalised) {
+    ZEL_BCD_T a = Parse("1.50"), b = Parse("1.5"), z = Parse("0"), nz = z;
+    EXPECT_EQ(zel_bcdCompare(&a, &b), ZEL_EQ);
+    nz.sign = -1;
+    EXPECT_EQ(zel_bcdCompare(&z, &nz), ZEL_EQ);
+    ZEL_BCD_T m = Parse("-3"), p = Parse("2");
+    EXPECT_EQ(zel_bcdCompare(&m, &p), ZEL_LT);
+    EXPECT_EQ(zel_bcdCompare(&p, &m), ZEL_GT);
+    ZEL_BCD_T m2 = Parse("-2");
+    EXPECT_EQ(zel_bcdCompare(&m, &m2), ZEL_LT);
+    // An adjusted record (leading zeros) still compares by value.
+    ZEL_BCD_T adj = b;
+    ASSERT_EQ(zel_bcdAdjust(&adj, 6, 3), sOKAY);
+    EXPECT_EQ(zel_bcdCompare(&adj, &b), ZEL_EQ);
+    EXPECT_EQ(zel_bcdSign(&z), 0);
+    EXPECT_EQ(zel_bcdSign(&m), -1);
+    EXPECT_TRUE(zel_bcdIsZero(&z));
+    EXPECT_EQ(zel_bcdMaxprec(), 32);
+    EXPECT_EQ(zel_bcdMaxscale(), 32);
+    // ChgSign in place does not normalise: zero can become negative.
+    ASSERT_EQ(zel_bcdChgSign(&z, &z), sOKAY);
+    EXPECT_EQ(z.sign, -1);
+}
+
+TEST(BcdRobustness, CorruptRecordsGiveCodesNotCrashes) {
+    std::mt19937_64 rng(13);
+    for (int i = 0; i < 3000; ++i) {
+        ZEL_BCD_T a, b, r;
+        auto *pa = reinterpret_cast<uint8_t *>(&a);
+        auto *pb = reinterpret_cast<uint8_t *>(&b);
+        for (size_t k = 0; k < sizeof a; ++k) {
+            pa[k] = static_cast<uint8_t>(rng());
+            pb[k] = static_cast<uint8_t>(rng() % 12);
+        }
+        a.flags = 0;
+        (void)zel_bcdAdd(&a, &b, ZEL_BCD_ROUND_UP, &r);
+        (void)zel_bcdSub(&b, &a, ZEL_BCD_ROUND_UP, &r);
+        (void)zel_bcdMult(&a, &b, ZEL_BCD_ROUND_UP, &r);
+        (void)zel_bcdDiv(&b, &a, ZEL_BCD_ROUND_UP, &r);
+        (void)zel_bcdCompare(&a, &b);
+        char buf[600];
+        (void)zel_bcdToString(&a, ZEL_FALSE, buf, sizeof buf, nullptr);
+        ZEL_PACKED_BCD_T p[17];
+        (void)zel_bcdPack(&b, p, 31, 7);
+        int64_t v;
+        (void)zel_bcdToInt64(&a, &v);
+        (void)zel_bcdRound(&a, &r);
+        (void)zel_bcdAdjust(&a, static_cast<uint8_t>(rng()), static_cast<uint8_t>(rng()));
+    }
+}
+
+}  // namespace
