@@ -53,7 +53,10 @@ typedef enum ZEL_BCD_ROUNDING_MODE_E {
     ZEL_BCD_ROUND_NEAREST_TIES_AWAY_FROM_ZERO = 1,
     ZEL_BCD_ROUND_UP = 2,   /* towards plus infinity */
     ZEL_BCD_ROUND_DOWN = 3, /* towards minus infinity */
-    ZEL_BCD_ROUND_TOWARDS_ZERO = 4
+    ZEL_BCD_ROUND_TOWARDS_ZERO = 4,
+    /* Not a mode: makes every 32-bit value a valid value of the type, so that
+     * a mode outside the table is well defined in C++ as well. */
+    ZEL_BCD_ROUND_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_BCD_ROUNDING_MODE;
 
 /* One byte of the stored form: a sign nibble, then a digit per nibble. */

@@ -503,7 +503,7 @@ ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work, ZEL_BCD_ROUNDING_MODE roun
             next = w.data[n + 1];
         }
         bool inc;
-        switch (rounding_mode) {
+        switch (static_cast<int>(rounding_mode)) {
             case ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN:
                 inc = next > 5 || (next == 5 && (w.prec - n > 1 || (w.data[n] & 1)));
                 break;
