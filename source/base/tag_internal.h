@@ -79,9 +79,11 @@ typedef struct B_MASTER_BLOCK_HEADER_S {
     B_AVL_SIZE_T *min_size_lookup;    /* size_lookup of the lowest block */
     ZEL_BOOL_T use_mutex;             /* declared only: the mutex is always taken */
     PSP_THREAD_MUTEX_T mutex;
-    B_AVL_T large_pages; /* all large blocks, by address */
-    B_AVL_T free_pages;  /* all free runs, by size, then entry address */
-    int64_t cur_pages_allocated;
+    B_AVL_T large_pages;         /* all large blocks, by address */
+    B_AVL_T free_pages;          /* all free runs, by size, then entry address */
+    int64_t cur_pages_allocated; /* pages held by callers, plus the first header page */
+    /* Pages ever carved, header pages included: a high-water mark of the heap,
+     * not of cur_pages_allocated. */
     int64_t max_pages_allocated;
 } B_MASTER_BLOCK_HEADER_T;
 

@@ -54,6 +54,30 @@ constexpr bool tag_subLayoutConsistent() {
 }
 static_assert(tag_subLayoutConsistent());
 
+/* Per class, ceil(2^32 / size): the slot of a block is its offset times this,
+ * shifted down by 32, which spares the free path a division. */
+constexpr std::array<uint64_t, B_TAG_SUB_CLASSES> kSlotReciprocal = [] {
+    std::array<uint64_t, B_TAG_SUB_CLASSES> table{};
+    for (size_t i = 0; i < table.size(); i++) {
+        table[i] = ((uint64_t{1} << 32) + sub_block_layout[i].size - 1) / sub_block_layout[i].size;
+    }
+    return table;
+}();
+
+constexpr uint64_t tag_subSlotOf(uint64_t offset_in_data, uint32_t index) {
+    return (offset_in_data * kSlotReciprocal[index]) >> 32;
+}
+
+constexpr bool tag_subReciprocalsExact() {
+    for (uint32_t i = 0; i < B_TAG_SUB_CLASSES; i++) {
+        for (uint64_t x = 0; x < B_PAGE_SIZE; x++) {
+            if (tag_subSlotOf(x, i) != x / sub_block_layout[i].size) return false;
+        }
+    }
+    return true;
+}
+static_assert(tag_subReciprocalsExact());
+
 /* The tag's own page is a page of this class; its header fills slot 0. */
 constexpr uint32_t kTagClass = 9;
 static_assert(sizeof(TAG_SUB_HEADER_T) <=
@@ -140,7 +164,8 @@ void tag_subStore(void *pBuf, void *value) {
 }
 
 /* A new page for class `index`, the only entry of its list. */
-ZEL_RETCODE tag_subNewPage(TAG_SUB_HEADER_T *header, int index, SUB_BLOCK_T **pPage) {
+[[gnu::noinline]] ZEL_RETCODE tag_subNewPage(TAG_SUB_HEADER_T *header, int index,
+                                             SUB_BLOCK_T **pPage) {
     const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];
     void *memory;
     ZEL_RETCODE rc;
@@ -216,9 +241,8 @@ void tag_subFreeSmall(TAG_SUB_HEADER_T *header, void *buf, bool poison) {
     SUB_BLOCK_T *page = tag_subPageOf(buf);
     const uint32_t index = page->header64.layout_index;
     const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];
-    const size_t slot =
-        (static_cast<size_t>(static_cast<uint8_t *>(buf) - page->page.bytes) - layout.offset) /
-        layout.size;
+    const size_t slot = tag_subSlotOf(
+        static_cast<size_t>(static_cast<uint8_t *>(buf) - page->page.bytes) - layout.offset, index);
     if (poison) {
 #ifndef NDEBUG
         std::memset(page->page.bytes + layout.offset + slot * layout.size, 0xaa, layout.size);
@@ -226,7 +250,7 @@ void tag_subFreeSmall(TAG_SUB_HEADER_T *header, void *buf, bool poison) {
         B_TAG_POISON(page->page.bytes + layout.offset + slot * layout.size, layout.size);
     }
     tag_subUsed(page)[slot / 64] &= ~(uint64_t{1} << (slot % 64));
-    tag_subCount(header, -int64_t{layout.size});
+    header->cur_size_allocated -= layout.size;
     if (page->header64.next == kOffList) {
         page->header64.next = header->free[index];
         header->free[index] = page;
