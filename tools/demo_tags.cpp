@@ -1,4 +1,4 @@
-// The memory tag section of `zelbase demo`: a master tag on platform memory
+// The memory tags walk-through of `zelbase demo`: a master tag on platform memory
 // and one seeded with a caller's buffer, a sub tag on each, allocations by all
 // three routes (small blocks, page runs, huge buffers), the accounting and the
 // usage report, then everything given back.
@@ -23,8 +23,8 @@ struct DemoTags {
 
 void demo_tagsAccounting(FILE *out, const DemoTags *tags, size_t count, const char *when) {
     std::fprintf(out, "  %s:\n", when);
-    std::fprintf(out, "    %-22s %10s %10s %12s %12s %12s %12s\n", "tag", "pages", "peak",
-                 "master B", "master peak", "sub B", "sub peak");
+    std::fprintf(out, "    %-22s %10s %10s %12s %12s %12s %12s\n", "master of", "pages",
+                 "peak pages", "bytes", "peak bytes", "sub bytes", "sub peak");
     for (size_t i = 0; i < count; i++) {
         int64_t mcur = 0, mmax = 0, scur = 0, smax = 0;
         b_tag_masterMemUsage(tags[i].master, &mcur, &mmax);
@@ -95,7 +95,8 @@ int zb_demo_tags(FILE *out) {
 
         std::fprintf(out,
                      "  allocating on each: 200 x 40 B and 20 x 2032 B (small), "
-                     "10 x 100 KiB (page runs),\n  2 x 1 MiB (huge)\n");
+                     "10 x 100 KiB (page runs),\n  2 x 1 MiB (huge, from the platform even under a "
+                     "seeded master)\n");
         for (DemoTags &t : tags) {
             if (!demo_tagsAlloc(out, t, 40, 200) || !demo_tagsAlloc(out, t, 2032, 20) ||
                 !demo_tagsAlloc(out, t, 100 * 1024, 10) || !demo_tagsAlloc(out, t, 1u << 20, 2)) {
