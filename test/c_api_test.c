@@ -3,14 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "avl.h"
-#include "psp.h"
-#include "psptypes.h"
-#include "tag_master_psp.h"
-#include "tag_sub.h"
-#include "tag_types.h"
-#include "zelretcodetypes.h"
-#include "zeltypes.h"
+#include "zelbase_all.h"
 
 static int failures = 0;
 #define EXPECT(cond)                                                  \
@@ -24,6 +17,8 @@ static int failures = 0;
 int main(void) {
     EXPECT(sOKAY == 0 && eFAIL == -1 && eNOMEMORY == -10000);
     EXPECT(psp_strcasecmp("Table", "TABLE") == 0);
+    EXPECT(strcmp(zelErrorString(sOKAY), "Normal, successful return") == 0);
+    EXPECT(no_zel_errors == 622);
 
     B_TAG_MASTER master = NULL;
     EXPECT(b_tag_masterCreate(NULL, 0, &master) == sOKAY);
