@@ -22,10 +22,38 @@ void check(bool ok) {
     if (!ok) std::abort();
 }
 
+// An independent strict decoder, a character at a time: the characters, or
+// SIZE_MAX for text that breaking must refuse.
+size_t referenceCount(const uint8_t *p, size_t n) {
+    size_t chars = 0;
+    for (size_t i = 0; i < n; ++chars) {
+        uint8_t b = p[i];
+        size_t len = b < 0x80 ? 1 : b < 0xC0 ? 0 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : b < 0xF8 ? 4 : 0;
+        if (len == 0 || i + len > n) return SIZE_MAX;
+        uint32_t cp = len == 1 ? b : b & (0x7Fu >> len);
+        for (size_t k = 1; k < len; ++k) {
+            if ((p[i + k] & 0xC0) != 0x80) return SIZE_MAX;
+            cp = cp << 6 | (p[i + k] & 0x3F);
+        }
+        const uint32_t minimum[5] = {0, 0, 0x80, 0x800, 0x10000};
+        if (cp < minimum[len] || (cp >= 0xD800 && cp <= 0xDFFF) || cp == 0xFFFE || cp == 0xFFFF ||
+            cp > 0x10FFFF)
+            return SIZE_MAX;
+        i += len;
+    }
+    return chars;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const char *src = reinterpret_cast<const char *>(data);
+    {
+        Collect c;
+        ZEL_RETCODE rc = b_processBuff(src, size, &Collect::put, &c, PSP_UTF8_ERROR_BREAK);
+        size_t want = referenceCount(data, size);
+        check(want == SIZE_MAX ? rc == eINVUNICODE : rc == sOKAY && c.cps.size() == want);
+    }
     for (auto eb : {PSP_UTF8_ERROR_BREAK, PSP_UTF8_ERROR_CONTINUE}) {
         Collect c;
         ZEL_RETCODE rc = b_processBuff(src, size, &Collect::put, &c, eb);

@@ -69,8 +69,9 @@ ZEL_RETCODE b_utf8Decode(const uint8_t *p, size_t size, PSP_UTF8_ERROR_BEHAVIOR 
     while (i < size) {
         uint8_t b = p[i];
         if (due == 0 && b < 0x80) {
+            // A lone ASCII byte between wider characters skips the run scan.
             if constexpr (AsciiRunSink<Sink>) {
-                size_t n = b_utf8AsciiRun(p + i, size - i);
+                size_t n = (i + 1 < size && p[i + 1] < 0x80) ? b_utf8AsciiRun(p + i, size - i) : 1;
                 Flow f = b_utf8Flow(sink.run(p + i, n));
                 if (f.stop) return f.rc;
                 i += n;
@@ -79,6 +80,28 @@ ZEL_RETCODE b_utf8Decode(const uint8_t *p, size_t size, PSP_UTF8_ERROR_BEHAVIOR 
                 ++i;
             }
             continue;
+        }
+        if (due == 0 && b >= 0xC0 && b < 0xF8) {
+            // A whole sequence in view with all its continuation bytes: decode it
+            // at once. The outcome is the one the byte-by-byte steps below give.
+            int len = b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+            if (i + static_cast<size_t>(len) <= size) {
+                uint32_t v = b & (0x7Fu >> len);
+                int k = 1;
+                for (; k < len && (p[i + k] & 0xC0) == 0x80; ++k) v = v << 6 | (p[i + k] & 0x3F);
+                if (k == len) {
+                    i += static_cast<size_t>(len);
+                    if ((v >= 0xD800 && v <= 0xDFFF) || v == 0xFFFE || v == 0xFFFF ||
+                        v > 0x10FFFF) {
+                        B_UTF8_ERROR();
+                    } else if (v < b_utf8MinValue[len - 1] && breaking) {
+                        return eINVUNICODE;
+                    } else {
+                        B_UTF8_DELIVER(v);
+                    }
+                    continue;
+                }
+            }
         }
         ++i;
         if (b >= 0xF8) {
