@@ -16,6 +16,11 @@ namespace {
 // The smallest value each sequence length may carry; below it is overlong.
 constexpr uint32_t b_utf8MinValue[4] = {0, 0x80, 0x800, 0x10000};
 
+// Values no sequence may carry, whatever its length.
+constexpr bool b_utf8Refused(uint32_t v) {
+    return (v >= 0xD800 && v <= 0xDFFF) || v == 0xFFFE || v == 0xFFFF || v > 0x10FFFF;
+}
+
 // What to do with a sink's answer: keep going, or end the run with a code.
 struct Flow {
     bool stop;
@@ -91,8 +96,7 @@ ZEL_RETCODE b_utf8Decode(const uint8_t *p, size_t size, PSP_UTF8_ERROR_BEHAVIOR 
                 for (; k < len && (p[i + k] & 0xC0) == 0x80; ++k) v = v << 6 | (p[i + k] & 0x3F);
                 if (k == len) {
                     i += static_cast<size_t>(len);
-                    if ((v >= 0xD800 && v <= 0xDFFF) || v == 0xFFFE || v == 0xFFFF ||
-                        v > 0x10FFFF) {
+                    if (b_utf8Refused(v)) {
                         B_UTF8_ERROR();
                     } else if (v < b_utf8MinValue[len - 1] && breaking) {
                         return eINVUNICODE;
@@ -121,7 +125,7 @@ ZEL_RETCODE b_utf8Decode(const uint8_t *p, size_t size, PSP_UTF8_ERROR_BEHAVIOR 
             cp = cp << 6 | (b & 0x3F);
             ++taken;
             if (--due != 0) continue;
-            if ((cp >= 0xD800 && cp <= 0xDFFF) || cp == 0xFFFE || cp == 0xFFFF || cp > 0x10FFFF) {
+            if (b_utf8Refused(cp)) {
                 B_UTF8_ERROR();
             } else if (cp < b_utf8MinValue[taken] && breaking) {
                 return eINVUNICODE;  // overlong; when continuing it passes as decoded
