@@ -11,11 +11,11 @@
 #include <string>
 
 #include "base64.h"
-#include "text_tags.h"
+#include "containers_tags.h"
 
 namespace {
 
-using Base64Buffer = TextTagTest;
+using Base64Buffer = TaggedTest;
 
 std::string fromHex(const std::string &h) {
     std::string b;

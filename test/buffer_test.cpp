@@ -6,14 +6,14 @@
 #include <string>
 
 #include "buffer.h"
-#include "text_tags.h"
+#include "containers_tags.h"
 
 namespace {
 
-using BufferGrowth = TextTagTest;
-using BufferCopy = TextTagTest;
-using BufferInput = TextTagTest;
-using BufferBorrowed = TextTagTest;
+using BufferGrowth = TaggedTest;
+using BufferCopy = TaggedTest;
+using BufferInput = TaggedTest;
+using BufferBorrowed = TaggedTest;
 
 std::string held(const B_BUFFER_T &b) {
     return std::string(b.data.str, b.len);
@@ -126,7 +126,7 @@ TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnce) {
     b_bufferInit(&b, sub);
     ASSERT_EQ(b_bufferEmitString(&b, "owned"), sOKAY);
     b_bufferSetStatic(&b, "view", 4);  // frees the owned bytes
-    EXPECT_EQ(text_subBytes(sub), start);
+    EXPECT_EQ(containers_subBytes(sub), start);
     EXPECT_EQ(b.size, 0u);
     EXPECT_EQ(b.subTag, sub);
     b_bufferSetStatic(&b, "other", 5);  // size 0: nothing to free
@@ -229,7 +229,7 @@ TEST_F(BufferInput, BulkShortReadCountsLenLessCapacity) {
 }
 
 TEST(BufferOutOfMemory, FailedGrowthLeavesTheRecord) {
-    TextSeededTags tags(16);
+    SeededTags tags(16);
     B_BUFFER_T b;
     b_bufferInit(&b, tags.sub);
     ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abc", 3), sOKAY);

@@ -7,11 +7,11 @@
 
 #include "format.h"
 #include "tag_stack.h"
-#include "text_tags.h"
+#include "containers_tags.h"
 
 namespace {
 
-using FormatAlloc = TextTagTest;
+using FormatAlloc = TaggedTest;
 
 ZEL_RETCODE exFormat(size_t *len, char *str, size_t size, const char *fmt, ...) {
     va_list args;
@@ -74,10 +74,10 @@ TEST(FormatLimits, FirstFailureOfTheFunctionIsReturned) {
 
 TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
     char *s = nullptr;
-    int64_t before = text_subBytes(sub);
+    int64_t before = containers_subBytes(sub);
     ASSERT_EQ(b_makeStr(sub, &s, "%s=%d", "key", 17), sOKAY);
     EXPECT_STREQ(s, "key=17");
-    EXPECT_GT(text_subBytes(sub), before);
+    EXPECT_GT(containers_subBytes(sub), before);
     b_tag_subFree(sub, s);
 }
 
@@ -100,7 +100,7 @@ TEST_F(FormatAlloc, MakeStrStack) {
 }
 
 TEST(FormatOutOfMemory, MakeStrFailsCleanly) {
-    TextSeededTags tags(16);
+    SeededTags tags(16);
     tags.Fill(B_PAGE_SIZE);
     std::string big(5000, 'm');
     char *s = nullptr;

@@ -5,11 +5,11 @@
 #include <string>
 
 #include "str.h"
-#include "text_tags.h"
+#include "containers_tags.h"
 
 namespace {
 
-using StrAppend = TextTagTest;
+using StrAppend = TaggedTest;
 
 TEST_F(StrAppend, GrowsInStepsOf256) {
     B_STR_T s;
@@ -49,7 +49,7 @@ TEST_F(StrAppend, StringTerminatesWithoutCounting) {
 }
 
 TEST(StrOutOfMemory, FailedGrowthKeepsTheText) {
-    TextSeededTags tags(16);
+    SeededTags tags(16);
     B_STR_T s;
     b_strInit(&s, tags.sub);
     ASSERT_EQ(b_strAppend(&s, "start"), sOKAY);
