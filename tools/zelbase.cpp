@@ -22,6 +22,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Memory tags", zb_demo_tags},
     {"Stack tags and pools", zb_demo_stack},
     {"Return codes and error objects", zb_demo_error},
+    {"Text: UUID, base64 and UTF-8", zb_demo_text},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -48,6 +49,8 @@ constexpr Command kCommands[] = {
     {"demo", "", "walk through what the library can do", zb_cmd_demo},
     {"error", "CODE|NAME | --list [GROUP]", "name, code, group, SQLSTATE and message of a code",
      zb_cmd_error},
+    {"uuid", "[--braces]", "print a new UUID", zb_cmd_uuid},
+    {"base64", "encode|decode", "base64 from standard input to standard output", zb_cmd_base64},
 };
 
 void zb_usage(FILE *out) {
