@@ -12,11 +12,12 @@
 
 #include <array>
 #include <bit>
-#include <cstring>
 
 namespace {
 
-using b_hashTable = std::array<std::array<uint64_t, 8>, 256>;
+// Stored by position, then byte: hashNumbers[byte][pos] is kHashByPos[pos][byte],
+// so a lookup is one scaled-index load with the position as a displacement.
+using b_hashTable = std::array<std::array<uint64_t, 256>, 8>;
 
 constexpr uint64_t kHashFirst[4] = {0x9A93CC4203A11319, 0x62881F6F8EAB3DFC, 0x9FEED761AC89A737,
                                     0x192DCF230304D346};
@@ -41,14 +42,18 @@ constexpr b_hashTable b_hashMakeTable() {
                 v = b_hashSplitmix(state);
             } while (std::popcount(v) < 24 || std::popcount(v) > 40);
         }
-        t[i / 8][i % 8] = v;
+        t[i % 8][i / 8] = v;
     }
     return t;
 }
 
-// hashNumbers[byte][position & 7]
-constexpr b_hashTable hashNumbers = b_hashMakeTable();
-static_assert(hashNumbers[0][0] == 0x9A93CC4203A11319 && hashNumbers[0][3] == 0x192DCF230304D346);
+constexpr b_hashTable kHashByPos = b_hashMakeTable();
+static_assert(kHashByPos[0][0] == 0x9A93CC4203A11319 && kHashByPos[3][0] == 0x192DCF230304D346);
+
+// hashNumbers[byte][position & 7], the table the hash is defined by.
+constexpr uint64_t b_hashNumber(unsigned byte, unsigned position) {
+    return kHashByPos[position & 7][byte];
+}
 
 }  // namespace
 
@@ -58,7 +63,7 @@ void b_hashFcnStart(B_HASHCTX *ctx) {
 }
 
 void b_hashFcnEmit(B_HASHCTX *ctx, uint8_t ch) {
-    ctx->hash ^= hashNumbers[ch][ctx->offset & 7];
+    ctx->hash ^= b_hashNumber(ch, ctx->offset);
     ctx->offset++;
 }
 
@@ -67,19 +72,17 @@ void b_hashFcnEmitBuffer(B_HASHCTX *ctx, const void *data, size_t len) {
     const uint8_t *const end = p + len;
     uint64_t h = ctx->hash;
     uint32_t offset = ctx->offset;
-    while (p != end && (offset & 7) != 0) h ^= hashNumbers[*p++][offset++ & 7];
-    // Two accumulators let the eight loads of a step overlap.
+    while (p != end && (offset & 7) != 0) h ^= b_hashNumber(*p++, offset++);
+    // Eight bytes per step; two accumulators let the table loads overlap.
     uint64_t a = 0;
     uint64_t b = 0;
     for (; end - p >= 8; p += 8) {
-        a ^= hashNumbers[p[0]][0] ^ hashNumbers[p[1]][1] ^ hashNumbers[p[2]][2] ^
-             hashNumbers[p[3]][3];
-        b ^= hashNumbers[p[4]][4] ^ hashNumbers[p[5]][5] ^ hashNumbers[p[6]][6] ^
-             hashNumbers[p[7]][7];
+        a ^= kHashByPos[0][p[0]] ^ kHashByPos[1][p[1]] ^ kHashByPos[2][p[2]] ^ kHashByPos[3][p[3]];
+        b ^= kHashByPos[4][p[4]] ^ kHashByPos[5][p[5]] ^ kHashByPos[6][p[6]] ^ kHashByPos[7][p[7]];
         offset += 8;
     }
     h ^= a ^ b;
-    while (p != end) h ^= hashNumbers[*p++][offset++ & 7];
+    while (p != end) h ^= b_hashNumber(*p++, offset++);
     ctx->hash = h;
     ctx->offset = offset;
 }
