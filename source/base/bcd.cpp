@@ -107,92 +107,138 @@ int zel_bcd_ucompare(const BcdOp &l, const BcdOp &r) {
     return 0;
 }
 
-// Lays out both operands in one frame of places: exp the larger exp, scale
-// the larger scale. False when that frame passes 80 digits (only a record
-// with a corrupt header gets there).
-bool zel_bcd_frame(const BcdOp &l, const BcdOp &r, int &exp, int &prec) {
-    exp = std::max(l.exp, r.exp);
-    prec = exp + std::max(l.prec - l.exp, r.prec - r.exp);
-    return prec <= kDWorkPrec && exp <= 100 && exp >= -100;
-}
-
-void zel_bcd_add_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
-    int exp, prec;
-    zel_bcd_set_zero(w, l.flags | r.flags);
-    if (!zel_bcd_frame(l, r, exp, prec)) {
-        w.flags |= kFlagOverflow;
-        return;
-    }
-    uint8_t t[kDWorkPrec + 1] = {};
-    std::memcpy(w.data + (exp - l.exp), l.d, static_cast<size_t>(l.prec) + 1);
-    std::memcpy(t + (exp - r.exp), r.d, static_cast<size_t>(r.prec) + 1);
-    int carry = 0;
-    for (int j = prec; j >= 1; --j) {
-        int v = w.data[j] + t[j] + carry;
-        carry = v >= 10;
-        w.data[j] = static_cast<uint8_t>(v - (carry ? 10 : 0));
-    }
-    w.data[0] = static_cast<uint8_t>(w.data[0] + t[0] + carry);
-    w.prec = static_cast<uint8_t>(prec);
-    w.exp = static_cast<int8_t>(exp);
-    w.sign = static_cast<int8_t>(l.sign);
-}
-
-void zel_bcd_sub_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
-    int c = zel_bcd_ucompare(l, r);
-    zel_bcd_set_zero(w, l.flags | r.flags);
-    if (c == 0) return;
-    int exp, prec;
-    if (!zel_bcd_frame(l, r, exp, prec)) {
-        w.flags |= kFlagOverflow;
-        return;
-    }
-    const BcdOp &big = c > 0 ? l : r;
-    const BcdOp &small = c > 0 ? r : l;
-    uint8_t t[kDWorkPrec + 1] = {};
-    std::memcpy(w.data + (exp - big.exp), big.d, static_cast<size_t>(big.prec) + 1);
-    std::memcpy(t + (exp - small.exp), small.d, static_cast<size_t>(small.prec) + 1);
-    int borrow = 0;
-    for (int j = prec; j >= 0; --j) {
-        int v = w.data[j] - t[j] - borrow;
-        borrow = v < 0;
-        w.data[j] = static_cast<uint8_t>(v + (borrow ? 10 : 0));
-    }
-    w.prec = static_cast<uint8_t>(prec);
-    w.exp = static_cast<int8_t>(exp);
-    w.sign = static_cast<int8_t>(c > 0 ? l.sign : -l.sign);
-}
+// The 80-digit form of a sum or product, before it is cut to 40 digits:
+// digits d[0..prec] (d[0] the spill slot) with a header.
+struct WideDigits {
+    const uint8_t *d;
+    int prec;
+    int exp;
+    int sign;
+    uint8_t flags;
+};
 
 // From the 80-digit form to the 40-digit one: the digits past 40 are cut with
 // no rounding and no flag, deliberately: only the final reduction rounds.
-void zel_bcd_normalize_res(const DWORK_BCD &w, WORK_BCD &res) {
+void zel_bcd_normalize_res(const WideDigits &w, WORK_BCD &res) {
     int prec = w.prec, exp = w.exp;
-    while (prec > exp && prec > 0 && w.data[prec] == 0) --prec;
+    while (prec > exp && prec > 0 && w.d[prec] == 0) --prec;
     int k = 0;
-    while (k <= prec && w.data[k] == 0) ++k;
-    if (k > prec) {
-        zel_bcd_set_zero(res, w.flags);
-        return;
-    }
+    while (k <= prec && w.d[k] == 0) ++k;
+    if (k > prec) return zel_bcd_set_zero(res, w.flags);
     int np = std::min(prec + 1 - k, kWorkPrec);
     int ne = exp + 1 - k;
     if (np - ne > kWorkPrec) np = ne >= -kWorkPrec ? ne + kWorkPrec : 0;
-    if (ne > np) {
-        zel_bcd_set_zero(res, w.flags | kFlagOverflow);
-        return;
-    }
-    if (np <= 0) {
-        zel_bcd_set_zero(res, w.flags);
-        return;
-    }
-    uint8_t flags = w.flags;
-    int8_t sign = w.sign;
+    if (ne > np) return zel_bcd_set_zero(res, w.flags | kFlagOverflow);
+    if (np <= 0) return zel_bcd_set_zero(res, w.flags);
     std::memset(res.data, 0, sizeof res.data);
-    std::memcpy(res.data + 1, w.data + k, static_cast<size_t>(np));
+    std::memcpy(res.data + 1, w.d + k, static_cast<size_t>(np));
     res.prec = static_cast<uint8_t>(np);
     res.exp = static_cast<int8_t>(ne);
-    res.sign = sign;
-    res.flags = flags;
+    res.sign = static_cast<int8_t>(w.sign);
+    res.flags = w.flags;
+}
+
+// ---- Addition and subtraction, eight digits at a time. A frame of places
+// holds both operands: exp the larger exp, scale the larger scale, so at most
+// 80 digits. Each operand is laid into a zeroed array so that the frame ends
+// on a multiple of eight bytes, and words of eight digits are added with the
+// decimal carry done in binary: every byte is biased by 246, so that a digit
+// sum of 10 or more carries out of its byte, and the bias is taken back from
+// the bytes that did not carry.
+constexpr int kFrameBytes = 88;
+constexpr uint64_t kLowBytes = 0x0001010101010101ull;  // bytes 0 to 6
+
+struct Frame {
+    alignas(8) uint8_t a[kFrameBytes];
+    alignas(8) uint8_t b[kFrameBytes];
+    int off;  // frame position j is at a[off + j]
+    int exp;
+    int prec;
+};
+
+// Puts the digits d[0..prec] at `at` in a frame of `len` bytes, zeros around
+// them. Sizes vary, so the library's memset does better than an inline one.
+void zel_bcd_frame_place(uint8_t *frame, int len, int at, const BcdOp &o) {
+    size_t n = static_cast<size_t>(o.prec) + 1;
+    std::memset(frame, 0, static_cast<size_t>(at));
+    std::memcpy(frame + at, o.d, n);
+    std::memset(frame + at + n, 0, static_cast<size_t>(len - at) - n);
+}
+
+// False when the frame passes 80 digits (only a corrupt header gets there).
+bool zel_bcd_frame(const BcdOp &l, const BcdOp &r, Frame &f) {
+    f.exp = std::max(l.exp, r.exp);
+    f.prec = f.exp + std::max(l.prec - l.exp, r.prec - r.exp);
+    if (f.prec > kDWorkPrec || f.exp > 100 || f.exp < -100) return false;
+    f.off = (8 - (f.prec + 1) % 8) % 8;
+    zel_bcd_frame_place(f.a, f.off + f.prec + 1, f.off + (f.exp - l.exp), l);
+    zel_bcd_frame_place(f.b, f.off + f.prec + 1, f.off + (f.exp - r.exp), r);
+    return true;
+}
+
+inline uint64_t zel_bcd_load_word(const uint8_t *p) {
+    uint64_t x;
+    std::memcpy(&x, p, 8);
+    return __builtin_bswap64(x);  // least significant digit in the low byte
+}
+
+inline void zel_bcd_store_word(uint8_t *p, uint64_t x) {
+    x = __builtin_bswap64(x);
+    std::memcpy(p, &x, 8);
+}
+
+// f.a = f.a + f.b over the frame; the last carry lands in position 0.
+void zel_bcd_add_frame(Frame &f) {
+    uint64_t carry = 0;
+    for (int k = f.off + f.prec + 1 - 8; k >= 0; k -= 8) {
+        uint64_t x = zel_bcd_load_word(f.a + k) + 0xF6F6F6F6F6F6F6F6ull;
+        uint64_t y = zel_bcd_load_word(f.b + k), s;
+        bool c1 = __builtin_add_overflow(x, y, &s);
+        bool c2 = __builtin_add_overflow(s, carry, &s);
+        uint64_t carries = s ^ x ^ y;  // bit 8i: carry into byte i
+        uint64_t kept = (~carries >> 8) & kLowBytes;
+        carry = c1 | c2;
+        if (!carry) kept |= 1ull << 56;
+        zel_bcd_store_word(f.a + k, s - kept * 246);
+    }
+}
+
+// f.a = f.a - f.b over the frame, f.a not the smaller.
+void zel_bcd_sub_frame(Frame &f) {
+    uint64_t borrow = 0;
+    for (int k = f.off + f.prec + 1 - 8; k >= 0; k -= 8) {
+        uint64_t x = zel_bcd_load_word(f.a + k), y = zel_bcd_load_word(f.b + k), s;
+        bool b1 = __builtin_sub_overflow(x, y, &s);
+        bool b2 = __builtin_sub_overflow(s, borrow, &s);
+        uint64_t borrows = s ^ x ^ y;  // bit 8i: borrow into byte i
+        uint64_t lent = (borrows >> 8) & kLowBytes;
+        borrow = b1 | b2;
+        if (borrow) lent |= 1ull << 56;
+        zel_bcd_store_word(f.a + k, s - lent * 246);
+    }
+}
+
+void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &res) {
+    uint8_t flags = l.flags | r.flags;
+    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
+    int sign = l.sign;
+    const BcdOp *big = &l, *small = &r;
+    if ((l.sign == r.sign) == subtract) {
+        // Magnitudes differ in sign: subtract the smaller from the larger.
+        int c = zel_bcd_ucompare(l, r);
+        if (c == 0) return zel_bcd_set_zero(res, flags);
+        if (c < 0) {
+            std::swap(big, small);
+            sign = -sign;
+        }
+    }
+    Frame f;
+    if (!zel_bcd_frame(*big, *small, f)) return zel_bcd_set_zero(res, flags | kFlagOverflow);
+    if ((l.sign == r.sign) != subtract)
+        zel_bcd_add_frame(f);
+    else
+        zel_bcd_sub_frame(f);
+    zel_bcd_normalize_res(WideDigits{f.a + f.off, f.prec, f.exp, sign, flags}, res);
 }
 
 // ---- Multiplication in limbs of eight digits. The exact product does not
@@ -211,35 +257,21 @@ inline uint64_t zel_bcd_eight_digits(const uint8_t *p) {
 // n digits (at most 40) to limbs of 10^8, least significant first.
 int zel_bcd_to_limbs(const uint8_t *d, int n, uint64_t *limbs) {
     int nl = (n + 7) / 8;
-    uint8_t buf[48] = {};
+    alignas(8) uint8_t buf[48] = {};
     std::memcpy(buf + (nl * 8 - n), d, static_cast<size_t>(n));
     for (int k = 0; k < nl; ++k) limbs[k] = zel_bcd_eight_digits(buf + (nl - 1 - k) * 8);
     return nl;
 }
 
+// A value below 10^8 to eight digit bytes, most significant first: halves,
+// quarters and single digits split in parallel lanes of one word.
 inline void zel_bcd_limb_digits(uint32_t v, uint8_t *out) {
-    for (int i = 7; i >= 0; --i) {
-        out[i] = static_cast<uint8_t>(v % 10);
-        v /= 10;
-    }
-}
-
-void zel_bcd_mult_digits(const BcdOp &l, const BcdOp &r, DWORK_BCD &w) {
-    uint64_t a[5], b[5], acc[10] = {};
-    int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
-    int nb = zel_bcd_to_limbs(r.d + 1, r.prec, b);
-    for (int i = 0; i < na; ++i)
-        for (int j = 0; j < nb; ++j) acc[i + j] += a[i] * b[j];
-    int n = na + nb;
-    uint8_t digits[80];
-    uint64_t carry = 0;
-    for (int k = 0; k < n; ++k) {
-        uint64_t v = acc[k] + carry;
-        carry = v / 100000000u;
-        zel_bcd_limb_digits(static_cast<uint32_t>(v % 100000000u), digits + (n - 1 - k) * 8);
-    }
-    int prec = l.prec + r.prec;
-    std::memcpy(w.data + 1, digits + (n * 8 - prec), static_cast<size_t>(prec));
+    uint64_t x = (v / 10000) | (static_cast<uint64_t>(v % 10000) << 32);
+    uint64_t q = ((x * 5243) >> 19) & 0x0000007F0000007Full;  // lane / 100
+    x = q | ((x - q * 100) << 16);
+    q = ((x * 103) >> 10) & 0x000F000F000F000Full;  // lane / 10
+    x = q | ((x - q * 10) << 8);
+    std::memcpy(out, &x, 8);
 }
 
 void zel_bcd_work_mult(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
@@ -248,24 +280,24 @@ void zel_bcd_work_mult(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
     if (l.prec == 0 || r.prec == 0) return zel_bcd_set_zero(res, flags);
     int exp = l.exp + r.exp;
     if (exp > 100 || exp < -100) return zel_bcd_set_zero(res, flags | kFlagOverflow);
-    DWORK_BCD w;
-    zel_bcd_set_zero(w, flags);
-    zel_bcd_mult_digits(l, r, w);
-    w.prec = static_cast<uint8_t>(l.prec + r.prec);
-    w.exp = static_cast<int8_t>(exp);
-    w.sign = static_cast<int8_t>(l.sign * r.sign);
-    zel_bcd_normalize_res(w, res);
-}
-
-void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &res) {
-    uint8_t flags = l.flags | r.flags;
-    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
-    DWORK_BCD w;
-    if ((l.sign == r.sign) != subtract)
-        zel_bcd_add_digits(l, r, w);
-    else
-        zel_bcd_sub_digits(l, r, w);
-    zel_bcd_normalize_res(w, res);
+    uint64_t a[5], b[5], acc[10] = {};
+    int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
+    int nb = zel_bcd_to_limbs(r.d + 1, r.prec, b);
+    for (int i = 0; i < na; ++i)
+        for (int j = 0; j < nb; ++j) acc[i + j] += a[i] * b[j];
+    int n = na + nb;
+    alignas(8) uint8_t digits[88];
+    uint64_t carry = 0;
+    for (int k = 0; k < n; ++k) {
+        uint64_t v = acc[k] + carry;
+        carry = v / 100000000u;
+        zel_bcd_limb_digits(static_cast<uint32_t>(v % 100000000u), digits + 8 + (n - 1 - k) * 8);
+    }
+    // The product has l.prec + r.prec digits; position 0 is the empty spill slot.
+    int prec = l.prec + r.prec;
+    uint8_t *d = digits + 8 + n * 8 - prec - 1;
+    d[0] = 0;
+    zel_bcd_normalize_res(WideDigits{d, prec, exp, l.sign * r.sign, flags}, res);
 }
 
 // Start values of Newton's iteration: row n - 10 holds 100 / (n + 0.5) to six
@@ -472,9 +504,12 @@ void zel_bcdNormalizeWork(WORK_BCD *w) {
     w->exp = static_cast<int8_t>(exp);
 }
 
-ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work, ZEL_BCD_ROUNDING_MODE rounding_mode,
-                                ZEL_BCD_T *result) {
-    WORK_BCD w = *work;
+namespace {
+
+// zel_bcdAssignResult on a work record that may be used up.
+ZEL_RETCODE zel_bcd_assign(WORK_BCD &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *result) {
+    // Past prec the digits are 0 once normalised, so 33 bytes copy as they are.
+    bool clean = !(w.flags & kFlagErrors);
     while (!(w.flags & kFlagErrors)) {
         zel_bcdNormalizeWork(&w);
         if (w.prec == 0) {
@@ -533,13 +568,28 @@ ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work, ZEL_BCD_ROUNDING_MODE roun
         }
     }
     if (w.flags & ZEL_BCD_FLAG_NOMEMORY) return eNOMEMORY;
-    std::memset(result->data, 0, sizeof result->data);
-    if (w.prec != 0) std::memcpy(result->data, w.data, static_cast<size_t>(w.prec) + 1);
+    if (clean) {
+        std::memcpy(result->data, w.data, sizeof result->data);
+    } else {
+        std::memset(result->data, 0, sizeof result->data);
+        if (w.prec != 0)
+            std::memcpy(result->data, w.data,
+                        static_cast<size_t>(std::min<int>(w.prec, kMaxPrec)) + 1);
+    }
     result->prec = w.prec;
     result->exp = w.exp;
     result->flags = w.flags;
     result->sign = w.sign;
     return zel_bcdRetcode(w.flags);
+}
+
+}  // namespace
+
+ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work, ZEL_BCD_ROUNDING_MODE rounding_mode,
+                                ZEL_BCD_T *result) {
+    WORK_BCD w;
+    std::memcpy(&w, work, sizeof w);
+    return zel_bcd_assign(w, rounding_mode, result);
 }
 
 void zel_bcdWorkAdd(const WORK_BCD *l, const WORK_BCD *r, WORK_BCD *res) {
@@ -568,35 +618,35 @@ ZEL_RETCODE zel_bcdAdd(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_
                        ZEL_BCD_T *res) {
     WORK_BCD w;
     zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), false, w);
-    return zel_bcdAssignResult(&w, rounding_mode, res);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdSub(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                        ZEL_BCD_T *res) {
     WORK_BCD w;
     zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), true, w);
-    return zel_bcdAssignResult(&w, rounding_mode, res);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdMult(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                         ZEL_BCD_T *res) {
     WORK_BCD w;
     zel_bcd_work_mult(zel_bcd_op32(l), zel_bcd_op32(r), w);
-    return zel_bcdAssignResult(&w, rounding_mode, res);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdDiv(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                        ZEL_BCD_T *res) {
     WORK_BCD w;
     zel_bcd_work_div(zel_bcd_op32(l), zel_bcd_op32(r), w);
-    return zel_bcdAssignResult(&w, rounding_mode, res);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdReciprocal(const ZEL_BCD_T *bcd, ZEL_BCD_ROUNDING_MODE rounding_mode,
                               ZEL_BCD_T *res) {
     WORK_BCD w;
     zel_bcd_work_reciprocal(zel_bcd_op32(bcd), w);
-    return zel_bcdAssignResult(&w, rounding_mode, res);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 // The native forms: 64-bit integers convert exactly, the 32-bit ones widen,
