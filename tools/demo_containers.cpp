@@ -1,4 +1,4 @@
-// The small containers section of `zelbase demo`: a pointer list walked with
+// What `zelbase demo` shows of the small containers: a pointer list walked with
 // its cursor, a pointer array searched by address, the table hash of a few
 // keys, the next primes for hash table sizes, and Mersenne Twister draws.
 #include <cinttypes>
