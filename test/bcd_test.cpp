@@ -95,7 +95,8 @@ TEST(BcdOracle, ArithmeticMatchesDecimalModule) {
             ZEL_BCD_T w = Parse(want), diff, ulp;
             ASSERT_GE(zel_bcdSub(&res, &w, ZEL_BCD_ROUND_TOWARDS_ZERO, &diff), 0) << line;
             int q = w.prec == 0 ? -32 : std::max(w.exp - 32, -32);
-            std::string u = q >= 0 ? "1" + std::string(q, '0') : "0." + std::string(-q - 1, '0') + "1";
+            std::string u =
+                q >= 0 ? "1" + std::string(q, '0') : "0." + std::string(-q - 1, '0') + "1";
             ulp = Parse(u);
             diff.sign = 1;
             EXPECT_NE(zel_bcdCompare(&diff, &ulp), ZEL_GT) << line << " got " << Text(res);
@@ -104,6 +105,21 @@ TEST(BcdOracle, ArithmeticMatchesDecimalModule) {
         ++checked;
     }
     EXPECT_EQ(checked, static_cast<int>(lines.size()));
+}
+
+TEST(BcdDivide, DigitForDigitWithAModelOfTheReciprocalMethod) {
+    auto lines = Lines("good-bcd-divmethod.txt");
+    ASSERT_GT(lines.size(), 400u);
+    for (const std::string &line : lines) {
+        std::istringstream is(line);
+        std::string op, a, b, want, code;
+        int mode;
+        is >> op >> mode >> a >> b >> want >> code;
+        ZEL_BCD_T l = Parse(a), r = Parse(b), res;
+        ZEL_RETCODE rc = zel_bcdDiv(&l, &r, static_cast<ZEL_BCD_ROUNDING_MODE>(mode), &res);
+        EXPECT_EQ(Text(res), want) << line;
+        EXPECT_EQ(CodeName(rc), code) << line;
+    }
 }
 
 TEST(BcdOracle, TextMatchesDecimalModule) {

@@ -2,8 +2,8 @@
 """Vectors for the decimal module, from Python's decimal module as the oracle.
 
 Run once from this directory: python3 gen_bcd.py
-Writes good-bcd-arith.txt and good-bcd-text.txt (fixed seed, so re-running
-gives the same files).
+Writes good-bcd-arith.txt, good-bcd-text.txt and good-bcd-divmethod.txt
+(fixed seed, so re-running gives the same files).
 
 good-bcd-arith.txt, one case per line, fields separated by one blank:
     op mode a b result code
@@ -15,6 +15,10 @@ good-bcd-arith.txt, one case per line, fields separated by one blank:
   code    OK, LOSS (digits were lost), RANGE (more than 32 integer digits)
 
 good-bcd-text.txt:  text | value | code   (the text may hold blanks)
+
+good-bcd-divmethod.txt: lines as in good-bcd-arith.txt, quotients from a
+model of the library's reciprocal method (reciprocal_method below), to be
+matched digit for digit and code for code.
 
 How the library computes, and so how the oracle is built:
   * add, sub, mul: the exact result is cut (not rounded) to 40 significant
@@ -199,8 +203,47 @@ def text_cases():
     return out
 
 
+def reciprocal_method(x):
+    """A model of the library's division: Newton's iteration for 1/x in the
+    40-digit work form, every step cut (not rounded) to 40 digits and 40
+    places. Not an oracle but the method itself, written independently, so
+    that the quotients can be compared digit for digit."""
+    e = x.adjusted() + 1
+    c = abs(x).scaleb(-e)  # 0.1 <= c < 1
+    digits = c.as_tuple().digits
+    n = digits[0] * 10 + (digits[1] if len(digits) > 1 else 0)
+    r = (Decimal(100) / (Decimal(n) + Decimal("0.5"))).quantize(Decimal("0.000001"),
+                                                                 rounding=ROUND_HALF_EVEN)
+    while True:
+        t = cut(r * c, 40, 40)
+        if t == 1:
+            break
+        u = cut(1 - t, 40, 40)
+        t = cut(r * u, 40, 40)
+        u = cut(r + t, 40, 40)
+        if u == r:
+            break
+        r = u
+    r = r.scaleb(-e)
+    return -r if x < 0 else r
+
+
+def division_method_cases():
+    lines = []
+    for _ in range(500):
+        a, b = rand_operand(), rand_operand()
+        if b == 0:
+            continue
+        mode = rng.randint(0, 4)
+        r, code = reduce32(a * reciprocal_method(b), mode)
+        lines.append(f"div {mode} {plain(a)} {plain(b)} {plain(r)} {code}")
+    return lines
+
+
 if __name__ == "__main__":
     with open("good-bcd-arith.txt", "w") as f:
         f.write("\n".join(arith_cases()) + "\n")
     with open("good-bcd-text.txt", "w") as f:
         f.write("\n".join(text_cases()) + "\n")
+    with open("good-bcd-divmethod.txt", "w") as f:
+        f.write("\n".join(division_method_cases()) + "\n")
