@@ -12,10 +12,6 @@
 
 #include "avl.h"
 
-#ifdef ZELBASE_HAVE_MIMALLOC
-#include <mimalloc.h>
-#endif
-
 namespace {
 
 constexpr size_t kKeys = 1000000;
@@ -175,18 +171,6 @@ void BM_SetItemFind(benchmark::State &s) {
 void BM_SetItemErase(benchmark::State &s) {
     setErase<ItemSet>(s, makeItem);
 }
-
-#ifdef ZELBASE_HAVE_MIMALLOC
-using MiU64Set = std::set<uint64_t, std::less<uint64_t>, mi_stl_allocator<uint64_t>>;
-void BM_SetU64MimallocInsert(benchmark::State &s) {
-    setInsert<MiU64Set>(s, makeU64);
-}
-void BM_SetU64MimallocErase(benchmark::State &s) {
-    setErase<MiU64Set>(s, makeU64);
-}
-BENCHMARK(BM_SetU64MimallocInsert)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetU64MimallocErase)->Unit(benchmark::kMillisecond);
-#endif
 
 }  // namespace
 

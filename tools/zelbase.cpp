@@ -23,6 +23,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Stack tags and pools", zb_demo_stack},
     {"Return codes and error objects", zb_demo_error},
     {"Text: UUID, base64 and UTF-8", zb_demo_text},
+    {"Lists, arrays, hash, primes and random numbers", zb_demo_containers},
 };
 
 int zb_cmd_demo(int, char **) {

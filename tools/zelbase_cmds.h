@@ -16,6 +16,7 @@ int zb_demo_tags(FILE *out);
 int zb_demo_stack(FILE *out);
 int zb_demo_error(FILE *out);
 int zb_demo_text(FILE *out);
+int zb_demo_containers(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
