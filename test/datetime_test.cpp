@@ -123,6 +123,9 @@ TEST(DateCalendar, EveryDayMatchesTheYearAndMonthWalk) {
             << n << ": " << got.year << "-" << got.month << "-" << got.day;
         if (n >= 1 && n <= 3652059) {
             ASSERT_EQ(RefMakeDate(got.year, got.month, got.day), n);
+            ZEL_PACKED_DATE_T back;
+            ASSERT_EQ(zel_datePack(&got, &back), sOKAY);
+            ASSERT_EQ(back, n);
         }
     }
 }
@@ -151,6 +154,9 @@ TEST(DateCalendar, EdgeCases) {
     // The day is not held against the month: 31 February counts on.
     EXPECT_EQ(Pack(2021, 2, 31), Pack(2021, 3, 3));
     EXPECT_EQ(Pack(2020, 2, 31), Pack(2020, 3, 2));
+    // Years past the calendar count on (and wrap in 32 bits) without overflow.
+    EXPECT_EQ(Pack(10000, 1, 1), 3652060u);
+    EXPECT_EQ(Pack(INT32_MAX, 12, 31), static_cast<uint32_t>(RefMakeDate(INT32_MAX, 12, 31)));
     EXPECT_EQ(zel_dateZero(), 1u);
     EXPECT_STREQ(zel_dateMonthName(Pack(2021, 9, 1)), "September");
     EXPECT_STREQ(zel_timestampMonthAbr(ZEL_PACKED_TIMESTAMP_T{Pack(2021, 12, 9), 0}), "Dec");

@@ -41,7 +41,16 @@ static_assert(24u * kUnitsPerHour == kUnitsPerDay && 60u * ZEL_TIME_UNITS_PER_SE
 
 constexpr uint16_t daysPerMonth[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 // Days of a common year before each month.
-constexpr uint16_t daysBeforeMonth[12] = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+struct DtMonthStarts {
+    uint16_t days[12];
+};
+constexpr DtMonthStarts daysBeforeMonth = [] {
+    DtMonthStarts r{};
+    for (int m = 1; m < 12; m++)
+        r.days[m] = static_cast<uint16_t>(r.days[m - 1] + daysPerMonth[m - 1]);
+    return r;
+}();
+static_assert(daysBeforeMonth.days[2] == 59 && daysBeforeMonth.days[11] == 334);
 constexpr const char *monthNames[12] = {"January",   "February", "March",    "April",
                                         "May",       "June",     "July",     "August",
                                         "September", "October",  "November", "December"};
@@ -74,15 +83,11 @@ constexpr bool dt_isLeapYear(int64_t year) {
     return year % 4 == 0 && r != 100 && r != 200 && r != 300;
 }
 
-constexpr uint16_t dt_lastDayOfMonth(int64_t year, unsigned month) {
-    return month == 2 && dt_isLeapYear(year) ? 29 : daysPerMonth[month - 1];
-}
-
 // Day number of a date; month 1 to 12. Wide so that no year overflows; the
 // divisions truncate as in C, which matters only for year 0.
 constexpr int64_t dt_makeDate(int64_t year, unsigned month, int64_t day) {
     const int64_t y = year - 1;
-    return 365 * y + y / 4 - y / 100 + y / 400 + daysBeforeMonth[month - 1] +
+    return 365 * y + y / 4 - y / 100 + y / 400 + daysBeforeMonth.days[month - 1] +
            (month > 2 && dt_isLeapYear(year) ? 1 : 0) + day;
 }
 
@@ -92,25 +97,31 @@ struct DtYmd {
     uint16_t day;
 };
 
-// Day number to fields. A number above ZEL_DATE_MAX reads as day 1. Counts on a calendar whose
-// years begin on 1 March (day 306 of year 0 is 1 January of year 1), in 400-year eras of 146097
-// days, so February's length only matters at the end of a year.
+// Day number to fields. A number above ZEL_DATE_MAX reads as day 1. Counts
+// on a calendar whose years begin on 1 March (day 306 of year 0 is 1 January
+// of year 1), so February's length only matters at the end of a year: 400-year
+// eras of 146097 days, then centuries and years of a century by exact
+// multiply-and-shift forms of the divisions (Neri and Schneider's Euclidean
+// affine functions), then the month and day from one product.
 constexpr DtYmd dt_queryDate(ZEL_PACKED_DATE_T date) {
     if (date > ZEL_DATE_MAX) date = 1;
     // Day 0 is no date. The year-by-year walk of the original design gives it
     // 30 December of year 0 (year 0 counts as leap in its months but not in
     // its day formula); kept so that day 0 reads back as it always has.
     if (date == 0) return DtYmd{0, 12, 30};
-    const uint32_t z = date + 305;  // days since 1 March of year 0
-    const uint32_t era = z / 146097;
-    const uint32_t doe = z - era * 146097;                                       // 0..146096
-    const uint32_t yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;  // 0..399
-    const uint32_t doy = doe - (365 * yoe + yoe / 4 - yoe / 100);                // 0..365
-    const uint32_t mp = (5 * doy + 2) / 153;                                     // 0 is March
+    const uint32_t n = date + 305;  // days since 1 March of year 0
+    const uint32_t n1 = 4 * n + 3;
+    const uint32_t century = n1 / 146097;
+    const uint32_t n2 = (n1 % 146097) | 3;  // 4 * (day of the century) + 3
+    const uint64_t p2 = 2939745ull * n2;
+    const uint32_t yearOfCentury = static_cast<uint32_t>(p2 >> 32);
+    const uint32_t dayOfYear = static_cast<uint32_t>(p2) / 2939745 / 4;  // 0 is 1 March
+    const uint32_t n3 = 2141 * dayOfYear + 197913;
+    const bool janFeb = dayOfYear >= 306;
     DtYmd r{};
-    r.day = static_cast<uint16_t>(doy - (153 * mp + 2) / 5 + 1);
-    r.month = static_cast<uint16_t>(mp < 10 ? mp + 3 : mp - 9);
-    r.year = static_cast<int32_t>(yoe + era * 400 + (r.month <= 2 ? 1 : 0));
+    r.year = static_cast<int32_t>(100 * century + yearOfCentury + (janFeb ? 1 : 0));
+    r.month = static_cast<uint16_t>(janFeb ? (n3 >> 16) - 12 : n3 >> 16);
+    r.day = static_cast<uint16_t>((n3 & 0xFFFF) / 2141 + 1);
     return r;
 }
 static_assert(dt_makeDate(1, 1, 1) == 1 && dt_makeDate(1970, 1, 1) == ZEL_DATE_UNIX_EPOCH);
@@ -159,9 +170,15 @@ ZEL_RETCODE dt_dateCheck(int32_t year, unsigned month, unsigned day) {
 }
 
 ZEL_PACKED_DATE_T dt_datePackChecked(int32_t year, unsigned month, unsigned day) {
-    // Huge years give a number past the calendar; it wraps rather than
-    // overflowing, and unpacks as day 1 like any other.
-    return static_cast<ZEL_PACKED_DATE_T>(dt_makeDate(year, month, day));
+    // The year is at least 1 here, so the divisions can be unsigned. Huge
+    // years give a number past the calendar; it wraps rather than overflowing,
+    // and unpacks as day 1 like any other.
+    const uint64_t y = static_cast<uint64_t>(year) - 1;
+    const uint32_t yr = static_cast<uint32_t>(year);
+    const bool leap = yr % 4 == 0 && (yr % 100 != 0 || yr % 400 == 0);
+    return static_cast<ZEL_PACKED_DATE_T>(365 * y + y / 4 - y / 100 + y / 400 +
+                                          daysBeforeMonth.days[month - 1] +
+                                          (month > 2 && leap ? 1 : 0) + day);
 }
 
 ZEL_RETCODE dt_timeCheck(unsigned hour, unsigned minute, unsigned second, unsigned fraction) {
