@@ -343,6 +343,213 @@ static_assert(x0_start.rows[89].prec == 7 && x0_start.rows[89].data[0] == 1 &&
 // eight); they only keep a corrupt record from looping for ever.
 constexpr int kMaxNewtonSteps = 256;
 
+// ---- Newton's iteration. Every step is a work operation: exact, then cut to
+// 40 digits and 40 places. The values of the iteration stay magnitudes near 1,
+// so the steps are done on integers in limbs of 10^8 with a power of ten,
+// which gives the very values the digit operations give; the digit form is
+// the fallback for operands that the limbs do not cover.
+
+// A magnitude: sum of w[i] * 10^(8i + exp); n limbs, 0 for zero. The
+// exponent stays a multiple of 8, so that aligning two values moves whole
+// limbs and cutting digits off clears them in place.
+constexpr int kMaxLimbs = 14;
+
+struct Limbs {
+    uint64_t w[kMaxLimbs];
+    int n;
+    int exp;
+};
+
+constexpr uint64_t kLimb = 100000000;
+constexpr uint32_t kPow10[9] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+
+void zel_bcd_lim_trim(Limbs &x) {
+    while (x.n > 0 && x.w[x.n - 1] == 0) --x.n;
+}
+
+int zel_bcd_lim_digits(const Limbs &x) {
+    if (x.n == 0) return 0;
+    uint64_t v = x.w[x.n - 1];
+    int d = 1 + (v >= 10) + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) +
+            (v >= 1000000) + (v >= 10000000);
+    return 8 * (x.n - 1) + d;
+}
+
+// Digits d[0..n-1] of an integer times 10^e to limbs with a multiple of 8
+// as exponent (zeros appended as needed).
+void zel_bcd_lim_from_digits(const uint8_t *d, int n, int e, Limbs &x) {
+    int pad = ((e % 8) + 8) % 8;
+    int total = n + pad;
+    int nl = (total + 7) / 8;
+    alignas(8) uint8_t buf[64] = {};
+    std::memcpy(buf + (nl * 8 - total), d, static_cast<size_t>(n));
+    for (int k = 0; k < nl; ++k) x.w[k] = zel_bcd_eight_digits(buf + (nl - 1 - k) * 8);
+    x.n = nl;
+    x.exp = e - pad;
+    zel_bcd_lim_trim(x);
+}
+
+inline uint64_t zel_bcd_lim_low_digits(uint64_t v, int r) {
+    switch (r) {
+        case 1:
+            return v % 10;
+        case 2:
+            return v % 100;
+        case 3:
+            return v % 1000;
+        case 4:
+            return v % 10000;
+        case 5:
+            return v % 100000;
+        case 6:
+            return v % 1000000;
+        case 7:
+            return v % 10000000;
+        default:
+            return 0;
+    }
+}
+
+// What normalize_res keeps: 40 significant digits, nothing below 10^-40.
+// The digits below are cleared (truncation) and whole zero limbs dropped.
+void zel_bcd_lim_cut40(Limbs &x) {
+    if (x.n == 0) return;
+    int p = std::max(x.exp + zel_bcd_lim_digits(x) - kWorkPrec, -kWorkPrec);
+    if (p <= x.exp) return;
+    int q = (p - x.exp) / 8, r = (p - x.exp) % 8;
+    if (q >= x.n) {
+        x.n = 0;
+        return;
+    }
+    x.w[q] -= zel_bcd_lim_low_digits(x.w[q], r);
+    for (int i = 0; i + q < x.n; ++i) x.w[i] = x.w[i + q];
+    x.n -= q;
+    x.exp += 8 * q;
+    zel_bcd_lim_trim(x);
+}
+
+// r = a * b, column by column with the carry, so no accumulator is cleared.
+void zel_bcd_lim_mul(const Limbs &a, const Limbs &b, Limbs &r) {
+    r.exp = a.exp + b.exp;
+    if (a.n == 0 || b.n == 0) {
+        r.n = 0;
+        return;
+    }
+    uint64_t carry = 0;
+    r.n = a.n + b.n;
+    for (int k = 0; k < r.n - 1; ++k) {
+        uint64_t v = carry;
+        int lo = std::max(0, k - b.n + 1), hi = std::min(k, a.n - 1);
+        for (int i = lo; i <= hi; ++i) v += a.w[i] * b.w[k - i];
+        r.w[k] = v % kLimb;
+        carry = v / kLimb;
+    }
+    r.w[r.n - 1] = carry;
+    zel_bcd_lim_trim(r);
+}
+
+// Limb of x at position pos (in units of 10^8), 0 outside.
+inline uint64_t zel_bcd_lim_at(const Limbs &x, int pos) {
+    int i = pos - x.exp / 8;
+    return (i >= 0 && i < x.n) ? x.w[i] : 0;
+}
+
+int zel_bcd_lim_cmp(const Limbs &a, const Limbs &b) {
+    if (a.n == 0 || b.n == 0) return (a.n != 0) - (b.n != 0);
+    int ta = a.exp / 8 + a.n, tb = b.exp / 8 + b.n;  // top limbs are not 0
+    if (ta != tb) return ta > tb ? 1 : -1;
+    int lo = std::min(a.exp, b.exp) / 8;
+    for (int pos = ta - 1; pos >= lo; --pos) {
+        uint64_t x = zel_bcd_lim_at(a, pos), y = zel_bcd_lim_at(b, pos);
+        if (x != y) return x > y ? 1 : -1;
+    }
+    return 0;
+}
+
+// r = a + b or a - b (a not the smaller). False if it would not fit.
+bool zel_bcd_lim_addsub(const Limbs &a, const Limbs &b, bool sub, Limbs &r) {
+    int lo = b.n ? std::min(a.exp, b.exp) / 8 : a.exp / 8;
+    int hi = std::max(a.exp / 8 + a.n, b.n ? b.exp / 8 + b.n : lo);
+    if (hi - lo > kMaxLimbs - 1) return false;
+    int64_t carry = 0;
+    r.exp = lo * 8;
+    r.n = hi - lo;
+    for (int pos = lo; pos < hi; ++pos) {
+        int64_t bv = static_cast<int64_t>(zel_bcd_lim_at(b, pos));
+        int64_t v = static_cast<int64_t>(zel_bcd_lim_at(a, pos)) + carry + (sub ? -bv : bv);
+        carry = v < 0 ? -1 : (v >= static_cast<int64_t>(kLimb) ? 1 : 0);
+        r.w[pos - lo] = static_cast<uint64_t>(v - carry * static_cast<int64_t>(kLimb));
+    }
+    if (carry > 0) r.w[r.n++] = 1;
+    zel_bcd_lim_trim(r);
+    return true;
+}
+
+void zel_bcd_lim_copy(const Limbs &src, Limbs &dst) {
+    dst.n = src.n;
+    dst.exp = src.exp;
+    for (int i = 0; i < src.n; ++i) dst.w[i] = src.w[i];
+}
+
+// Newton's iteration on limbs. False, with `res` as it was, when the operand
+// is outside what the limbs cover (flags other than a lost digit, a digit
+// above 9, or a step whose sign would turn).
+bool zel_bcd_newton_limbs(const WORK_BCD &copy, WORK_BCD &res) {
+    if (copy.flags & ~kFlagLoss) return false;
+    for (int i = 1; i <= copy.prec; ++i)
+        if (copy.data[i] > 9) return false;
+    Limbs c, r, one;
+    zel_bcd_lim_from_digits(copy.data + 1, copy.prec, -copy.prec, c);
+    zel_bcd_lim_from_digits(res.data + 1, res.prec, res.exp - res.prec, r);
+    one.w[0] = 1;
+    one.n = 1;
+    one.exp = 0;
+    bool assigned = false;
+    for (int step = 0; step < kMaxNewtonSteps; ++step) {
+        Limbs t, d, t2, u;
+        zel_bcd_lim_mul(r, c, t);
+        zel_bcd_lim_cut40(t);
+        int above = zel_bcd_lim_cmp(t, one);
+        if (above == 0) break;  // t is exactly 1
+        // d = |1 - t|; `above` holds the sign of t - 1
+        if (!zel_bcd_lim_addsub(above < 0 ? one : t, above < 0 ? t : one, true, d)) return false;
+        zel_bcd_lim_cut40(d);
+        zel_bcd_lim_mul(r, d, t2);
+        zel_bcd_lim_cut40(t2);
+        if (above > 0 && zel_bcd_lim_cmp(r, t2) <= 0) return false;
+        if (!zel_bcd_lim_addsub(r, t2, above > 0, u)) return false;
+        zel_bcd_lim_cut40(u);
+        if (zel_bcd_lim_cmp(r, u) == 0) break;
+        zel_bcd_lim_copy(u, r);
+        assigned = true;
+    }
+    // Back to digits, as the last work operation would have left them.
+    alignas(8) uint8_t digits[8 + kMaxLimbs * 8];
+    for (int k = 0; k < r.n; ++k)
+        zel_bcd_limb_digits(static_cast<uint32_t>(r.w[k]), digits + 8 + (r.n - 1 - k) * 8);
+    int prec = r.n * 8;
+    uint8_t *d = digits + 7;
+    d[0] = 0;
+    uint8_t flags = assigned ? copy.flags : res.flags;
+    zel_bcd_normalize_res(WideDigits{d, prec, r.exp + prec, copy.sign, flags}, res);
+    return true;
+}
+
+void zel_bcd_newton_digits(const WORK_BCD &copy, WORK_BCD &res) {
+    static constexpr WORK_BCD one = {1, 1, 0, 1, {0, 1}};
+    const BcdOp cop = zel_bcd_op(copy, kWorkPrec);
+    for (int step = 0; step < kMaxNewtonSteps && (res.flags & ~kFlagLoss) == 0; ++step) {
+        WORK_BCD t, u;
+        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), cop, t);
+        if (t.prec == 1 && t.exp == 1 && t.data[1] == 1) break;
+        zel_bcd_work_add(zel_bcd_op(one, kWorkPrec), zel_bcd_op(t, kWorkPrec), true, u);
+        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec), t);
+        zel_bcd_work_add(zel_bcd_op(res, kWorkPrec), zel_bcd_op(t, kWorkPrec), false, u);
+        if (zel_bcd_ucompare(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec)) == 0) break;
+        res = u;
+    }
+}
+
 void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
     if (x.flags & kFlagErrors) return zel_bcd_set_zero(res, x.flags);
     WORK_BCD copy;
@@ -362,19 +569,7 @@ void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
     res.exp = row.exp;
     res.sign = copy.sign;
     std::memcpy(res.data + 1, row.data, row.prec);
-
-    static constexpr WORK_BCD one = {1, 1, 0, 1, {0, 1}};
-    const BcdOp cop = zel_bcd_op(copy, kWorkPrec);
-    for (int step = 0; step < kMaxNewtonSteps && (res.flags & ~kFlagLoss) == 0; ++step) {
-        WORK_BCD t, u;
-        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), cop, t);
-        if (t.prec == 1 && t.exp == 1 && t.data[1] == 1) break;
-        zel_bcd_work_add(zel_bcd_op(one, kWorkPrec), zel_bcd_op(t, kWorkPrec), true, u);
-        zel_bcd_work_mult(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec), t);
-        zel_bcd_work_add(zel_bcd_op(res, kWorkPrec), zel_bcd_op(t, kWorkPrec), false, u);
-        if (zel_bcd_ucompare(zel_bcd_op(res, kWorkPrec), zel_bcd_op(u, kWorkPrec)) == 0) break;
-        res = u;
-    }
+    if (!zel_bcd_newton_limbs(copy, res)) zel_bcd_newton_digits(copy, res);
     res.exp = static_cast<int8_t>(res.exp - rexp);
 }
 
