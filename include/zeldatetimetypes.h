@@ -97,11 +97,14 @@ typedef struct ZEL_TIMESTAMPTZ_S {
     int16_t tz;
 } ZEL_TIMESTAMPTZ_T;
 
-/* Order of the fields of a date in text. */
+/* Order of the fields of a date in text. The functions refuse other values
+ * with a code; the last enumerator makes the type span 32 bits, so that such
+ * a value is representable in C++ too. */
 typedef enum ZEL_DATE_FORMAT_E {
     ZEL_MMDDYYYY = 1,
     ZEL_YYYYMMDD = 2,
-    ZEL_DDMMYYYY = 3
+    ZEL_DDMMYYYY = 3,
+    ZEL_DATE_FORMAT_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_DATE_FORMAT;
 
 /* Fields of a time in text; the F forms print 1 to 4 fraction digits,
@@ -113,7 +116,8 @@ typedef enum ZEL_TIME_FORMAT_E {
     ZEL_HHMMSSF = 4,
     ZEL_HHMMSSFF = 5,
     ZEL_HHMMSSFFF = 6,
-    ZEL_HHMMSSFFFF = 7
+    ZEL_HHMMSSFFFF = 7,
+    ZEL_TIME_FORMAT_FORCE_INT32 = 0x7FFFFFFF /* as above */
 } ZEL_TIME_FORMAT;
 
 #endif /* ZELDATETIMETYPES_H */

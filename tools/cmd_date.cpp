@@ -29,7 +29,8 @@ int zb_date_fail(const char *what, ZEL_RETCODE rc) {
 }
 
 void zb_date_dayLine(ZEL_PACKED_DATE_T d) {
-    std::printf("  day number   %u\n", static_cast<unsigned>(d));
+    std::printf("  day number   %u%s\n", static_cast<unsigned>(d),
+                d > ZEL_DATE_MAX ? " (past 31 December 9999: its parts read as day 1)" : "");
     std::printf("  day of week  %u (%s; 1 is Sunday)\n", zel_dateDayOfWeek(d), zel_dateDayName(d));
     std::printf("  week of year %u (weeks counted from 1 January), day of year %u\n",
                 zel_dateWeek(d), zel_dateDayOfYear(d));
