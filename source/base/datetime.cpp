@@ -129,15 +129,16 @@ static_assert(dt_makeDate(9999, 12, 31) == ZEL_DATE_MAX);
 static_assert(dt_queryDate(1).year == 1 && dt_queryDate(1).month == 1 && dt_queryDate(1).day == 1);
 static_assert(dt_makeDate(0, 12, 30) == 0);
 
-// Day number of 1 January of the year holding `date`, and that year.
+// Day number of 1 January of the year holding `date`; a date past the
+// calendar is first replaced by day 1, as unpacking reads it.
 int64_t dt_startOfYear(ZEL_PACKED_DATE_T &date) {
     if (date > ZEL_DATE_MAX) date = 1;
     return dt_makeDate(dt_queryDate(date).year, 1, 1);
 }
 
-// Moves a date by one day either way. The move is made on the fields in the
-// original design; on day numbers it is the same addition, once a number past
-// the calendar has been read as day 1, as unpacking does.
+// Moves a date by one day either way. Unpacking, stepping the day across the
+// month or year end and packing again comes to the same addition, once a
+// number past the calendar has been read as day 1, as unpacking does.
 ZEL_PACKED_DATE_T dt_setDate(ZEL_PACKED_DATE_T dateVal, int sDateDiff) {
     if (dateVal > ZEL_DATE_MAX) dateVal = 1;
     return dateVal + static_cast<uint32_t>(sDateDiff);
@@ -488,39 +489,27 @@ uint16_t zel_dateWeek(ZEL_PACKED_DATE_T dt) {
     return static_cast<uint16_t>((dt - start) / 7 + 1);
 }
 
-const char *zel_timestampDayAbr(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateDayAbr(ts.date);
-}
-const char *zel_timestampDayName(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateDayName(ts.date);
-}
-uint16_t zel_timestampDayOfWeek(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateDayOfWeek(ts.date);
-}
-uint16_t zel_timestampDayOfMonth(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateDayOfMonth(ts.date);
-}
-uint16_t zel_timestampMonth(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateMonth(ts.date);
-}
-int32_t zel_timestampYear(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateYear(ts.date);
-}
-uint16_t zel_timestampDayOfYear(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateDayOfYear(ts.date);
-}
-const char *zel_timestampMonthAbr(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateMonthAbr(ts.date);
-}
-const char *zel_timestampMonthName(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateMonthName(ts.date);
-}
-uint16_t zel_timestampQuarter(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateQuarter(ts.date);
-}
-uint16_t zel_timestampWeek(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_dateWeek(ts.date);
-}
+// Each zel_timestamp<X> applies zel_date<X> to the date word, or zel_time<X>
+// to the time word.
+#define DT_TIMESTAMP_PART(type, X, unit, word)         \
+    type zel_timestamp##X(ZEL_PACKED_TIMESTAMP_T ts) { \
+        return zel_##unit##X(ts.word);                 \
+    }
+DT_TIMESTAMP_PART(const char *, DayAbr, date, date)
+DT_TIMESTAMP_PART(const char *, DayName, date, date)
+DT_TIMESTAMP_PART(uint16_t, DayOfWeek, date, date)
+DT_TIMESTAMP_PART(uint16_t, DayOfMonth, date, date)
+DT_TIMESTAMP_PART(uint16_t, Month, date, date)
+DT_TIMESTAMP_PART(int32_t, Year, date, date)
+DT_TIMESTAMP_PART(uint16_t, DayOfYear, date, date)
+DT_TIMESTAMP_PART(const char *, MonthAbr, date, date)
+DT_TIMESTAMP_PART(const char *, MonthName, date, date)
+DT_TIMESTAMP_PART(uint16_t, Quarter, date, date)
+DT_TIMESTAMP_PART(uint16_t, Week, date, date)
+DT_TIMESTAMP_PART(uint16_t, Hour, time, time)
+DT_TIMESTAMP_PART(uint16_t, Minute, time, time)
+DT_TIMESTAMP_PART(uint16_t, Second, time, time)
+DT_TIMESTAMP_PART(uint16_t, Fraction, time, time)
 
 // ---------------------------------------------------------------- parts of a time
 
@@ -535,18 +524,6 @@ uint16_t zel_timeSecond(ZEL_PACKED_TIME_T tm) {
 }
 uint16_t zel_timeFraction(ZEL_PACKED_TIME_T tm) {
     return tm >= kUnitsPerDay ? 0 : static_cast<uint16_t>(tm % ZEL_TIME_UNITS_PER_SEC);
-}
-uint16_t zel_timestampHour(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_timeHour(ts.time);
-}
-uint16_t zel_timestampMinute(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_timeMinute(ts.time);
-}
-uint16_t zel_timestampSecond(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_timeSecond(ts.time);
-}
-uint16_t zel_timestampFraction(ZEL_PACKED_TIMESTAMP_T ts) {
-    return zel_timeFraction(ts.time);
 }
 
 // ---------------------------------------------------------------- zero values
