@@ -122,6 +122,53 @@ TEST(BcdDivide, DigitForDigitWithAModelOfTheReciprocalMethod) {
     }
 }
 
+// Plain text of up to 40 digits to a work record, and back.
+WORK_BCD WorkFromText(const std::string &text) {
+    WORK_BCD w{};
+    w.sign = text[0] == '-' ? -1 : 1;
+    std::string digits;
+    int intdigits = -1;
+    for (char c : text) {
+        if (c == '.') intdigits = static_cast<int>(digits.size());
+        if (c >= '0' && c <= '9') digits += c;
+    }
+    if (intdigits < 0) intdigits = static_cast<int>(digits.size());
+    size_t lead = digits.find_first_not_of('0');
+    digits = digits.substr(lead);
+    intdigits -= static_cast<int>(lead);
+    w.prec = static_cast<uint8_t>(digits.size());
+    w.exp = static_cast<int8_t>(intdigits);
+    for (size_t i = 0; i < digits.size(); ++i)
+        w.data[i + 1] = static_cast<uint8_t>(digits[i] - '0');
+    return w;
+}
+
+std::string WorkText(const WORK_BCD &w) {
+    std::string s = w.sign < 0 ? "-" : "";
+    if (w.exp <= 0) s += "0." + std::string(-w.exp, '0');
+    for (int i = 1; i <= w.prec; ++i) {
+        s += static_cast<char>('0' + w.data[i]);
+        if (i == w.exp && i < w.prec) s += '.';
+    }
+    for (int i = w.prec; i < w.exp; ++i) s += '0';
+    return s;
+}
+
+TEST(BcdDivide, WorkReciprocalOfFortyDigits) {
+    for (const std::string &line : Lines("good-bcd-workrcp.txt")) {
+        std::istringstream is(line);
+        std::string op, x, want;
+        is >> op >> x >> want;
+        WORK_BCD w = WorkFromText(x), r;
+        ASSERT_EQ(WorkText(w), x);
+        zel_bcdWorkReciprocal(&w, &r);
+        EXPECT_EQ(WorkText(r), want) << line;
+        EXPECT_EQ(r.flags, 0) << line;
+        zel_bcdWorkReciprocal(&w, &w);  // in place
+        EXPECT_EQ(WorkText(w), want) << line;
+    }
+}
+
 TEST(BcdOracle, TextMatchesDecimalModule) {
     for (const std::string &line : Lines("good-bcd-text.txt")) {
         size_t p1 = line.find('|'), p2 = line.rfind('|');

@@ -505,6 +505,7 @@ bool zel_bcd_newton_limbs(const WORK_BCD &copy, WORK_BCD &res) {
     one.n = 1;
     one.exp = 0;
     bool assigned = false;
+    Limbs last;
     for (int step = 0; step < kMaxNewtonSteps; ++step) {
         Limbs t, d, t2, u;
         zel_bcd_lim_mul(r, c, t);
@@ -518,12 +519,18 @@ bool zel_bcd_newton_limbs(const WORK_BCD &copy, WORK_BCD &res) {
         zel_bcd_lim_cut40(t2);
         if (above > 0 && zel_bcd_lim_cmp(r, t2) <= 0) return false;
         if (!zel_bcd_lim_addsub(r, t2, above > 0, u)) return false;
+        Limbs exact;
+        zel_bcd_lim_copy(u, exact);
         zel_bcd_lim_cut40(u);
         if (zel_bcd_lim_cmp(r, u) == 0) break;
         zel_bcd_lim_copy(u, r);
+        // The digit form strips zeros before it cuts, so a cut can leave one
+        // at the end: the record is made from the exact sum, as it would be.
+        zel_bcd_lim_copy(exact, last);
         assigned = true;
     }
     // Back to digits, as the last work operation would have left them.
+    if (assigned) zel_bcd_lim_copy(last, r);
     alignas(8) uint8_t digits[8 + kMaxLimbs * 8];
     for (int k = 0; k < r.n; ++k)
         zel_bcd_limb_digits(static_cast<uint32_t>(r.w[k]), digits + 8 + (r.n - 1 - k) * 8);

@@ -2,8 +2,8 @@
 """Vectors for the decimal module, from Python's decimal module as the oracle.
 
 Run once from this directory: python3 gen_bcd.py
-Writes good-bcd-arith.txt, good-bcd-text.txt and good-bcd-divmethod.txt
-(fixed seed, so re-running gives the same files).
+Writes good-bcd-arith.txt, good-bcd-text.txt, good-bcd-divmethod.txt and
+good-bcd-workrcp.txt (fixed seed, so re-running gives the same files).
 
 good-bcd-arith.txt, one case per line, fields separated by one blank:
     op mode a b result code
@@ -19,6 +19,10 @@ good-bcd-text.txt:  text | value | code   (the text may hold blanks)
 good-bcd-divmethod.txt: lines as in good-bcd-arith.txt, quotients from a
 model of the library's reciprocal method (reciprocal_method below), to be
 matched digit for digit and code for code.
+
+good-bcd-workrcp.txt: rcp x r -- r the 40-digit reciprocal of x (up to 40
+digits) in the work form, from the same model, with the digits the work
+record keeps (a cut can leave a zero last).
 
 How the library computes, and so how the oracle is built:
   * add, sub, mul: the exact result is cut (not rounded) to 40 significant
@@ -203,6 +207,21 @@ def text_cases():
     return out
 
 
+def work_record(v):
+    """The digits a 40-digit work record keeps of an exact value: fraction
+    zeros stripped first, then cut to 40 digits and 40 places, so that a
+    zero can end up last again."""
+    if v == 0:
+        return Decimal(0)
+    s = v.normalize()
+    if s.as_tuple().exponent > 0:
+        s = s.quantize(Decimal(1))  # integer zeros stay
+    q = max(s.adjusted() - 39, -40)
+    if s.as_tuple().exponent < q:
+        s = s.quantize(Decimal(1).scaleb(q), rounding=ROUND_DOWN)
+    return s
+
+
 def reciprocal_method(x):
     """A model of the library's division: Newton's iteration for 1/x in the
     40-digit work form, every step cut (not rounded) to 40 digits and 40
@@ -214,13 +233,14 @@ def reciprocal_method(x):
     n = digits[0] * 10 + (digits[1] if len(digits) > 1 else 0)
     r = (Decimal(100) / (Decimal(n) + Decimal("0.5"))).quantize(Decimal("0.000001"),
                                                                  rounding=ROUND_HALF_EVEN)
+    r = work_record(r)
     while True:
         t = cut(r * c, 40, 40)
         if t == 1:
             break
         u = cut(1 - t, 40, 40)
         t = cut(r * u, 40, 40)
-        u = cut(r + t, 40, 40)
+        u = work_record(r + t)
         if u == r:
             break
         r = u
@@ -240,6 +260,19 @@ def division_method_cases():
     return lines
 
 
+def work_reciprocal_cases():
+    """1/x in the 40-digit work form, for operands of up to 40 digits."""
+    lines = []
+    for _ in range(200):
+        nd = rng.randint(1, 40)
+        x = Decimal(rng.randint(10 ** (nd - 1), 10 ** nd - 1)).scaleb(-rng.randint(0, 40))
+        x = cut(x, 40, 40)
+        if rng.random() < 0.5:
+            x = -x
+        lines.append(f"rcp {plain(x)} {format(reciprocal_method(x), 'f')}")
+    return lines
+
+
 if __name__ == "__main__":
     with open("good-bcd-arith.txt", "w") as f:
         f.write("\n".join(arith_cases()) + "\n")
@@ -247,3 +280,5 @@ if __name__ == "__main__":
         f.write("\n".join(text_cases()) + "\n")
     with open("good-bcd-divmethod.txt", "w") as f:
         f.write("\n".join(division_method_cases()) + "\n")
+    with open("good-bcd-workrcp.txt", "w") as f:
+        f.write("\n".join(work_reciprocal_cases()) + "\n")
