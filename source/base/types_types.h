@@ -72,17 +72,23 @@ inline constexpr B_TYPE_INFO typeInfo[B_TYPE_INFO_ROWS] = {
     {ZEL_ZELVALUE, "ZEL_ZELVALUE", 0, 0, sizeof(ZEL_VALUE)},
 };
 
+/* Index of a type's row, or -1 when the table has none. */
+constexpr int typeInfoIndex(ZEL_TYPE type) {
+    for (int i = 0; i < B_TYPE_INFO_ROWS; ++i)
+        if (typeInfo[i].type == type) return i;
+    return -1;
+}
+
 /* The row of a type, or null when the table has none. */
 constexpr const B_TYPE_INFO *typeInfoFind(ZEL_TYPE type) {
-    for (const B_TYPE_INFO &row : typeInfo)
-        if (row.type == type) return &row;
-    return nullptr;
+    const int i = typeInfoIndex(type);
+    return i < 0 ? nullptr : &typeInfo[i];
 }
 
 /* Bytes of one element of a type; 0 for a type missing from the table. */
 constexpr size_t typeInfoLength(ZEL_TYPE type) {
-    const B_TYPE_INFO *row = typeInfoFind(type);
-    return row ? row->len : 0;
+    const int i = typeInfoIndex(type);
+    return i < 0 ? 0 : typeInfo[i].len;
 }
 
 static_assert(sizeof(ZEL_VALUE) == 48, "a ZEL_ZELVALUE element is 48 bytes");
