@@ -156,13 +156,17 @@ struct Frame {
     int prec;
 };
 
-// Puts the digits d[0..prec] at `at` in a frame of `len` bytes, zeros around
-// them. Sizes vary, so the library's memset does better than an inline one.
-void zel_bcd_frame_place(uint8_t *frame, int len, int at, const BcdOp &o) {
-    size_t n = static_cast<size_t>(o.prec) + 1;
-    std::memset(frame, 0, static_cast<size_t>(at));
-    std::memcpy(frame + at, o.d, n);
-    std::memset(frame + at + n, 0, static_cast<size_t>(len - at) - n);
+// Puts the digits d[0..prec] at `at` in a zeroed frame. The frame is cleared
+// in whole vectors, which beats a string store for so few bytes.
+void zel_bcd_frame_place(uint8_t *frame, int at, const BcdOp &o) {
+    typedef uint8_t V16 __attribute__((vector_size(16)));
+    static_assert(kFrameBytes % 16 == 8);
+    for (int i = 0; i + 16 <= kFrameBytes; i += 16) {
+        const V16 zero = {};
+        std::memcpy(frame + i, &zero, 16);
+    }
+    std::memset(frame + kFrameBytes - 8, 0, 8);
+    std::memcpy(frame + at, o.d, static_cast<size_t>(o.prec) + 1);
 }
 
 // False when the frame passes 80 digits (only a corrupt header gets there).
@@ -171,8 +175,8 @@ bool zel_bcd_frame(const BcdOp &l, const BcdOp &r, Frame &f) {
     f.prec = f.exp + std::max(l.prec - l.exp, r.prec - r.exp);
     if (f.prec > kDWorkPrec || f.exp > 100 || f.exp < -100) return false;
     f.off = (8 - (f.prec + 1) % 8) % 8;
-    zel_bcd_frame_place(f.a, f.off + f.prec + 1, f.off + (f.exp - l.exp), l);
-    zel_bcd_frame_place(f.b, f.off + f.prec + 1, f.off + (f.exp - r.exp), r);
+    zel_bcd_frame_place(f.a, f.off + (f.exp - l.exp), l);
+    zel_bcd_frame_place(f.b, f.off + (f.exp - r.exp), r);
     return true;
 }
 
