@@ -1,0 +1,385 @@
+// Decoder: every element type read back from the encoder's bytes through a
+// B_BUFFER_T, the range checks of the narrow targets, floats and doubles
+// from Python's struct vectors, every prefix of a mixed stream ending in
+// eEOD with nothing read past it, strings and arrays with their allocations
+// given back on every failure, out of memory included.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+#include <fstream>
+#include <sstream>
+
+#include "buffer.h"
+#include "coder_bytes.h"
+#include "containers_tags.h"
+#include "decoder.h"
+#include "encoder.h"
+#include "vint.h"
+
+namespace {
+
+// A decoder over a copy of `bytes` in a borrowed B_BUFFER_T.
+struct BufferSource {
+    Bytes bytes;
+    B_BUFFER_T buffer;
+    B_DECODER_T d;
+    explicit BufferSource(Bytes b) : bytes(std::move(b)) {
+        b_bufferInitStatic(&buffer, bytes.data(), 0, 0);
+        b_bufferSetStatic(&buffer, bytes.data(), bytes.size());
+        b_decoderInit(&d, b_bufferInputByte, b_bufferInputBytesBulk, &buffer, nullptr);
+    }
+};
+
+Bytes varint(uint64_t v) {
+    TestSink sink;
+    EXPECT_EQ(b_vintEncodeUIntmax(v, TestSink::put, &sink), sOKAY);
+    return sink.bytes;
+}
+
+Bytes cat(std::initializer_list<Bytes> parts) {
+    Bytes all;
+    for (const Bytes &p : parts) all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+TEST(DecoderRange, NarrowTargetsRefuseWhatDoesNotFit) {
+    // Unsigned: the largest value fits, one more is a damaged object.
+    {
+        uint8_t v8 = 9;
+        BufferSource ok(varint(255)), bad(varint(256));
+        EXPECT_EQ(b_decoderDecodeUint8(&ok.d, &v8), sOKAY);
+        EXPECT_EQ(v8, 255);
+        EXPECT_EQ(b_decoderDecodeUint8(&bad.d, &v8), eDBCORRUPTED);
+        EXPECT_EQ(v8, 255);
+        EXPECT_EQ(bad.buffer.pos, bad.bytes.size());
+    }
+    {
+        uint16_t v = 9;
+        BufferSource bad(varint(0x10000));
+        EXPECT_EQ(b_decoderDecodeUint16(&bad.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(v, 9);
+    }
+    {
+        uint32_t v = 9;
+        BufferSource bad(varint(0x100000000));
+        EXPECT_EQ(b_decoderDecodeUint32(&bad.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(v, 9u);
+    }
+    // Signed: both ends of each range fit, one past either end does not.
+    auto mapped = [](int64_t v) { return varint(b_vintConvertToUnsigned(v)); };
+    {
+        int8_t v = 9;
+        BufferSource lo(mapped(-128)), hi(mapped(127)), under(mapped(-129)), over(mapped(128));
+        EXPECT_EQ(b_decoderDecodeInt8(&lo.d, &v), sOKAY);
+        EXPECT_EQ(v, -128);
+        EXPECT_EQ(b_decoderDecodeInt8(&hi.d, &v), sOKAY);
+        EXPECT_EQ(v, 127);
+        EXPECT_EQ(b_decoderDecodeInt8(&under.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(b_decoderDecodeInt8(&over.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(v, 127);
+    }
+    {
+        int16_t v = 9;
+        BufferSource under(mapped(INT16_MIN - 1)), over(mapped(INT16_MAX + 1));
+        EXPECT_EQ(b_decoderDecodeInt16(&under.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(b_decoderDecodeInt16(&over.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(v, 9);
+    }
+    {
+        int32_t v = 9;
+        BufferSource under(mapped(int64_t{INT32_MIN} - 1)), over(mapped(int64_t{INT32_MAX} + 1));
+        EXPECT_EQ(b_decoderDecodeInt32(&under.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(b_decoderDecodeInt32(&over.d, &v), eDBCORRUPTED);
+        EXPECT_EQ(v, 9);
+    }
+}
+
+TEST(DecoderStoredBytes, FloatsAndDoublesFromBigEndianIeee) {
+    std::ifstream in(ZELBASE_TEST_DATA "/good-varint-float.txt");
+    ASSERT_TRUE(in);
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line);
+        std::string kind, text, hex;
+        fields >> kind >> text >> hex;
+        const Bytes bytes = coder_unhex(hex);
+        BufferSource src(bytes);
+        uint64_t bits = 0;
+        for (uint8_t b : bytes) bits = bits << 8 | b;
+        if (kind == "f") {
+            float f;
+            ASSERT_EQ(b_decoderDecodeFloat(&src.d, &f), sOKAY) << line;
+            uint32_t got;
+            std::memcpy(&got, &f, 4);
+            EXPECT_EQ(got, bits) << line;
+        } else {
+            double d;
+            ASSERT_EQ(b_decoderDecodeDouble(&src.d, &d), sOKAY) << line;
+            uint64_t got;
+            std::memcpy(&got, &d, 8);
+            EXPECT_EQ(got, bits) << line;
+            if (text != "nan") {
+                EXPECT_EQ(d, std::strtod(text.c_str(), nullptr)) << line;
+            }
+        }
+    }
+}
+
+// One field of a mixed stream: its encoder call and a decoder call that
+// checks the value read back.
+struct Field {
+    std::function<ZEL_RETCODE(const B_ENCODER_T *)> put;
+    std::function<ZEL_RETCODE(const B_DECODER_T *, bool check)> get;
+};
+
+std::vector<Field> mixedStream() {
+    std::vector<Field> f;
+#define FIELD(Name, T, value)                                            \
+    f.push_back({[](auto e) { return b_encoderEncode##Name(e, value); }, \
+                 [](auto d, bool check) {                                \
+                     T v{};                                              \
+                     ZEL_RETCODE rc = b_decoderDecode##Name(d, &v);      \
+                     if (check && rc == sOKAY) {                         \
+                         EXPECT_EQ(v, static_cast<T>(value));            \
+                     }                                                   \
+                     return rc;                                          \
+                 }})
+    FIELD(Uint8, uint8_t, 200);
+    FIELD(Uint16, uint16_t, 0x4080);
+    FIELD(Uint32, uint32_t, 0xFFFFFFFF);
+    FIELD(Uint64, uint64_t, UINT64_MAX);
+    FIELD(Slot, ZEL_SLOT, 0x80808204080);
+    FIELD(Int8, int8_t, -128);
+    FIELD(Int16, int16_t, INT16_MIN);
+    FIELD(Int32, int32_t, INT32_MAX);
+    FIELD(Int64, int64_t, INT64_MIN);
+    FIELD(Float, float, -1.5f);
+    FIELD(Double, double, 0.1);
+#undef FIELD
+    f.push_back({[](auto e) { return b_encoderEncodeUint64(e, 12345); },
+                 [](auto d, bool check) {
+                     size_t v = 0;
+                     ZEL_RETCODE rc = b_decoderDecodeSize_t(d, &v);
+                     if (check && rc == sOKAY) {
+                         EXPECT_EQ(v, 12345u);
+                     }
+                     return rc;
+                 }});
+    f.push_back({[](auto e) { return b_encoderEncodeString(e, "zelbase"); },
+                 [](auto d, bool check) {
+                     char text[16];
+                     size_t len = sizeof text;
+                     ZEL_RETCODE rc = b_decoderDecodeStringToBuff(d, text, &len);
+                     if (check && rc == sOKAY) {
+                         EXPECT_STREQ(text, "zelbase");
+                         EXPECT_EQ(len, 8u);
+                     }
+                     return rc;
+                 }});
+    return f;
+}
+
+TEST(DecoderStream, ReadsBackEveryFieldAndStopsAtEachEnd) {
+    const std::vector<Field> fields = mixedStream();
+    TestSink sink;
+    B_ENCODER_T e = sink.encoder();
+    std::vector<size_t> ends;
+    for (const Field &f : fields) {
+        ASSERT_EQ(f.put(&e), sOKAY);
+        ends.push_back(sink.bytes.size());
+    }
+    // Whole: each field ends exactly where its bytes end.
+    BufferSource whole(sink.bytes);
+    for (size_t i = 0; i < fields.size(); ++i) {
+        ASSERT_EQ(fields[i].get(&whole.d, true), sOKAY) << "field " << i;
+        EXPECT_EQ(whole.buffer.pos, ends[i]) << "field " << i;
+    }
+    // Every prefix: the fields before the cut read, the cut one gives eEOD,
+    // and the source is never asked past its end.
+    for (size_t n = 0; n < sink.bytes.size(); ++n) {
+        TestSource src(Bytes(sink.bytes.begin(), sink.bytes.begin() + n));
+        B_DECODER_T d = src.decoder();
+        size_t i = 0;
+        while (ends[i] <= n) ASSERT_EQ(fields[i++].get(&d, false), sOKAY);
+        EXPECT_EQ(fields[i].get(&d, false), eEOD) << "prefix " << n;
+        EXPECT_EQ(src.pos, n);
+    }
+}
+
+TEST(DecoderStream, InvalidFirstByteInEveryReader) {
+    for (const Field &f : mixedStream()) {
+        BufferSource src({0xFB, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
+        const ZEL_RETCODE rc = f.get(&src.d, false);
+        // Floats and doubles are raw bytes: any byte is theirs.
+        if (rc != sOKAY) {
+            EXPECT_EQ(rc, eINVVARINT);
+            EXPECT_EQ(src.buffer.pos, 1u);
+        }
+    }
+}
+
+TEST(DecoderBytes, SeekPlainAndBulk) {
+    BufferSource src({1, 2, 3, 4});
+    uint8_t out[4] = {};
+    EXPECT_EQ(b_decoderSeek(&src.d, 5), eEOD);
+    EXPECT_EQ(b_decoderSeek(&src.d, 4), sOKAY);
+    EXPECT_EQ(b_decoderDecodeBytes(&src.d, out, 0), sOKAY);
+    EXPECT_EQ(b_decoderDecodeBytes(&src.d, out, 1), eEOD);
+    EXPECT_EQ(b_decoderSeek(&src.d, 1), sOKAY);
+    EXPECT_EQ(b_decoderDecodeBytes(&src.d, out, 2), sOKAY);
+    EXPECT_EQ(out[0], 2);
+    EXPECT_EQ(out[1], 3);
+    size_t got = 0;
+    EXPECT_EQ(b_decoderDecodeBytesBulk(&src.d, 1, out, &got), sOKAY);
+    EXPECT_EQ(got, 1u);
+    EXPECT_EQ(out[0], 4);
+    B_DECODER_T plain = src.d;
+    plain.bulk_fcn = nullptr;
+    EXPECT_EQ(b_decoderDecodeBytesBulk(&plain, 1, out, nullptr), eNOTIMPLEMENTED);
+    EXPECT_EQ(b_decoderGetCtx(&src.d), &src.buffer);
+    b_decoderTerm(&plain);
+    EXPECT_EQ(plain.fcn, nullptr);
+    EXPECT_EQ(plain.ctx, nullptr);
+}
+
+using DecoderAlloc = TaggedTest;
+
+TEST_F(DecoderAlloc, StringsTakeTheirMemoryFromTheTagAndGiveItBack) {
+    BufferSource src(cat({varint(3), {'a', 'b', 'c'}, varint(0)}));
+    char *s = nullptr;
+    size_t len = 0;
+    ASSERT_EQ(b_decoderDecodeString(&src.d, &s, &len, sub), sOKAY);
+    EXPECT_STREQ(s, "abc");
+    EXPECT_EQ(len, 4u);
+    b_tag_subFree(sub, s);
+    ASSERT_EQ(b_decoderDecodeString(&src.d, &s, nullptr, sub), sOKAY);  // the empty string
+    EXPECT_STREQ(s, "");
+    b_tag_subFree(sub, s);
+
+    // Cut inside the bytes: eEOD and the allocation freed (TearDown checks).
+    BufferSource cut(cat({varint(5), {'a', 'b'}}));
+    s = nullptr;
+    EXPECT_EQ(b_decoderDecodeString(&cut.d, &s, &len, sub), eEOD);
+    EXPECT_EQ(s, nullptr);
+    // A length no tag can give.
+    BufferSource huge(varint(UINT64_MAX));
+    EXPECT_EQ(b_decoderDecodeString(&huge.d, &s, &len, sub), eNOMEMORY);
+    BufferSource half(varint(uint64_t{1} << 62));
+    EXPECT_EQ(b_decoderDecodeString(&half.d, &s, &len, sub), eNOMEMORY);
+    EXPECT_EQ(s, nullptr);
+}
+
+TEST(DecoderString, IntoTheCallersBufferOnlyWhenItFits) {
+    const Bytes bytes = cat({varint(3), {'x', 'y', 'z'}});
+    char text[4];
+    size_t len = 3;  // no room for the terminator
+    BufferSource small(bytes);
+    EXPECT_EQ(b_decoderDecodeStringToBuff(&small.d, text, &len), eDBCORRUPTED);
+    EXPECT_EQ(len, 3u);
+    EXPECT_EQ(small.buffer.pos, 1u);  // only the length was read
+    len = 4;
+    BufferSource fits(bytes);
+    EXPECT_EQ(b_decoderDecodeStringToBuff(&fits.d, text, &len), sOKAY);
+    EXPECT_STREQ(text, "xyz");
+    EXPECT_EQ(len, 4u);
+}
+
+TEST(DecoderStringOutOfMemory, EveryFailureIsTheTagsAndLeavesNothing) {
+    SeededTags tags(16);
+    const Bytes bytes = cat({varint(600), Bytes(600, 'q')});
+    tags.Fill(640);
+    for (int attempt = 0;; ++attempt) {
+        ASSERT_LT(attempt, 100);
+        BufferSource src(bytes);
+        char *s = nullptr;
+        const ZEL_RETCODE rc = b_decoderDecodeString(&src.d, &s, nullptr, tags.sub);
+        if (rc == sOKAY) {
+            EXPECT_EQ(std::strlen(s), 600u);
+            b_tag_subFree(tags.sub, s);
+            break;
+        }
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(s, nullptr);
+        ASSERT_TRUE(tags.Release());
+    }
+}
+
+using DecoderArray = TaggedTest;
+
+TEST_F(DecoderArray, RoundTripOfEveryElementType) {
+    const int32_t i32[] = {INT32_MIN, -1, 0, 1, INT32_MAX};
+    const double dbl[] = {-0.0, 1e300, 5e-324};
+    const uint8_t u8[] = {0, 127, 128, 255};
+    TestSink sink;
+    B_ENCODER_T e = sink.encoder();
+    ASSERT_EQ(b_encoderEncodeInt32Array(&e, 5, i32), sOKAY);
+    ASSERT_EQ(b_encoderEncodeDoubleArray(&e, 3, dbl), sOKAY);
+    ASSERT_EQ(b_encoderEncodeUint8Array(&e, 4, u8), sOKAY);
+    BufferSource src(sink.bytes);
+    int32_t *gi = nullptr;
+    double gd[3];
+    uint8_t *gu = nullptr;
+    ASSERT_EQ(b_decoderDecodeInt32Array(&src.d, 5, &gi, sub), sOKAY);
+    ASSERT_EQ(b_decoderDecodeDoubleArrayBuffer(&src.d, 3, gd), sOKAY);
+    ASSERT_EQ(b_decoderDecodeUint8Array(&src.d, 4, &gu, sub), sOKAY);
+    EXPECT_EQ(std::memcmp(gi, i32, sizeof i32), 0);
+    EXPECT_EQ(std::memcmp(gd, dbl, sizeof dbl), 0);
+    EXPECT_EQ(std::memcmp(gu, u8, sizeof u8), 0);
+    b_tag_subFree(sub, gi);
+    b_tag_subFree(sub, gu);
+}
+
+TEST_F(DecoderArray, GroupsAndSkippedPositions) {
+    // groups 2: {card 2, nulls 1: 5 6}, {card 1, nulls 0: 7} -> 5 6 _ 7
+    const Bytes two = {0x02, 0x02, 0x01, 0x0A, 0x0C, 0x01, 0x00, 0x0E};
+    int16_t v[5] = {-9, -9, -9, -9, -9};
+    BufferSource src(two);
+    ASSERT_EQ(b_decoderDecodeInt16ArrayBuffer(&src.d, 5, v), sOKAY);
+    EXPECT_EQ(v[0], 5);
+    EXPECT_EQ(v[1], 6);
+    EXPECT_EQ(v[2], -9);  // skipped, untouched
+    EXPECT_EQ(v[3], 7);
+    EXPECT_EQ(v[4], -9);
+    // groups 0: nothing more read, the array untouched.
+    BufferSource none({0x00});
+    ASSERT_EQ(b_decoderDecodeInt16ArrayBuffer(&none.d, 5, v), sOKAY);
+    EXPECT_EQ(v[0], 5);
+    // num_nulls past the end, then an empty group: still nothing written.
+    BufferSource far(
+        {0x02, 0x00, 0xFA, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x00});
+    EXPECT_EQ(b_decoderDecodeInt16ArrayBuffer(&far.d, 5, v), sOKAY);
+}
+
+TEST_F(DecoderArray, CountsPastTheArrayAreRefusedBeforeAnyWrite) {
+    uint32_t v[3] = {1, 1, 1};  // v[2] stands for the memory past the array
+    // groups 1, cardinality 3 into size 2
+    BufferSource more({0x01, 0x03, 0x00, 0x05, 0x05, 0x05});
+    EXPECT_EQ(b_decoderDecodeUint32ArrayBuffer(&more.d, 2, v), eDBCORRUPTED);
+    EXPECT_EQ(v[0], 1u);
+    EXPECT_EQ(v[2], 1u);
+    // groups 2: skip 2, then 1 value at position 2 of size 2
+    BufferSource skip({0x02, 0x00, 0x02, 0x01, 0x00, 0x05});
+    EXPECT_EQ(b_decoderDecodeUint32ArrayBuffer(&skip.d, 2, v), eDBCORRUPTED);
+    EXPECT_EQ(v[2], 1u);
+    // A value too wide for the element and a cut stream: the allocating form
+    // frees its array (TearDown checks the tag).
+    uint8_t *a = nullptr;
+    BufferSource wide(cat({{0x01, 0x01, 0x00}, varint(256)}));
+    EXPECT_EQ(b_decoderDecodeUint8Array(&wide.d, 1, &a, sub), eDBCORRUPTED);
+    int64_t *b = nullptr;
+    BufferSource cut({0x01, 0x02, 0x00, 0x02});
+    EXPECT_EQ(b_decoderDecodeInt64Array(&cut.d, 2, &b, sub), eEOD);
+    float *f = nullptr;
+    BufferSource bad({0xFC});
+    EXPECT_EQ(b_decoderDecodeFloatArray(&bad.d, 2, &f, sub), eINVVARINT);
+    EXPECT_EQ(a, nullptr);
+    EXPECT_EQ(b, nullptr);
+    EXPECT_EQ(f, nullptr);
+    EXPECT_EQ(
+        b_decoderDecodeDoubleArray(&bad.d, SIZE_MAX / 4, reinterpret_cast<double **>(&f), sub),
+        eNOMEMORY);
+}
+
+}  // namespace

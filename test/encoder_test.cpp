@@ -1,0 +1,199 @@
+// Encoder: the stored bytes of every element type, floats and doubles
+// against Python's struct.pack('>f') and ('>d') (good-varint-float.txt), the
+// string and group layouts, the bulk path and failures of the sink.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+#include "buffer.h"
+#include "coder_bytes.h"
+#include "encoder.h"
+
+namespace {
+
+using Op = std::function<ZEL_RETCODE(const B_ENCODER_T *)>;
+
+Bytes run(const Op &op) {
+    TestSink sink;
+    B_ENCODER_T e = sink.encoder();
+    EXPECT_EQ(op(&e), sOKAY);
+    return sink.bytes;
+}
+
+struct Case {
+    const char *what;
+    Op op;
+    Bytes bytes;
+};
+
+// Each vector's derivation: varint of the value, or of the signed mapping
+// (v >= 0: 2v; v < 0: -2v - 1), forms and biases as in vint_test.cpp.
+const Case kCases[] = {
+    // 200 > 0x7F: 2-byte form, 200 - 0x80 = 0x48
+    {"uint8 200", [](auto e) { return b_encoderEncodeUint8(e, 200); }, {0x80, 0x48}},
+    {"uint8 127", [](auto e) { return b_encoderEncodeUint8(e, 127); }, {0x7F}},
+    // 0xFFFF - 0x4080 = 0xBF7F: 3-byte form, high bits 0
+    {"uint16 max", [](auto e) { return b_encoderEncodeUint16(e, 0xFFFF); }, {0xC0, 0xBF, 0x7F}},
+    // 0xFFFFFFFF - 0x8204080 = 0xF7DFBF7F: 5-byte form
+    {"uint32 max",
+     [](auto e) { return b_encoderEncodeUint32(e, 0xFFFFFFFF); },
+     {0xE8, 0xF7, 0xDF, 0xBF, 0x7F}},
+    {"uint64 max",
+     [](auto e) { return b_encoderEncodeUint64(e, UINT64_MAX); },
+     {0xFA, 0xFE, 0xFE, 0xF7, 0xF7, 0xF7, 0xDF, 0xBF, 0x7F}},
+    {"slot 0", [](auto e) { return b_encoderEncodeSlot(e, 0); }, {0x00}},
+    {"int8 -1", [](auto e) { return b_encoderEncodeInt8(e, -1); }, {0x01}},
+    {"int8 1", [](auto e) { return b_encoderEncodeInt8(e, 1); }, {0x02}},
+    // -128 -> 255 - 0x80 = 0x7F
+    {"int8 min", [](auto e) { return b_encoderEncodeInt8(e, -128); }, {0x80, 0x7F}},
+    // -300 -> 599 - 0x80 = 0x1D7 -> 0x80|0x01, 0xD7
+    {"int16 -300", [](auto e) { return b_encoderEncodeInt16(e, -300); }, {0x81, 0xD7}},
+    // INT32_MIN -> 0xFFFFFFFF, as uint32 max above
+    {"int32 min",
+     [](auto e) { return b_encoderEncodeInt32(e, INT32_MIN); },
+     {0xE8, 0xF7, 0xDF, 0xBF, 0x7F}},
+    // INT64_MAX -> 0xFFFFFFFFFFFFFFFE: payload one less than for 2^64 - 1
+    {"int64 max",
+     [](auto e) { return b_encoderEncodeInt64(e, INT64_MAX); },
+     {0xFA, 0xFE, 0xFE, 0xF7, 0xF7, 0xF7, 0xDF, 0xBF, 0x7E}},
+    {"empty string", [](auto e) { return b_encoderEncodeString(e, ""); }, {0x00}},
+    {"string abc", [](auto e) { return b_encoderEncodeString(e, "abc"); }, {0x03, 'a', 'b', 'c'}},
+    // groups 1, cardinality 2, num_nulls 0, then 1 and 200 as varints
+    {"uint8 array",
+     [](auto e) {
+         const uint8_t v[] = {1, 200};
+         return b_encoderEncodeUint8Array(e, 2, v);
+     },
+     {0x01, 0x02, 0x00, 0x01, 0x80, 0x48}},
+    {"empty array",
+     [](auto e) { return b_encoderEncodeInt64Array(e, 0, nullptr); },
+     {0x01, 0x00, 0x00}},
+    {"int32 array",
+     [](auto e) {
+         const int32_t v[] = {-1, 1, -2};
+         return b_encoderEncodeInt32Array(e, 3, v);
+     },
+     {0x01, 0x03, 0x00, 0x01, 0x02, 0x03}},
+    // 1.0 is 0x3FF0000000000000, -2.0f is 0xC0000000
+    {"double array",
+     [](auto e) {
+         const double v[] = {1.0};
+         return b_encoderEncodeDoubleArray(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0x3F, 0xF0, 0, 0, 0, 0, 0, 0}},
+    {"float array",
+     [](auto e) {
+         const float v[] = {-2.0f};
+         return b_encoderEncodeFloatArray(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0xC0, 0x00, 0x00, 0x00}},
+    {"uint16 array",
+     [](auto e) {
+         const uint16_t v[] = {0x80};
+         return b_encoderEncodeUint16Array(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0x80, 0x00}},
+    {"uint32 array",
+     [](auto e) {
+         const uint32_t v[] = {5};
+         return b_encoderEncodeUint32Array(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0x05}},
+    {"uint64 array",
+     [](auto e) {
+         const uint64_t v[] = {0x4080};
+         return b_encoderEncodeUint64Array(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0xC0, 0x00, 0x00}},
+    {"int8 array",
+     [](auto e) {
+         const int8_t v[] = {-64};  // -> 127
+         return b_encoderEncodeInt8Array(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0x7F}},
+    {"int16 array",
+     [](auto e) {
+         const int16_t v[] = {64};  // -> 128 -> 0x80 0x00
+         return b_encoderEncodeInt16Array(e, 1, v);
+     },
+     {0x01, 0x01, 0x00, 0x80, 0x00}},
+};
+
+TEST(EncoderStoredBytes, EveryElementType) {
+    for (const Case &c : kCases) EXPECT_EQ(coder_hex(run(c.op)), coder_hex(c.bytes)) << c.what;
+}
+
+TEST(EncoderStoredBytes, FloatsAndDoublesAreBigEndianIeee) {
+    std::ifstream in(ZELBASE_TEST_DATA "/good-varint-float.txt");
+    ASSERT_TRUE(in) << "good-varint-float.txt";
+    std::string line;
+    int lines = 0;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line);
+        std::string kind, text, hex;
+        fields >> kind >> text >> hex;
+        const double v = text == "nan" ? std::nan("") : std::strtod(text.c_str(), nullptr);
+        const Bytes got =
+            kind == "f"
+                ? run([&](auto e) { return b_encoderEncodeFloat(e, static_cast<float>(v)); })
+                : run([&](auto e) { return b_encoderEncodeDouble(e, v); });
+        EXPECT_EQ(coder_hex(got), hex) << line;
+        lines++;
+    }
+    EXPECT_GE(lines, 60);
+}
+
+TEST(EncoderFailure, EveryOperationStopsAtTheRefusedByte) {
+    for (const Case &c : kCases) {
+        for (size_t k = 0; k < c.bytes.size(); ++k) {
+            TestSink sink;
+            sink.failAt = k;
+            B_ENCODER_T e = sink.encoder();
+            EXPECT_EQ(c.op(&e), eBADWRITE) << c.what << " byte " << k;
+            EXPECT_EQ(sink.bytes, Bytes(c.bytes.begin(), c.bytes.begin() + k)) << c.what;
+        }
+    }
+}
+
+TEST(EncoderBytes, PlainAndBulk) {
+    const uint8_t data[] = {9, 8, 7};
+    TestSink sink;
+    B_ENCODER_T e = sink.encoder();
+    EXPECT_EQ(b_encoderEncodeBytes(&e, data, 0), sOKAY);
+    EXPECT_EQ(sink.calls, 0u);
+    EXPECT_EQ(b_encoderEncodeBytesBulk(&e, data, 3), eNOTIMPLEMENTED);
+    EXPECT_TRUE(sink.bytes.empty());
+    B_ENCODER_T bulk = sink.encoder(true);
+    EXPECT_EQ(b_encoderEncodeBytesBulk(&bulk, data, 3), sOKAY);
+    EXPECT_EQ(b_encoderEncodeBytes(&bulk, data, 3), sOKAY);
+    EXPECT_EQ(sink.bulkCalls, 1u);
+    EXPECT_EQ(sink.calls, 3u);
+    EXPECT_EQ(sink.bytes, (Bytes{9, 8, 7, 9, 8, 7}));
+}
+
+TEST(EncoderRecord, InitResetTermOverABuffer) {
+    uint8_t store[32];
+    B_BUFFER_T buffer;
+    b_bufferInitStatic(&buffer, store, sizeof store, 0);
+    B_ENCODER_T e;
+    b_encoderInit(&e, b_bufferEmitByte, b_bufferEmitBytesBulk, &buffer, nullptr);
+    EXPECT_EQ(b_encoderGetCtx(&e), &buffer);
+    EXPECT_EQ(b_encoderEncodeUint32(&e, 16512), sOKAY);  // 0xC0 0x00 0x00
+    EXPECT_EQ(buffer.len, 3u);
+    EXPECT_EQ(store[0], 0xC0);
+    buffer.pos = 2;
+    b_encoderReset(&e);
+    EXPECT_EQ(buffer.len, 0u);
+    EXPECT_EQ(buffer.pos, 0u);
+    b_encoderTerm(&e);
+    EXPECT_EQ(e.fcn, nullptr);
+    EXPECT_EQ(e.bulk_fcn, nullptr);
+    EXPECT_EQ(e.ctx, nullptr);
+    EXPECT_EQ(e.subTag, nullptr);
+}
+
+}  // namespace
