@@ -551,11 +551,8 @@ TEST_F(ValueTagged, DeepCopiesSurviveTheSource) {
         if (kind != 4) {
             EXPECT_NE(dst.vt.pv, src.vt.pv) << kind;
         }
-        ZEL_VALUE keep = src;
+        const ZEL_TYPE type = src.type;
         zel_valueFree(&src, sub);
-        // Equal to the source as it was, once the lengths the copy filled in
-        // (37 for a decimal, 16 for a UUID) are accounted for.
-        keep.len = dst.len;
         switch (kind) {
             case 0:
                 EXPECT_STREQ(dst.vt.cv, "a deep copy");
@@ -575,7 +572,7 @@ TEST_F(ValueTagged, DeepCopiesSurviveTheSource) {
                 EXPECT_EQ(dst.vt.dv, 2.5);
                 break;
         }
-        EXPECT_EQ(dst.type, keep.type);
+        EXPECT_EQ(dst.type, type);
         zel_valueFree(&dst, sub);
     }
 }
@@ -661,6 +658,31 @@ TEST(ValueElementsOutOfMemory, ArrayCopyFailsCleanly) {
     EXPECT_EQ(zel_valueCopyEx(&dst, &src, 0, tags.sub), sOKAY);
     EXPECT_EQ(dst.vt.pv, nullptr);
     EXPECT_EQ(dst.len, sizeof big);
+}
+
+TEST(ValueElementsOutOfMemory, SetterRetriesUntilRoom) {
+    // Every failure returns eNOMEMORY and leaves the record as it was; each
+    // retry has one more block of room.
+    SeededTags tags(8);
+    const char text[] = "a text long enough to need a block of its own size class";
+    tags.Fill(sizeof text);
+    ZEL_VALUE v = subValue(tags.sub);
+    zel_valueSetInt32(&v, 1);
+    v.tag.type = VAL_TAG_TYPE_SUB;
+    v.tag.tag.sub = tags.sub;
+    const ZEL_VALUE before = v;
+    int failures = 0;
+    for (;;) {
+        const ZEL_RETCODE rc = zel_valueSetString(&v, text);
+        if (rc == sOKAY) break;
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(std::memcmp(&v, &before, sizeof v), 0);
+        ++failures;
+        ASSERT_TRUE(tags.Release());
+    }
+    EXPECT_GE(failures, 1);
+    EXPECT_STREQ(v.vt.cv, text);
+    zel_valueFree(&v, tags.sub);
 }
 
 TEST(ValueLength, ByType) {
