@@ -826,18 +826,18 @@ ZEL_RETCODE zel_valueDateTimeCompare(const ZEL_VALUE *lv, const ZEL_VALUE *rv, Z
     // pointer: callers hand in inline forms only, and the words are kept so.
     const ValueWords l = zel_valueWords(lv->vt);
     const ValueWords r = zel_valueWords(rv->vt);
-    const ValueClock lc = zel_valueClock(lv->type);
-    const ValueClock rc = zel_valueClock(rv->type);
+    const ValueClock lk = zel_valueClock(lv->type);
+    const ValueClock rk = zel_valueClock(rv->type);
     int order = 0;
-    if (lc == ValueClock::date && (rc == ValueClock::date || rc == ValueClock::stamp)) {
+    if (lk == ValueClock::date && (rk == ValueClock::date || rk == ValueClock::stamp)) {
         order = zel_valueWordOrder(l.first, r.first);
-    } else if (lc == ValueClock::time && rc == ValueClock::time) {
+    } else if (lk == ValueClock::time && rk == ValueClock::time) {
         order = zel_valueWordOrder(l.first, r.first);
-    } else if (lc == ValueClock::time && rc == ValueClock::stamp) {
+    } else if (lk == ValueClock::time && rk == ValueClock::stamp) {
         order = zel_valueWordOrder(l.first, r.second);
-    } else if (lc == ValueClock::stamp && rc == ValueClock::date) {
+    } else if (lk == ValueClock::stamp && rk == ValueClock::date) {
         order = zel_valueWordOrder(l.first, r.first);
-    } else if (lc == ValueClock::stamp && rc == ValueClock::stamp) {
+    } else if (lk == ValueClock::stamp && rk == ValueClock::stamp) {
         order = zel_valueWordOrder(l.first, r.first);
         if (order == 0) order = zel_valueWordOrder(l.second, r.second);
     }
