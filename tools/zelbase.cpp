@@ -24,6 +24,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Return codes and error objects", zb_demo_error},
     {"Text: UUID, base64 and UTF-8", zb_demo_text},
     {"Lists, arrays, hash, primes and random numbers", zb_demo_containers},
+    {"Dates, times and zones", zb_demo_datetime},
+    {"Typed values", zb_demo_value},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -52,6 +54,8 @@ constexpr Command kCommands[] = {
      zb_cmd_error},
     {"uuid", "[--braces]", "print a new UUID", zb_cmd_uuid},
     {"base64", "encode|decode", "base64 from standard input to standard output", zb_cmd_base64},
+    {"date", "[--format=F] [--zone=+HH:MM] [TEXT]",
+     "today, or a date, time or timestamp with its day number, weekday and week", zb_cmd_date},
 };
 
 void zb_usage(FILE *out) {

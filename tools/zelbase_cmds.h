@@ -17,9 +17,12 @@ int zb_demo_stack(FILE *out);
 int zb_demo_error(FILE *out);
 int zb_demo_text(FILE *out);
 int zb_demo_containers(FILE *out);
+int zb_demo_datetime(FILE *out);
+int zb_demo_value(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
 int zb_cmd_base64(int argc, char **argv);
+int zb_cmd_date(int argc, char **argv);
 
 #endif
