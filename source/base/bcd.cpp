@@ -365,8 +365,6 @@ struct Limbs {
 };
 
 constexpr uint64_t kLimb = 100000000;
-constexpr uint32_t kPow10[9] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-
 void zel_bcd_lim_trim(Limbs &x) {
     while (x.n > 0 && x.w[x.n - 1] == 0) --x.n;
 }
