@@ -1029,10 +1029,9 @@ ZEL_RETCODE zel_bcdAdjust(ZEL_BCD_T *bcd, uint8_t prec, uint8_t scale) {
     // digits); shifting by ldigits and then cutting or padding by rdigits.
     int nprec = std::clamp(bprec + ldigits + rdigits, 0, kMaxPrec);
     uint8_t digits[kMaxPrec + 1] = {};
-    for (int j = 1; j <= nprec; ++j) {
-        int i = j - ldigits;
-        if (i >= 1 && i <= bprec) digits[j] = bcd->data[i];
-    }
+    int jlo = std::max(1, 1 + ldigits), jhi = std::min(nprec, bprec + ldigits);
+    if (jhi >= jlo)
+        std::memcpy(digits + jlo, bcd->data + (jlo - ldigits), static_cast<size_t>(jhi - jlo + 1));
     std::memcpy(bcd->data, digits, sizeof digits);
     bcd->prec = static_cast<uint8_t>(nprec);
     bcd->exp = static_cast<int8_t>(bcd->exp + ldigits);
@@ -1045,16 +1044,14 @@ ZEL_RETCODE zel_bcdPack(const ZEL_BCD_T *bcdu, ZEL_PACKED_BCD_T *p, uint8_t prec
     ZEL_BCD_T copy;
     zel_bcd_normalized_copy(&copy, bcdu);
     ZEL_RETCODE rc = zel_bcdAdjust(&copy, prec, scale);
-    std::memset(p, 0, prec / 2 + 1u);
+    // Nibble i is the sign for i = 0, digit i after it, 0 past the digits.
     bool neg = copy.sign < 0;
-    if (!neg) p[0] = 0x40;
-    for (int i = 1; i <= copy.prec; ++i) {
-        uint8_t nib = static_cast<uint8_t>((neg ? 9 - copy.data[i] : copy.data[i]) & 0x0F);
-        if (i & 1)
-            p[(i - 1) / 2] |= nib;
-        else
-            p[i / 2] |= static_cast<uint8_t>(nib << 4);
-    }
+    uint8_t nib[kMaxPrec + 2] = {};
+    nib[0] = neg ? 0 : 4;
+    for (int i = 1; i <= copy.prec; ++i)
+        nib[i] = static_cast<uint8_t>((neg ? 9 - copy.data[i] : copy.data[i]) & 0x0F);
+    for (int k = 0; k <= prec / 2; ++k)
+        p[k] = static_cast<uint8_t>(nib[2 * k] << 4 | nib[2 * k + 1]);
     return rc;
 }
 
