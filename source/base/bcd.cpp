@@ -391,43 +391,50 @@ void zel_bcd_lim_from_digits(const uint8_t *d, int n, int e, Limbs &x) {
     zel_bcd_lim_trim(x);
 }
 
+// The r lowest digits of a limb (r from 0 to 7), by a multiplication with a
+// rounded-up reciprocal, which is exact for values below 2^32.
 inline uint64_t zel_bcd_lim_low_digits(uint64_t v, int r) {
-    switch (r) {
-        case 1:
-            return v % 10;
-        case 2:
-            return v % 100;
-        case 3:
-            return v % 1000;
-        case 4:
-            return v % 10000;
-        case 5:
-            return v % 100000;
-        case 6:
-            return v % 1000000;
-        case 7:
-            return v % 10000000;
-        default:
-            return 0;
-    }
+    static constexpr uint64_t kPow[8] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
+    static constexpr uint64_t kInv[8] = {
+        0,
+        ~0ull / 10 + 1,
+        ~0ull / 100 + 1,
+        ~0ull / 1000 + 1,
+        ~0ull / 10000 + 1,
+        ~0ull / 100000 + 1,
+        ~0ull / 1000000 + 1,
+        ~0ull / 10000000 + 1,
+    };
+    uint64_t q = static_cast<uint64_t>((static_cast<unsigned __int128>(v) * kInv[r]) >> 64);
+    return r == 0 ? 0 : v - q * kPow[r];
 }
 
 // What normalize_res keeps: 40 significant digits, nothing below 10^-40.
 // The digits below are cleared (truncation) and whole zero limbs dropped.
-void zel_bcd_lim_cut40(Limbs &x) {
-    if (x.n == 0) return;
-    int p = std::max(x.exp + zel_bcd_lim_digits(x) - kWorkPrec, -kWorkPrec);
-    if (p <= x.exp) return;
-    int q = (p - x.exp) / 8, r = (p - x.exp) % 8;
-    if (q >= x.n) {
-        x.n = 0;
+// y may be x.
+void zel_bcd_lim_cut40_into(const Limbs &x, Limbs &y) {
+    int n = x.n, exp = x.exp, q = 0, r = 0;
+    if (n > 0) {
+        int p = std::max(exp + zel_bcd_lim_digits(x) - kWorkPrec, -kWorkPrec);
+        if (p > exp) {
+            q = (p - exp) / 8;
+            r = (p - exp) % 8;
+        }
+    }
+    if (q >= n) {
+        y.n = 0;
+        y.exp = exp;
         return;
     }
-    x.w[q] -= zel_bcd_lim_low_digits(x.w[q], r);
-    for (int i = 0; i + q < x.n; ++i) x.w[i] = x.w[i + q];
-    x.n -= q;
-    x.exp += 8 * q;
-    zel_bcd_lim_trim(x);
+    for (int i = 0; i + q < n; ++i) y.w[i] = x.w[i + q];
+    y.w[0] -= zel_bcd_lim_low_digits(y.w[0], r);
+    y.n = n - q;
+    y.exp = exp + 8 * q;
+    zel_bcd_lim_trim(y);
+}
+
+void zel_bcd_lim_cut40(Limbs &x) {
+    zel_bcd_lim_cut40_into(x, x);
 }
 
 // r = a * b, column by column with the carry, so no accumulator is cleared.
@@ -500,47 +507,49 @@ bool zel_bcd_newton_limbs(const WORK_BCD &copy, WORK_BCD &res) {
     if (copy.flags & ~kFlagLoss) return false;
     for (int i = 1; i <= copy.prec; ++i)
         if (copy.data[i] > 9) return false;
-    Limbs c, r, one;
+    Limbs c, r0, one;
     zel_bcd_lim_from_digits(copy.data + 1, copy.prec, -copy.prec, c);
-    zel_bcd_lim_from_digits(res.data + 1, res.prec, res.exp - res.prec, r);
+    zel_bcd_lim_from_digits(res.data + 1, res.prec, res.exp - res.prec, r0);
     one.w[0] = 1;
     one.n = 1;
     one.exp = 0;
     bool assigned = false;
-    Limbs last;
+    // Buffers change roles instead of being copied: r the iterate, last the
+    // exact sum it was cut from, u and ex the next ones.
+    Limbs buf[4];
+    Limbs *r = &buf[0], *last = &buf[1], *u = &buf[2], *ex = &buf[3];
+    zel_bcd_lim_copy(r0, *r);
     for (int step = 0; step < kMaxNewtonSteps; ++step) {
-        Limbs t, d, t2, u;
-        zel_bcd_lim_mul(r, c, t);
+        Limbs t, d, t2;
+        zel_bcd_lim_mul(*r, c, t);
         zel_bcd_lim_cut40(t);
         int above = zel_bcd_lim_cmp(t, one);
         if (above == 0) break;  // t is exactly 1
         // d = |1 - t|; `above` holds the sign of t - 1
         if (!zel_bcd_lim_addsub(above < 0 ? one : t, above < 0 ? t : one, true, d)) return false;
         zel_bcd_lim_cut40(d);
-        zel_bcd_lim_mul(r, d, t2);
+        zel_bcd_lim_mul(*r, d, t2);
         zel_bcd_lim_cut40(t2);
-        if (above > 0 && zel_bcd_lim_cmp(r, t2) <= 0) return false;
-        if (!zel_bcd_lim_addsub(r, t2, above > 0, u)) return false;
-        Limbs exact;
-        zel_bcd_lim_copy(u, exact);
-        zel_bcd_lim_cut40(u);
-        if (zel_bcd_lim_cmp(r, u) == 0) break;
-        zel_bcd_lim_copy(u, r);
+        if (above > 0 && zel_bcd_lim_cmp(*r, t2) <= 0) return false;
+        if (!zel_bcd_lim_addsub(*r, t2, above > 0, *ex)) return false;
+        zel_bcd_lim_cut40_into(*ex, *u);
+        if (zel_bcd_lim_cmp(*r, *u) == 0) break;
+        std::swap(r, u);
         // The digit form strips zeros before it cuts, so a cut can leave one
         // at the end: the record is made from the exact sum, as it would be.
-        zel_bcd_lim_copy(exact, last);
+        std::swap(last, ex);
         assigned = true;
     }
     // Back to digits, as the last work operation would have left them.
-    if (assigned) zel_bcd_lim_copy(last, r);
+    const Limbs &out = assigned ? *last : *r;
     alignas(8) uint8_t digits[8 + kMaxLimbs * 8];
-    for (int k = 0; k < r.n; ++k)
-        zel_bcd_limb_digits(static_cast<uint32_t>(r.w[k]), digits + 8 + (r.n - 1 - k) * 8);
-    int prec = r.n * 8;
+    for (int k = 0; k < out.n; ++k)
+        zel_bcd_limb_digits(static_cast<uint32_t>(out.w[k]), digits + 8 + (out.n - 1 - k) * 8);
+    int prec = out.n * 8;
     uint8_t *d = digits + 7;
     d[0] = 0;
     uint8_t flags = assigned ? copy.flags : res.flags;
-    zel_bcd_normalize_res(WideDigits{d, prec, r.exp + prec, copy.sign, flags}, res);
+    zel_bcd_normalize_res(WideDigits{d, prec, out.exp + prec, copy.sign, flags}, res);
     return true;
 }
 
