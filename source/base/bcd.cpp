@@ -1,14 +1,15 @@
 /*
  * bcd.cpp - exact decimal numbers of up to 32 digits.
  *
- * A decimal keeps one digit per byte, so every operation is a walk over digit
- * positions: digit i of a record sits at the place exp - i, and a position
- * outside data[0..prec] reads as 0, which lets operands of different scale
- * meet without an alignment copy. Each operation computes exactly in a wide
- * work record on the stack (80 digits for sums and products), cuts that to 40
- * digits without rounding, and only the final step, zel_bcdAssignResult,
- * rounds to 32 digits under the caller's mode. Division multiplies by a
- * reciprocal found by Newton's iteration in the 40-digit form.
+ * A decimal keeps one digit per byte; digit i of a record sits at the place
+ * exp - i, and a position outside data[0..prec] reads as 0. The one idea:
+ * every operation computes its exact result (up to 80 digits, on the stack),
+ * cuts it to 40 digits without rounding, and only the final step,
+ * zel_bcdAssignResult, rounds to 32 digits under the caller's mode. Since
+ * only the exact value matters, sums are formed eight digits to a word and
+ * products in limbs of 10^8. Division multiplies by a reciprocal found by
+ * Newton's iteration in the 40-digit form, run on limbs with the very values
+ * the digit operations would give.
  *
  * Stored form of a column of precision P and scale S, (P / 2) + 1 bytes:
  *
