@@ -1175,6 +1175,13 @@ ZEL_RETCODE zel_bcdFromString(const char *str, ZEL_BCD_T *bcd) {
     const char *s = str;
     while (state >= 0) {
         char c = *s;
+        if (state >= 1 && state <= 3 && c >= '0' && c <= '9') {
+            // The rows of a mantissa digit, taken without the table walk.
+            zel_bcd_mantissa_digit(ps, c - '0');
+            ++s;
+            if (state == 1) state = 2;
+            continue;
+        }
         const StateRows &st = StateTable[state];
         const ACTION *row = st.rows;
         while (!zel_bcd_matches(row->symbol, c)) ++row;  // the last row is '*'
