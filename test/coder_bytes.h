@@ -41,11 +41,12 @@ struct TestSink {
 struct TestSource {
     Bytes bytes;
     size_t pos = 0;
+    ZEL_RETCODE endCode = eEOD;  // what the source says at its end
 
     explicit TestSource(Bytes b) : bytes(std::move(b)) {}
     static ZEL_RETCODE get(B_INPUT_CTX ctx, uint32_t *byte) {
         auto *s = static_cast<TestSource *>(ctx);
-        if (s->pos >= s->bytes.size()) return eEOD;
+        if (s->pos >= s->bytes.size()) return s->endCode;
         *byte = s->bytes[s->pos++];
         return sOKAY;
     }

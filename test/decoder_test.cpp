@@ -208,6 +208,19 @@ TEST(DecoderStream, ReadsBackEveryFieldAndStopsAtEachEnd) {
     }
 }
 
+TEST(DecoderStream, AStatusFromTheSourceStopsEveryReaderToo) {
+    const std::vector<Field> fields = mixedStream();
+    for (const Field &f : fields) {
+        TestSink sink;
+        B_ENCODER_T e = sink.encoder();
+        ASSERT_EQ(f.put(&e), sOKAY);
+        TestSource src(Bytes(sink.bytes.begin(), sink.bytes.end() - 1));
+        src.endCode = sEOF;  // a status, not an error: still no byte
+        B_DECODER_T d = src.decoder();
+        EXPECT_EQ(f.get(&d, false), sEOF);
+    }
+}
+
 TEST(DecoderStream, InvalidFirstByteInEveryReader) {
     for (const Field &f : mixedStream()) {
         BufferSource src({0xFB, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
@@ -266,8 +279,10 @@ TEST_F(DecoderAlloc, StringsTakeTheirMemoryFromTheTagAndGiveItBack) {
     // A length no tag can give.
     BufferSource huge(varint(UINT64_MAX));
     EXPECT_EQ(b_decoderDecodeString(&huge.d, &s, &len, sub), eNOMEMORY);
+#ifndef __SANITIZE_ADDRESS__  // AddressSanitizer aborts on such a request
     BufferSource half(varint(uint64_t{1} << 62));
     EXPECT_EQ(b_decoderDecodeString(&half.d, &s, &len, sub), eNOMEMORY);
+#endif
     EXPECT_EQ(s, nullptr);
 }
 
@@ -371,6 +386,10 @@ TEST_F(DecoderArray, CountsPastTheArrayAreRefusedBeforeAnyWrite) {
     int64_t *b = nullptr;
     BufferSource cut({0x01, 0x02, 0x00, 0x02});
     EXPECT_EQ(b_decoderDecodeInt64Array(&cut.d, 2, &b, sub), eEOD);
+    TestSource status({0x01, 0x02, 0x00, 0x02});
+    status.endCode = sEOF;
+    B_DECODER_T sd = status.decoder();
+    EXPECT_EQ(b_decoderDecodeInt64Array(&sd, 2, &b, sub), sEOF);
     float *f = nullptr;
     BufferSource bad({0xFC});
     EXPECT_EQ(b_decoderDecodeFloatArray(&bad.d, 2, &f, sub), eINVVARINT);

@@ -96,16 +96,16 @@ template <class T>
 ZEL_RETCODE b_decoderArrayInto(const B_DECODER_T *decoder, size_t size, T *val) {
     ZEL_RETCODE rc;
     uint64_t groups;
-    ZEL_CHECK(rc = b_decoderUnsigned(decoder, &groups));
+    B_STREAM_CHECK(rc = b_decoderUnsigned(decoder, &groups));
     size_t pos = 0;  // may run past size through num_nulls; saturates
     for (uint64_t g = 0; g < groups; ++g) {
         uint64_t cardinality, nulls;
-        ZEL_CHECK(rc = b_decoderUnsigned(decoder, &cardinality));
-        ZEL_CHECK(rc = b_decoderUnsigned(decoder, &nulls));
+        B_STREAM_CHECK(rc = b_decoderUnsigned(decoder, &cardinality));
+        B_STREAM_CHECK(rc = b_decoderUnsigned(decoder, &nulls));
         if (cardinality != 0 && (pos > size || cardinality > size - pos)) return eDBCORRUPTED;
         for (uint64_t i = 0; i < cardinality; ++i) {
             T v;
-            ZEL_CHECK(rc = b_decoderScalar(decoder, &v));
+            B_STREAM_CHECK(rc = b_decoderScalar(decoder, &v));
             val[pos++] = v;
         }
         pos = nulls > SIZE_MAX - pos ? SIZE_MAX : pos + nulls;
@@ -118,7 +118,7 @@ ZEL_RETCODE b_decoderArray(const B_DECODER_T *decoder, size_t size, T **pval, B_
     if (size > SIZE_MAX / sizeof(T)) return eNOMEMORY;
     T *array;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAlloc(subTag, size * sizeof(T), &array));
+    B_STREAM_CHECK(rc = b_tag_subAlloc(subTag, size * sizeof(T), &array));
     if ((rc = b_decoderArrayInto(decoder, size, array)) != sOKAY) {
         b_tag_subFree(subTag, array);
         return rc;
@@ -181,10 +181,10 @@ ZEL_RETCODE b_decoderDecodeString(const B_DECODER_T *decoder, char **pstr, size_
                                   B_TAG_SUB subTag) {
     ZEL_RETCODE rc;
     uint64_t len;
-    ZEL_CHECK(rc = b_decoderUnsigned(decoder, &len));
+    B_STREAM_CHECK(rc = b_decoderUnsigned(decoder, &len));
     if (len == SIZE_MAX) return eNOMEMORY;  // no room for the terminator
     char *str;
-    ZEL_CHECK(rc = b_tag_subAlloc(subTag, len + 1, &str));
+    B_STREAM_CHECK(rc = b_tag_subAlloc(subTag, len + 1, &str));
     if ((rc = b_decoderDecodeBytes(decoder, str, len)) != sOKAY) {
         b_tag_subFree(subTag, str);
         return rc;
@@ -198,9 +198,9 @@ ZEL_RETCODE b_decoderDecodeString(const B_DECODER_T *decoder, char **pstr, size_
 ZEL_RETCODE b_decoderDecodeStringToBuff(const B_DECODER_T *decoder, char *str, size_t *plen) {
     ZEL_RETCODE rc;
     uint64_t len;
-    ZEL_CHECK(rc = b_decoderUnsigned(decoder, &len));
+    B_STREAM_CHECK(rc = b_decoderUnsigned(decoder, &len));
     if (len >= *plen) return eDBCORRUPTED;  // it and its terminator must fit
-    ZEL_CHECK(rc = b_decoderDecodeBytes(decoder, str, len));
+    B_STREAM_CHECK(rc = b_decoderDecodeBytes(decoder, str, len));
     str[len] = '\0';
     *plen = len + 1;
     return sOKAY;

@@ -70,10 +70,10 @@ ZEL_RETCODE b_encoderScalar(const B_ENCODER_T *e, double v) {
 template <class T>
 ZEL_RETCODE b_encoderArray(const B_ENCODER_T *encoder, size_t size, const T *values) {
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_encoderUnsigned(encoder, 1));     // groups
-    ZEL_CHECK(rc = b_encoderUnsigned(encoder, size));  // cardinality
-    ZEL_CHECK(rc = b_encoderUnsigned(encoder, 0));     // num_nulls
-    for (size_t i = 0; i < size; ++i) ZEL_CHECK(rc = b_encoderScalar(encoder, values[i]));
+    B_STREAM_CHECK(rc = b_encoderUnsigned(encoder, 1));     // groups
+    B_STREAM_CHECK(rc = b_encoderUnsigned(encoder, size));  // cardinality
+    B_STREAM_CHECK(rc = b_encoderUnsigned(encoder, 0));     // num_nulls
+    for (size_t i = 0; i < size; ++i) B_STREAM_CHECK(rc = b_encoderScalar(encoder, values[i]));
     return sOKAY;
 }
 
@@ -116,7 +116,7 @@ ZEL_RETCODE b_encoderEncodeBytesBulk(const B_ENCODER_T *encoder, const void *dat
 ZEL_RETCODE b_encoderEncodeString(const B_ENCODER_T *encoder, const char *str) {
     const size_t len = std::strlen(str);
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_encoderUnsigned(encoder, len));
+    B_STREAM_CHECK(rc = b_encoderUnsigned(encoder, len));
     return b_encoderEncodeBytes(encoder, str, len);
 }
 

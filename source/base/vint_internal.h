@@ -15,6 +15,13 @@
 
 #include "vint.h"
 
+// As ZEL_CHECK, but a status answer stops the stream too: a byte callback
+// that does not say sOKAY has delivered or taken no byte.
+#define B_STREAM_CHECK(expr)            \
+    do {                                \
+        if ((expr) != sOKAY) return rc; \
+    } while (0)
+
 namespace zel::detail {
 
 static_assert(sizeof(uintmax_t) == 8 && sizeof(intmax_t) == 8 && sizeof(size_t) == 8,
