@@ -24,6 +24,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Return codes and error objects", zb_demo_error},
     {"Text: UUID, base64 and UTF-8", zb_demo_text},
     {"Lists, arrays, hash, primes and random numbers", zb_demo_containers},
+    {"Exact decimals", zb_demo_bcd},
     {"Dates, times and zones", zb_demo_datetime},
     {"Typed values", zb_demo_value},
 };
@@ -56,6 +57,8 @@ constexpr Command kCommands[] = {
     {"base64", "encode|decode", "base64 from standard input to standard output", zb_cmd_base64},
     {"date", "[--format=F] [--zone=+HH:MM] [TEXT]",
      "today, or a date, time or timestamp with its day number, weekday and week", zb_cmd_date},
+    {"decimal", "A OP B [--round MODE] [--precision P --scale S]",
+     "exact decimal arithmetic, its status and packed bytes", zb_cmd_decimal},
 };
 
 void zb_usage(FILE *out) {

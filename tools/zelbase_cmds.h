@@ -19,10 +19,12 @@ int zb_demo_text(FILE *out);
 int zb_demo_containers(FILE *out);
 int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
+int zb_demo_bcd(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
 int zb_cmd_base64(int argc, char **argv);
 int zb_cmd_date(int argc, char **argv);
+int zb_cmd_decimal(int argc, char **argv);
 
 #endif
