@@ -2,7 +2,8 @@
  * decoder.h - B_DECODER_T, the byte source of every unpack function: the
  * mirror of encoder.h, whose top comment holds the stored layouts. Every
  * read takes the bytes it needs from `fcn` and no more; an answer of `fcn`
- * other than sOKAY (eEOD at the end of a buffer) is returned as it stands.
+ * other than sOKAY (eEOD at the end of a buffer, or a status) stops the read
+ * and is returned as it stands.
  * A value too large for its target means a damaged object: eDBCORRUPTED.
  * Targets are written only on success, except where a comment says so.
  */

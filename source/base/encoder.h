@@ -11,8 +11,8 @@
  *   num_nulls    varint, per group    positions skipped after them (0)
  *   values       per group            cardinality elements in scalar form
  *
- * Every operation returns the first failure of the sink's callback; bytes
- * emitted before it stay emitted.
+ * Every operation stops at the first answer of the sink's callback other
+ * than sOKAY (a status too) and returns it; bytes emitted before stay so.
  */
 #ifndef ENCODER_H
 #define ENCODER_H
