@@ -27,6 +27,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Exact decimals", zb_demo_bcd},
     {"Dates, times and zones", zb_demo_datetime},
     {"Typed values", zb_demo_value},
+    {"Variable integers and the stream encoder", zb_demo_varint},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -59,6 +60,8 @@ constexpr Command kCommands[] = {
      "today, or a date, time or timestamp with its day number, weekday and week", zb_cmd_date},
     {"decimal", "A OP B [--round MODE] [--precision P --scale S]",
      "exact decimal arithmetic, its status and packed bytes", zb_cmd_decimal},
+    {"varint", "encode N... | decode HEX...", "the stored forms of variable integers",
+     zb_cmd_varint},
 };
 
 void zb_usage(FILE *out) {
