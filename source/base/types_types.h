@@ -1,9 +1,11 @@
 /*
- * types_types.h - sizes, precisions and display widths of the value types.
- * One row per ZEL_TYPE, found by a linear search on the type: the table is
- * small, and a type missing from it has length 0. C code reaches the rows
- * through the b_type lookups; C++ code may read the constexpr table directly.
- * Compiles as C11 and as C++20.
+ * types_types.h - the records of the type descriptors: the size table
+ * (B_TYPE_INFO, one row per ZEL_TYPE, found by a linear search on the type: the
+ * table is small, and a type missing from it has length 0), the column type
+ * record that the catalogue embeds (SCH_TYPE_INFO_T), and the descriptor row
+ * ZEL_TYPE_INFO with the twelve operations a row format calls through it. C
+ * code reaches the size rows through the b_type lookups; C++ code may read the
+ * constexpr table directly. Compiles as C11 and as C++20.
  */
 #ifndef TYPES_TYPES_H
 #define TYPES_TYPES_H
@@ -11,6 +13,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "align.h"
+#include "coder_types.h"
+#include "hash.h"
+#include "stream_types.h"
 #include "value_types.h"
 #include "zeltypes.h"
 
@@ -26,6 +32,118 @@ typedef struct B_TYPE_INFO_S {
 } B_TYPE_INFO;
 
 #define B_TYPE_INFO_ROWS 37
+
+/* ---- The column type record of the catalogue. */
+
+struct SCH_INFO_S;
+struct ZEL_TYPE_INFO_S;
+
+/* Text columns: declared length, and the catalogue's collation when in use. */
+typedef struct SCH_CHAR_COL_INFO_S {
+    uint16_t len;
+    ZEL_BOOL_T use_locale;
+    void *locale; /* the `locale` of a psp_collate_t; null compares bytes */
+} SCH_CHAR_COL_INFO;
+typedef struct SCH_BINARY_COL_INFO_S {
+    uint16_t len;
+} SCH_BINARY_COL_INFO;
+typedef struct SCH_TIME_COL_INFO_S {
+    uint8_t prec;
+} SCH_TIME_COL_INFO;
+typedef struct SCH_DECIMAL_COL_INFO_S {
+    uint8_t prec;
+    uint8_t scale;
+} SCH_DECIMAL_COL_INFO;
+
+/* A data type, embedded in columns and domains. */
+typedef struct SCH_TYPE_INFO_S {
+    ZEL_TYPE type;
+    uint16_t elems;    /* array elements of a boolean, integer or float column; 0: scalar */
+    uint16_t byte_len; /* bytes in the row buffer */
+    char *check_str;
+    char *check_name;
+    const struct ZEL_TYPE_INFO_S *type_info; /* the operations of `type` */
+    struct SCH_INFO_S *sch;                  /* owner, for allocations */
+    union {
+        SCH_CHAR_COL_INFO c;
+        SCH_BINARY_COL_INFO b;
+        SCH_TIME_COL_INFO t;
+        SCH_DECIMAL_COL_INFO d;
+    } x;
+} SCH_TYPE_INFO_T;
+typedef SCH_TYPE_INFO_T *SCH_TYPE_INFO;
+typedef const SCH_TYPE_INFO_T *SCH_TYPE_INFO_C;
+
+/* ---- Native forms. */
+
+/* A variable binary in a row buffer: the length, then the bytes in place. */
+typedef struct ZEL_VARBINARY_S {
+    uint16_t len;
+    uint8_t data[];
+} ZEL_VARBINARY_T;
+
+/* A terminated text read a byte at a time by stringInputFcn. */
+typedef struct STRING_INPUT_CTX_S {
+    const char *str;
+    size_t pos;
+} STRING_INPUT_CTX;
+
+/* ---- The descriptor row. */
+
+/* Bits of the `flags` of tostring and fromstring. */
+#define B_TYPE_FLAG_BASE64 0x40    /* text and binary as base64 */
+#define B_TYPE_FLAG_NO_OUTPUT 0x80 /* tostring emits nothing (not bool or binary) */
+
+typedef ZEL_RETCODE (*B_TYPE_TOSTRING_FCN)(SCH_TYPE_INFO_C pi, const ZEL_VALUE *val, uint32_t elem,
+                                           uint32_t flags, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx);
+typedef ZEL_RETCODE (*B_TYPE_FROMSTRING_FCN)(SCH_TYPE_INFO_C pi, ZEL_VALUE *value, uint32_t elem,
+                                             uint32_t flags, B_TAG_SUB subTag, const char *input);
+typedef ZEL_COMPARE (*B_TYPE_CMP_FCN)(SCH_TYPE_INFO_C pi, size_t limit, const ZEL_VALUE *col1,
+                                      const ZEL_VALUE *col2);
+typedef ZEL_RETCODE (*B_TYPE_HASH_FCN)(SCH_TYPE_INFO_C pi, const ZEL_VALUE *col,
+                                       B_HASHCTX *hashctx);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_COPY_FCN)(SCH_TYPE_INFO_C pi, ZEL_VALUE *dst,
+                                              const ZEL_VALUE *src, size_t maxExtraBytes,
+                                              B_TAG_SUB subTag);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_COPY_TO_BUFF_FCN)(SCH_TYPE_INFO_C pi, void *dst, size_t *size,
+                                                      const ZEL_VALUE *src);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_COPY_FROM_BUFF_FCN)(SCH_TYPE_INFO_C pi, ZEL_VALUE *dst,
+                                                        const void *buff, size_t size,
+                                                        B_TAG_SUB subTag);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_ASSIGN_FROM_BUFF_FCN)(SCH_TYPE_INFO_C pi, ZEL_VALUE *dst,
+                                                          const void *buff, size_t size);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_PACK_FCN)(SCH_TYPE_INFO_C pi, const ZEL_VALUE *col,
+                                              const B_ENCODER_T *encoder);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_UNPACK_FCN)(SCH_TYPE_INFO_C pi, ZEL_VALUE *col,
+                                                B_TAG_SUB subTag, const B_DECODER_T *decoder);
+typedef ZEL_RETCODE (*B_TYPE_SCHEMA_UNPACK_TO_BUFF_FCN)(SCH_TYPE_INFO_C pi, void *colData,
+                                                        uint8_t *hasValue,
+                                                        const B_DECODER_T *decoder);
+typedef void (*B_TYPE_SCHEMA_FREE_FCN)(ZEL_VALUE *col, B_TAG_SUB subTag);
+
+/* Texts and operations of one column type. The first four operations are null
+ * for large objects, and free_fcn for the date and time types. */
+typedef struct ZEL_TYPE_INFO_S {
+    B_ALIGN_TYPE ext_align;
+    const char *enum_name;
+    const char *field_type_text;
+    const char *ddl_type_text;
+    const char *sql_type_text;
+    const char *objc_field_type_text;
+    const char *objc_field_array_type_text; /* null when the type has no arrays */
+    B_TYPE_TOSTRING_FCN tostring;
+    B_TYPE_FROMSTRING_FCN fromstring;
+    B_TYPE_CMP_FCN cmp;
+    B_TYPE_HASH_FCN hashfcn;
+    B_TYPE_SCHEMA_COPY_FCN copy_fcn;
+    B_TYPE_SCHEMA_COPY_TO_BUFF_FCN copy_to_buff_fcn;
+    B_TYPE_SCHEMA_COPY_FROM_BUFF_FCN copy_from_buff_fcn;
+    B_TYPE_SCHEMA_ASSIGN_FROM_BUFF_FCN assign_from_buff_fcn;
+    B_TYPE_SCHEMA_PACK_FCN pack_fcn;
+    B_TYPE_SCHEMA_UNPACK_FCN unpack_fcn;
+    B_TYPE_SCHEMA_UNPACK_TO_BUFF_FCN unpack_to_buff_fcn;
+    B_TYPE_SCHEMA_FREE_FCN free_fcn;
+} ZEL_TYPE_INFO;
 
 ZEL_EXTERN_C_END
 
