@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "array.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -162,13 +162,13 @@ TEST(ArrayOutOfMemory, AddFailsCleanlyUntilThereIsRoom) {
     tags.Fill(64);
     int failures = 0;
     for (;;) {
-        const int64_t before = containers_subBytes(tags.sub);
+        const int64_t before = fixture_subBytes(tags.sub);
         uint32_t index = 99;
         const ZEL_RETCODE rc = b_arrAdd(&a, &items[4], &index);
         if (rc == sOKAY) break;
         ASSERT_EQ(rc, eNOMEMORY);
         EXPECT_EQ(index, 99u);
-        EXPECT_EQ(containers_subBytes(tags.sub), before);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
         EXPECT_TRUE(ArrayMatches(a, {&items[0], &items[1], &items[2], &items[3]}));
         ASSERT_TRUE(tags.Release());
         failures++;

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "base64.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "bitmap.h"
 #include "containers_data.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "buffer.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -126,7 +126,7 @@ TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnce) {
     b_bufferInit(&b, sub);
     ASSERT_EQ(b_bufferEmitString(&b, "owned"), sOKAY);
     b_bufferSetStatic(&b, "view", 4);  // frees the owned bytes
-    EXPECT_EQ(containers_subBytes(sub), start);
+    EXPECT_EQ(fixture_subBytes(sub), start);
     EXPECT_EQ(b.size, 0u);
     EXPECT_EQ(b.subTag, sub);
     b_bufferSetStatic(&b, "other", 5);  // size 0: nothing to free

@@ -12,7 +12,7 @@
 
 #include "datetime.h"
 #include "tag_sub.h"
-#include "text_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -676,7 +676,7 @@ TEST(Clock, NowAsText) {
     EXPECT_EQ(zel_dateNowAsString(0, nullptr, 0), sOKAY);
 }
 
-class FormatStrings : public TextTagTest {};
+class FormatStrings : public TaggedTest {};
 
 TEST_F(FormatStrings, CreateOnTheTag) {
     char *f = nullptr;
@@ -709,7 +709,7 @@ TEST_F(FormatStrings, CreateOnTheTag) {
 }
 
 TEST(FormatStringsMemory, OutOfMemoryLeavesNothing) {
-    TextSeededTags tags(4);
+    SeededTags tags(4);
     tags.Fill(16);
     char *f = nullptr;
     for (;;) {

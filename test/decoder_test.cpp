@@ -13,7 +13,7 @@
 
 #include "buffer.h"
 #include "coder_bytes.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "decoder.h"
 #include "encoder.h"
 #include "vint.h"

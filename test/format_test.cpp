@@ -7,7 +7,7 @@
 
 #include "format.h"
 #include "tag_stack.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -74,10 +74,10 @@ TEST(FormatLimits, FirstFailureOfTheFunctionIsReturned) {
 
 TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
     char *s = nullptr;
-    int64_t before = containers_subBytes(sub);
+    int64_t before = fixture_subBytes(sub);
     ASSERT_EQ(b_makeStr(sub, &s, "%s=%d", "key", 17), sOKAY);
     EXPECT_STREQ(s, "key=17");
-    EXPECT_GT(containers_subBytes(sub), before);
+    EXPECT_GT(fixture_subBytes(sub), before);
     b_tag_subFree(sub, s);
 }
 

@@ -7,7 +7,7 @@
 #include <deque>
 #include <random>
 
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "list.h"
 
 namespace {
@@ -145,11 +145,11 @@ TEST(ListOutOfMemory, AddFailsCleanlyUntilThereIsRoom) {
     tags.Fill(sizeof(B_LL_NODE));
     int failures = 0;
     for (;;) {
-        const int64_t before = containers_subBytes(tags.sub);
+        const int64_t before = fixture_subBytes(tags.sub);
         const ZEL_RETCODE rc = b_llAddHead(&ll, &items[1]);
         if (rc == sOKAY) break;
         ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(containers_subBytes(tags.sub), before);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
         EXPECT_TRUE(ListMatches(ll, {&items[0]}));
         ASSERT_TRUE(tags.Release());
         failures++;

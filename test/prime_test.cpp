@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "containers_data.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "prime.h"
 
 namespace {
@@ -53,10 +53,10 @@ TEST(PrimeOutOfMemory, FailsCleanlyUntilThereIsRoom) {
     tags.Fill(B_PAGE_SIZE);
     int failures = 0;
     for (;;) {
-        const int64_t before = containers_subBytes(tags.sub);
+        const int64_t before = fixture_subBytes(tags.sub);
         uint64_t p = 77;
         const ZEL_RETCODE rc = b_primeNextGreaterOrEqual(1000000007, &p, tags.sub);
-        EXPECT_EQ(containers_subBytes(tags.sub), before);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
         if (rc == sOKAY) {
             EXPECT_EQ(p, 1000000007u);
             break;

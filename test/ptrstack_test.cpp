@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "ptrstack.h"
 
 namespace {
@@ -112,13 +112,13 @@ TEST(StackTerm, UnlinksWithoutFreeing) {
     SeededTags tags(8);
     B_STACK_T st;
     b_stackInit(&st, nullptr, nullptr, tags.sub);
-    const int64_t before = containers_subBytes(tags.sub);
+    const int64_t before = fixture_subBytes(tags.sub);
     ASSERT_EQ(b_stackPush(&st, &items[0]), sOKAY);
     B_STACK_NODE *const node = st.top;
     b_stackTerm(&st);
     EXPECT_EQ(st.top, nullptr);
     EXPECT_EQ(b_stackCount(&st), 0u);
-    EXPECT_GT(containers_subBytes(tags.sub), before);  // the node is left to the tag
+    EXPECT_GT(fixture_subBytes(tags.sub), before);  // the node is left to the tag
     b_tag_subFree(tags.sub, node);
 }
 
@@ -130,11 +130,11 @@ TEST(StackOutOfMemory, PushFailsCleanlyUntilThereIsRoom) {
     tags.Fill(sizeof(B_STACK_NODE));
     int failures = 0;
     for (;;) {
-        const int64_t before = containers_subBytes(tags.sub);
+        const int64_t before = fixture_subBytes(tags.sub);
         const ZEL_RETCODE rc = b_stackPush(&st, &items[1]);
         if (rc == sOKAY) break;
         ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(containers_subBytes(tags.sub), before);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
         EXPECT_TRUE(StackMatches(st, {&items[0]}));
         ASSERT_TRUE(tags.Release());
         failures++;

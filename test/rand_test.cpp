@@ -5,7 +5,7 @@
 
 #include <random>
 
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "rand.h"
 
 namespace {
@@ -67,7 +67,7 @@ TEST(RandOutOfMemory, CreateFailsCleanlyUntilThereIsRoom) {
     tags.Fill(sizeof(B_RAND_CTX));
     int failures = 0;
     for (;;) {
-        const int64_t before = containers_subBytes(tags.sub);
+        const int64_t before = fixture_subBytes(tags.sub);
         B_RAND r = nullptr;
         const ZEL_RETCODE rc = b_randCreate(&r, 9, tags.sub);
         if (rc == sOKAY) {
@@ -76,7 +76,7 @@ TEST(RandOutOfMemory, CreateFailsCleanlyUntilThereIsRoom) {
         }
         ASSERT_EQ(rc, eNOMEMORY);
         EXPECT_EQ(r, nullptr);
-        EXPECT_EQ(containers_subBytes(tags.sub), before);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
         ASSERT_TRUE(tags.Release());
         failures++;
     }

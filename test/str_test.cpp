@@ -5,7 +5,7 @@
 #include <string>
 
 #include "str.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 
 namespace {
 

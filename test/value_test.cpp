@@ -8,7 +8,7 @@
 #include <limits>
 
 #include "bcd.h"
-#include "containers_tags.h"
+#include "tag_fixture.h"
 #include "tag_stack.h"
 #include "types_types.h"
 #include "value.h"

@@ -1,8 +1,8 @@
-// containers_tags.h - tag fixtures shared by the tests of the small
-// containers: a sub tag whose usage must come back to where it started, and
+// tag_fixture.h - tag fixtures shared by the tests of the modules that
+// allocate: a sub tag whose usage must come back to where it started, and
 // a seeded master that can be filled up to make the next allocation fail.
-#ifndef CONTAINERS_TAGS_H
-#define CONTAINERS_TAGS_H
+#ifndef TAG_FIXTURE_H
+#define TAG_FIXTURE_H
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
-inline int64_t containers_subBytes(B_TAG_SUB sub) {
+inline int64_t fixture_subBytes(B_TAG_SUB sub) {
     int64_t cur = 0, peak = 0;
     b_tag_subMemUsage(sub, &cur, &peak, nullptr);
     return cur;
@@ -25,10 +25,10 @@ class TaggedTest : public ::testing::Test {
     void SetUp() override {
         ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master), sOKAY);
         ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
-        start = containers_subBytes(sub);
+        start = fixture_subBytes(sub);
     }
     void TearDown() override {
-        EXPECT_EQ(containers_subBytes(sub), start) << "memory not given back";
+        EXPECT_EQ(fixture_subBytes(sub), start) << "memory not given back";
         b_tag_subDestroy(sub);
         b_tag_masterDestroy(master);
     }
@@ -45,12 +45,12 @@ class SeededTags {
     explicit SeededTags(size_t pages) : seed_(pages * B_PAGE_SIZE) {
         EXPECT_EQ(b_tag_masterCreate(seed_.data(), seed_.size(), &master), sOKAY);
         EXPECT_EQ(b_tag_subCreate(master, &sub), sOKAY);
-        start = containers_subBytes(sub);
+        start = fixture_subBytes(sub);
     }
     ~SeededTags() {
         while (Release()) {
         }
-        EXPECT_EQ(containers_subBytes(sub), start) << "memory not given back";
+        EXPECT_EQ(fixture_subBytes(sub), start) << "memory not given back";
         b_tag_subDestroy(sub);
         b_tag_masterDestroy(master);
     }
