@@ -1,0 +1,732 @@
+// Tests of the text conversions: the three scanners state by state, every
+// conversion from text with its codes and boundaries (numbers against glibc
+// and Python vectors), size-only calls, texts without a terminator, and the
+// escape clause rewriter.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "bcd.h"
+#include "convert_text.h"
+#include "convert_text_internal.h"
+#include "tag_fixture.h"
+#include "tag_stack.h"
+
+namespace {
+
+using zel::detail::CNV_SYM_ANY;
+using zel::detail::CNV_SYM_DIGIT;
+using zel::detail::CNV_SYM_END;
+
+constexpr uint8_t kFill = 0xA5;
+
+// The source text sits in a heap block of exactly tSrcLen bytes, so that a
+// read past it is caught by the address sanitizer.
+struct Source {
+    explicit Source(std::string_view text, bool terminated = true)
+        : bytes(text.begin(), text.end()) {
+        if (terminated) bytes.push_back('\0');
+    }
+    std::vector<char> bytes;
+};
+
+struct Result {
+    ZEL_RETCODE rc;
+    CNVCB cb;
+    uint8_t out[40];
+};
+
+CNVCB MakeCb(const Source &src, void *dst, size_t dstLen) {
+    CNVCB cb{};
+    cb.pvSrc = src.bytes.empty() ? nullptr : src.bytes.data();
+    cb.tSrcLen = src.bytes.size();
+    cb.pvDst = dst;
+    cb.tDstLen = dstLen;
+    cb.tSize = 999;
+    cb.date_format = ZEL_YYYYMMDD;
+    cb.date_sep = '-';
+    cb.time_format = ZEL_HHMMSSFFFF;
+    return cb;
+}
+
+Result Convert(B_CNVFCN fcn, std::string_view text, bool terminated = true,
+               ZEL_DATE_FORMAT fmt = ZEL_YYYYMMDD, char sep = '-') {
+    Source src(text, terminated);
+    Result r;
+    std::memset(r.out, kFill, sizeof r.out);
+    r.cb = MakeCb(src, r.out, sizeof r.out);
+    r.cb.date_format = fmt;
+    r.cb.date_sep = sep;
+    r.rc = fcn(&r.cb);
+    return r;
+}
+
+bool Untouched(const Result &r) {
+    for (uint8_t b : r.out)
+        if (b != kFill) return false;
+    return true;
+}
+
+template <typename T>
+T As(const Result &r) {
+    T v;
+    std::memcpy(&v, r.out, sizeof v);
+    return v;
+}
+
+std::string Unescape(const std::string &s) {
+    std::string out;
+    for (size_t i = 0; i < s.size(); ++i) {
+        if (s[i] == '\\' && i + 1 < s.size()) {
+            char c = s[++i];
+            out += c == 't' ? '\t' : c == 'n' ? '\n' : c;
+        } else {
+            out += s[i];
+        }
+    }
+    return out;
+}
+
+ZEL_RETCODE CodeOf(const std::string &name) {
+    if (name == "OK") return sOKAY;
+    if (name == "TRUNCATE") return sTRUNCATE;
+    if (name == "RANGE") return eRANGE;
+    if (name == "MISMATCH") return eTYPEMISMATCH;
+    return eINVLITERAL;
+}
+
+std::string Escapes(const char *in, ZEL_RETCODE expect = sOKAY) {
+    char out[256];
+    std::memset(out, '#', sizeof out);
+    size_t len = 12345;
+    EXPECT_EQ(b_convertEscapesToSQL(in, out, sizeof out, &len), expect) << in;
+    if (expect < 0) {
+        EXPECT_EQ(len, 12345u);
+        EXPECT_EQ(out[0], '#') << "output written on failure";
+        return "";
+    }
+    EXPECT_EQ(len, std::strlen(out));
+    return out;
+}
+
+// ---- The scanners.
+
+struct TableCase {
+    std::span<const B_ACTION *const> states;
+    size_t count;
+};
+
+// Every state ends with a catch-all, names states that exist, and from any
+// character (the end included) reaches a consuming row or a stop in fewer
+// steps than there are states: the scan can neither loop nor pass the end.
+TEST(ConvertScannerTables, EveryStateIsWellFormed) {
+    for (const TableCase &t : {TableCase{zel::detail::cnv_textNumStates(), 5},
+                               TableCase{zel::detail::cnv_textDateStates(), 24},
+                               TableCase{zel::detail::cnv_textEscStates(), 59}}) {
+        ASSERT_EQ(t.states.size(), t.count);
+        const int n = int(t.count);
+        for (int s = 0; s < n; ++s) {
+            const B_ACTION *a = t.states[size_t(s)];
+            while (a->symbol != CNV_SYM_ANY) ++a;
+            for (int ch = -1; ch < 256; ++ch) {
+                const bool atEnd = ch < 0;
+                const char c = char(atEnd ? 0 : ch);
+                int state = s;
+                int steps = 0;
+                for (;; ++steps) {
+                    ASSERT_LT(steps, n) << "state " << s << " loops on " << ch;
+                    const B_ACTION *row = t.states[size_t(state)];
+                    for (;; ++row) {
+                        if (row->symbol == CNV_SYM_ANY) break;
+                        if (row->symbol == CNV_SYM_END && atEnd) break;
+                        if (row->symbol == CNV_SYM_DIGIT && !atEnd && c >= '0' && c <= '9') break;
+                        if (row->symbol > CNV_SYM_ANY && !atEnd && row->symbol == c) break;
+                    }
+                    ASSERT_LT(row->state, n == 59 ? n : n + 1);
+                    if (row->state < 0 || row->state >= n) break;
+                    if (row->shift && !atEnd) break;
+                    state = row->state;
+                }
+            }
+        }
+    }
+}
+
+struct NumCase {
+    const char *text;
+    ZEL_RETCODE rc;
+    int32_t sign = 0, mag = 0, scale = 0, expt = 0;
+};
+
+TEST(ConvertNumberSyntax, CountsAndRules) {
+    const NumCase cases[] = {
+        {"0", sOKAY, 1, 1, 0, 0},
+        {" \t\n-12.345E+07", sOKAY, -1, 2, 3, 7},  // leading blanks, tab, newline
+        {"+.5e-3", sOKAY, 1, 0, 1, -3},
+        {"007", sOKAY, 1, 3, 0, 0},  // leading zeros count as digits
+        {"+", sOKAY, 1, 0, 0, 0},    // a lone sign passes
+        {"-", sOKAY, -1, 0, 0, 0},
+        {".", sOKAY, 1, 0, 0, 0},
+        {"5.", sOKAY, 1, 1, 0, 0},
+        {"1e+", sOKAY, 1, 1, 0, 0},  // a sign after e is enough
+        {"1E5", sOKAY, 1, 1, 0, 5},
+        {"1e308", sOKAY, 1, 1, 0, 308},
+        {"1e-308", sOKAY, 1, 1, 0, -308},
+        {"", eINVLITERAL},  // state 0 has no row for the end
+        {" ", eINVLITERAL},
+        {"12 ", eINVLITERAL},  // no trailing blanks
+        {"1e", eINVLITERAL},
+        {"1.5e", eINVLITERAL},
+        {"e5", eINVLITERAL},
+        {"1-", eINVLITERAL},
+        {"--1", eINVLITERAL},
+        {"1.2.3", eINVLITERAL},
+        {"1e5.5", eINVLITERAL},
+        {"\r1", eINVLITERAL},
+        {"1x1e400", eINVLITERAL},  // stops at x: the exponent is never read
+        {"1e309", eRANGE},
+        {"1e-309", eRANGE},
+        {"1e400x", eRANGE},   // the exponent is judged before the syntax
+        {"1e-400x", eRANGE},  // its sign is only applied at the end, but 400 is out either way
+        {"1e99999999999999999999", eRANGE},
+    };
+    for (const NumCase &c : cases) {
+        int32_t sign = 7, mag = 7, scale = 7, expt = 7;
+        ASSERT_EQ(convert_parseNumber(c.text, &sign, &mag, &scale, &expt), c.rc) << c.text;
+        if (c.rc != sOKAY) {
+            EXPECT_EQ(sign + mag + scale + expt, 28) << "written on failure: " << c.text;
+            continue;
+        }
+        EXPECT_EQ(sign, c.sign) << c.text;
+        EXPECT_EQ(mag, c.mag) << c.text;
+        EXPECT_EQ(scale, c.scale) << c.text;
+        EXPECT_EQ(expt, c.expt) << c.text;
+    }
+    EXPECT_EQ(convert_parseNumber("12", nullptr, nullptr, nullptr, nullptr), sOKAY);
+    EXPECT_EQ(convert_parseNumber(nullptr, nullptr, nullptr, nullptr, nullptr), eINVNULLARG);
+}
+
+// ---- Numbers against the oracle vectors, terminated and not.
+
+B_CNVFCN FcnOf(const std::string &type) {
+    if (type == "int8") return cnv_stringToInt8;
+    if (type == "uint8") return cnv_stringToUInt8;
+    if (type == "int16") return cnv_stringToInt16;
+    if (type == "uint16") return cnv_stringToUInt16;
+    if (type == "int32") return cnv_stringToInt32;
+    if (type == "uint32") return cnv_stringToUInt32;
+    if (type == "int64") return cnv_stringToInt64;
+    if (type == "uint64") return cnv_stringToUInt64;
+    if (type == "rowid") return cnv_stringToRowid;
+    if (type == "boolean") return cnv_stringToBoolean;
+    if (type == "float") return cnv_stringToFloat;
+    if (type == "double") return cnv_stringToDouble;
+    return cnv_stringToDecimal;
+}
+
+size_t SizeOf(const std::string &type) {
+    if (type == "int8" || type == "uint8" || type == "boolean") return 1;
+    if (type == "int16" || type == "uint16") return 2;
+    if (type == "int32" || type == "uint32" || type == "float") return 4;
+    if (type == "decimal") return sizeof(ZEL_BCD_T);
+    return 8;
+}
+
+std::string ValueText(const std::string &type, const Result &r) {
+    if (type == "int8") return std::to_string(As<int8_t>(r));
+    if (type == "uint8" || type == "boolean") return std::to_string(As<uint8_t>(r));
+    if (type == "int16") return std::to_string(As<int16_t>(r));
+    if (type == "uint16") return std::to_string(As<uint16_t>(r));
+    if (type == "int32") return std::to_string(As<int32_t>(r));
+    if (type == "uint32") return std::to_string(As<uint32_t>(r));
+    if (type == "int64") return std::to_string(As<int64_t>(r));
+    if (type == "uint64" || type == "rowid") return std::to_string(As<uint64_t>(r));
+    char buf[400];
+    if (type == "float" || type == "double") {
+        std::snprintf(
+            buf, sizeof buf, "%llx",
+            static_cast<unsigned long long>(type == "float" ? As<uint32_t>(r) : As<uint64_t>(r)));
+        return buf;
+    }
+    const ZEL_BCD_T b = As<ZEL_BCD_T>(r);
+    uint32_t n = 0;
+    EXPECT_EQ(zel_bcdToStringWithScale(&b, 255, ZEL_FALSE, buf, sizeof buf, &n), sOKAY);
+    std::string s = buf;
+    if (s.find('.') != std::string::npos) {
+        s.erase(s.find_last_not_of('0') + 1);
+        if (s.back() == '.') s.pop_back();
+    }
+    return s;
+}
+
+TEST(ConvertNumberText, MatchesOracleVectors) {
+    std::ifstream in(ZELBASE_TEST_DATA "/good-convert-text.txt");
+    ASSERT_TRUE(in.good());
+    size_t lines = 0;
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty()) continue;
+        const size_t a = line.find('|'), b = line.find('|', a + 1), c = line.find('|', b + 1);
+        const std::string type = line.substr(0, a), code = line.substr(a + 1, b - a - 1);
+        const std::string value = line.substr(b + 1, c - b - 1);
+        const std::string text = Unescape(line.substr(c + 1));
+        const ZEL_RETCODE want = CodeOf(code);
+        for (bool terminated : {true, false}) {
+            Result r = Convert(FcnOf(type), text, terminated);
+            ASSERT_EQ(r.rc, want) << type << " [" << text << "] terminated " << terminated;
+            if (want < 0) {
+                EXPECT_TRUE(Untouched(r)) << type << " [" << text << "]";
+                continue;
+            }
+            EXPECT_EQ(ValueText(type, r), value) << type << " [" << text << "]";
+            EXPECT_EQ(r.cb.tSize, SizeOf(type)) << type;
+        }
+        ++lines;
+    }
+    EXPECT_GT(lines, 5000u);
+}
+
+TEST(ConvertNumberText, IntegerExamples) {
+    Result r = Convert(cnv_stringToInt32, " 42");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<int32_t>(r), 42);
+    EXPECT_EQ(Convert(cnv_stringToInt32, "42 ").rc, eINVLITERAL);
+    r = Convert(cnv_stringToInt32, "12.7");
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<int32_t>(r), 12);
+    r = Convert(cnv_stringToInt32, "-12.7");
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<int32_t>(r), -12);
+    EXPECT_EQ(Convert(cnv_stringToUInt8, "300").rc, eRANGE);
+    EXPECT_EQ(Convert(cnv_stringToUInt16, "-1").rc, eRANGE);
+    EXPECT_EQ(Convert(cnv_stringToInt8, "1e2").rc, eINVLITERAL);  // no exponent without a fraction
+    r = Convert(cnv_stringToInt16, "1.5e3");  // ... but the double path reads it
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<int16_t>(r), 1500);
+    // More than 18 characters of integer part: converted alone, blanks in front.
+    r = Convert(cnv_stringToInt64, "  -1234567890123456789.99e-30");
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<int64_t>(r), -1234567890123456789);
+    EXPECT_EQ(Convert(cnv_stringToInt64, "1.5e300").rc, eRANGE);
+    EXPECT_EQ(Convert(cnv_stringToInt64, "+").rc, eINVLITERAL);
+    EXPECT_EQ(Convert(cnv_stringToUInt64, "-0").rc, eRANGE);
+    r = Convert(cnv_stringToUInt64, "-0.5");
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<uint64_t>(r), 0u);
+    EXPECT_EQ(Convert(cnv_stringToUInt64, "-1.5").rc, eRANGE);
+    r = Convert(cnv_stringToUInt64, "18446744073709551615.5");
+    EXPECT_EQ(r.rc, sTRUNCATE);
+    EXPECT_EQ(As<uint64_t>(r), UINT64_MAX);
+    EXPECT_EQ(Convert(cnv_stringToUInt64, "018446744073709551615").rc, eRANGE);  // 21 digits
+}
+
+TEST(ConvertNumberText, FloatingExamples) {
+    EXPECT_EQ(Convert(cnv_stringToDouble, "1e400").rc, eRANGE);
+    EXPECT_EQ(Convert(cnv_stringToFloat, "1e39").rc, eRANGE);
+    // The table stops at the x and never sees the exponent: a bad literal.
+    EXPECT_EQ(Convert(cnv_stringToDouble, "1x1e400").rc, eINVLITERAL);
+    EXPECT_EQ(Convert(cnv_stringToFloat, "1000e-40").rc, eRANGE);  // the written exponent counts
+    Result r = Convert(cnv_stringToDouble, "-2.5");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<double>(r), -2.5);
+    EXPECT_EQ(r.cb.tSize, 8u);
+    EXPECT_EQ(b_convertAsciiToDouble("2.5xyz"), 2.5);
+    EXPECT_EQ(b_convertAsciiToDouble("xyz"), 0.0);
+}
+
+TEST(ConvertBooleanText, WordsAndNumbers) {
+    struct {
+        const char *text;
+        ZEL_RETCODE rc;
+        uint8_t v = 0;
+    } cases[] = {{"yes", sOKAY, 1},     {"YES", sOKAY, 1},
+                 {"True", sOKAY, 1},    {"no", sOKAY, 0},
+                 {"FaLsE", sOKAY, 0},   {"0.0", sOKAY, 0},
+                 {"0", sOKAY, 0},       {"-7", sOKAY, 1},
+                 {"0.25", sOKAY, 1},    {"maybe", eINVLITERAL},
+                 {" yes", eINVLITERAL}, {"1e5", eINVLITERAL},
+                 {"1e400", eRANGE},     {"+", eINVLITERAL},
+                 {"", eINVLITERAL},     {"99999999999999999999", eRANGE}};
+    for (const auto &c : cases) {
+        Result r = Convert(cnv_stringToBoolean, c.text);
+        ASSERT_EQ(r.rc, c.rc) << c.text;
+        EXPECT_EQ(r.cb.tSize, 1u);
+        if (c.rc == sOKAY) {
+            EXPECT_EQ(r.out[0], c.v) << c.text;
+            EXPECT_EQ(r.out[1], kFill);
+        } else {
+            EXPECT_TRUE(Untouched(r));
+        }
+    }
+}
+
+TEST(ConvertRowidText, FractionIsATypeMismatch) {
+    Result r = Convert(cnv_stringToRowid, "5");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<uint64_t>(r), 5u);
+    EXPECT_EQ(Convert(cnv_stringToRowid, "5.5").rc, eTYPEMISMATCH);
+    EXPECT_EQ(Convert(cnv_stringToRowid, "12345678901234567890").rc, eRANGE);
+    EXPECT_EQ(Convert(cnv_stringToRowid, "five").rc, eINVLITERAL);
+}
+
+// ---- Binary.
+
+TEST(ConvertBinaryText, HexPairs) {
+    Result r = Convert(cnv_stringToBinary, "0xAB");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 1u);
+    EXPECT_EQ(r.cb.offset, 1u);
+    EXPECT_EQ(r.out[0], 0xAB);
+    EXPECT_EQ(r.out[1], kFill);
+    r = Convert(cnv_stringToBinary, "abCD");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 2u);
+    EXPECT_EQ(r.out[0], 0xAB);
+    EXPECT_EQ(r.out[1], 0xCD);
+    r = Convert(cnv_stringToBinary, "0X0100");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 2u);
+    EXPECT_EQ(r.out[0], 0x01);
+    EXPECT_EQ(r.out[1], 0x00);
+    EXPECT_EQ(Convert(cnv_stringToBinary, "").cb.tSize, 0u);
+    EXPECT_EQ(Convert(cnv_stringToBinary, "0x").cb.tSize, 0u);
+
+    EXPECT_EQ(Convert(cnv_stringToBinary, "0xABC").rc, eINVBINLITERAL);        // odd digit count
+    EXPECT_EQ(Convert(cnv_stringToBinary, "ABCD", false).rc, eINVBINLITERAL);  // no terminator
+    r = Convert(cnv_stringToBinary, "ABGD");
+    EXPECT_EQ(r.rc, eINVBINLITERAL);
+    EXPECT_TRUE(Untouched(r));  // checked before anything is written
+    EXPECT_EQ(Convert(cnv_stringToBinary, "0x 1").rc, eINVBINLITERAL);
+
+    // A terminator inside the text ends the work early.
+    const char embedded[] = "AB\0CDE";
+    Source src(std::string_view(embedded, 6));
+    uint8_t out[4] = {kFill, kFill, kFill, kFill};
+    CNVCB cb = MakeCb(src, out, sizeof out);
+    EXPECT_EQ(cnv_stringToBinary(&cb), sOKAY);
+    EXPECT_EQ(cb.tSize, 1u);
+    EXPECT_EQ(out[0], 0xAB);
+    EXPECT_EQ(out[1], kFill);
+}
+
+TEST(ConvertBinaryText, CutToTheRoomAndSizeOnly) {
+    Source src("0x01020304");
+    uint8_t out[8];
+    std::memset(out, kFill, sizeof out);
+    CNVCB cb = MakeCb(src, out, 3);
+    cb.offset = 5;
+    EXPECT_EQ(cnv_stringToBinary(&cb), sTRUNCATE);
+    EXPECT_EQ(cb.tSize, 3u);
+    EXPECT_EQ(cb.offset, 8u);
+    EXPECT_EQ(out[2], 0x03);
+    EXPECT_EQ(out[3], kFill);
+    cb = MakeCb(src, nullptr, 0);
+    EXPECT_EQ(cnv_stringToBinary(&cb), sOKAY);
+    EXPECT_EQ(cb.tSize, 4u);
+    EXPECT_EQ(cb.offset, 0u);
+}
+
+// ---- Dates and times.
+
+TEST(ConvertDateText, LiteralForms) {
+    // 4 March 2021 is day 737853 (Python: date(2021, 3, 4).toordinal()).
+    for (const char *text :
+         {"2021-03-04", "'2021-3-4'", "2021-3-4", "date '2021-03-04'", "DATE'2021-03-04'",
+          "@'2021-03-04'", "  \"2021-03-04\"", "timestamp '2021-03-04'",
+          "TimeStamp  '2021-03-04 10", "2021-03-04x", "2021-03-04 10:00:00"}) {
+        Result r = Convert(cnv_stringToDate, text);
+        ASSERT_EQ(r.rc, sOKAY) << text;
+        EXPECT_EQ(As<uint32_t>(r), 737853u) << text;
+        EXPECT_EQ(r.cb.tSize, 4u);
+    }
+    // Day 737883 is 3 April 2021.
+    EXPECT_EQ(As<uint32_t>(Convert(cnv_stringToDate, "2021-4-03")), 737883u);
+    EXPECT_EQ(As<uint32_t>(Convert(cnv_stringToDate, "9999-12-31")), 3652059u);
+}
+
+TEST(ConvertDateText, RefusedForms) {
+    for (const char *text :
+         {"2021-3-", "21-03-04xx", "date 2021-03-04", "dates '2021-03-04'", "x2021-03-04",
+          "2021/03/04", "2021-003-04", "'2021-03-'", "@ 2021-03-04", "tims '2021-03-04'",
+          "timestamp '2021-03-04 10:00:00'"}) {  // 31 characters: past the 25 of a literal
+        Result r = Convert(cnv_stringToDate, text);
+        EXPECT_EQ(r.rc, eINVLITERAL) << text;
+        EXPECT_TRUE(Untouched(r)) << text;
+    }
+    EXPECT_EQ(Convert(cnv_stringToDate, "2021-13-04").rc, eBASE_INVDATE);
+    EXPECT_EQ(Convert(cnv_stringToDate, "0000-01-04").rc, eBASE_INVDATE);
+    EXPECT_EQ(Convert(cnv_stringToDate, "2021-01-00").rc, eBASE_INVDATE);
+}
+
+TEST(ConvertDateText, OtherOrdersAreRewritten) {
+    Result r = Convert(cnv_stringToDate, "03/04/2021", true, ZEL_MMDDYYYY, '/');
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<uint32_t>(r), 737853u);
+    r = Convert(cnv_stringToDate, "04.03.2021", true, ZEL_DDMMYYYY, '.');
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<uint32_t>(r), 737853u);
+    r = Convert(cnv_stringToDate, "03/04/2021 10:00:00", true, ZEL_MMDDYYYY, '/');
+    EXPECT_EQ(r.rc, sOKAY);  // the time after the blank is cut
+    EXPECT_EQ(As<uint32_t>(r), 737853u);
+    r = Convert(cnv_stringToDate, "2021/03/04", true, ZEL_YYYYMMDD, '/');
+    EXPECT_EQ(As<uint32_t>(r), 737853u);
+    EXPECT_EQ(Convert(cnv_stringToDate, "03-04-2021", true, ZEL_MMDDYYYY, '/').rc, eINVLITERAL);
+    EXPECT_EQ(Convert(cnv_stringToDate, "03/04/2021x10", true, ZEL_MMDDYYYY, '/').rc, eINVLITERAL);
+    EXPECT_EQ(Convert(cnv_stringToDate, "03/04/2021", true, ZEL_DATE_FORMAT(9), '/').rc,
+              eINVDATEFMT);
+    // Lengths: 8 to 25 characters.
+    EXPECT_EQ(Convert(cnv_stringToDate, "2021-3-4").rc, sOKAY);
+    EXPECT_EQ(Convert(cnv_stringToDate, "202-3-4").rc, eINVLITERAL);
+    EXPECT_EQ(Convert(cnv_stringToDate, "2021-03-04               ").rc, sOKAY);
+    EXPECT_EQ(Convert(cnv_stringToDate, "2021-03-04                ").rc, eINVLITERAL);
+}
+
+TEST(ConvertTimeText, PassesToTheDateModule) {
+    Result r = Convert(cnv_stringToTime, "10:00:00.5");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(As<uint32_t>(r), 360000005u);  // 10 h of 36000000 units, 5 ten-thousandths
+    EXPECT_EQ(r.cb.tSize, 4u);
+    EXPECT_EQ(Convert(cnv_stringToTime, "25:00:00").rc, eINVLITERAL);
+
+    r = Convert(cnv_stringToTimeTZ, "10:00:00+01:00");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 8u);
+    ZEL_PACKED_TIMETZ_T tz = As<ZEL_PACKED_TIMETZ_T>(r);
+    EXPECT_EQ(tz.time, 324000000u);  // stored in UTC: 9 h
+    EXPECT_EQ(tz.tz, 60);
+    EXPECT_EQ(Convert(cnv_stringToTimeTZ, "10:00:00").rc, eRANGE);  // no zone
+
+    r = Convert(cnv_stringToTimestamp, "2021-03-04 10:00:00");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 8u);
+    EXPECT_EQ(As<ZEL_PACKED_TIMESTAMP_T>(r).date, 737853u);
+    EXPECT_EQ(As<ZEL_PACKED_TIMESTAMP_T>(r).time, 360000000u);
+    r = Convert(cnv_stringToTimestamp, "04/03/2021 10:00:00", true, ZEL_DDMMYYYY, '/');
+    EXPECT_EQ(As<ZEL_PACKED_TIMESTAMP_T>(r).date, 737853u);
+
+    r = Convert(cnv_stringToTimestampTZ, "2021-03-04 00:30:00+01:00");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 12u);
+    ZEL_PACKED_TIMESTAMPTZ_T tstz = As<ZEL_PACKED_TIMESTAMPTZ_T>(r);
+    EXPECT_EQ(tstz.date, 737852u);  // 23:30 UTC the day before
+    EXPECT_EQ(tstz.time, 23u * 36000000u + 30u * 600000u);
+    EXPECT_EQ(tstz.tz, 60);
+    EXPECT_LT(Convert(cnv_stringToTimestampTZ, "2021-03-04 00:30:00").rc, 0);
+}
+
+// ---- Decimal and UUID.
+
+TEST(ConvertDecimalText, CodesOfTheDecimalModule) {
+    Result r = Convert(cnv_stringToDecimal, "abc");
+    EXPECT_EQ(r.rc, eINVLITERAL);  // eRANGE of the parser becomes eINVLITERAL
+    EXPECT_EQ(r.cb.tSize, 999u);
+    EXPECT_TRUE(Untouched(r));
+    EXPECT_EQ(Convert(cnv_stringToDecimal, std::string(33, '9')).rc, eINVLITERAL);
+    r = Convert(cnv_stringToDecimal, "0." + std::string(33, '1'));
+    EXPECT_EQ(r.rc, sPRECISIONLOSS);
+    EXPECT_EQ(r.cb.tSize, 999u);  // a warning leaves tSize unset
+    EXPECT_EQ(ValueText("decimal", r), "0." + std::string(32, '1'));
+}
+
+TEST(ConvertUuidText, ParsedOrRefused) {
+    Result r = Convert(cnv_stringToUuid, "{00112233-4455-6677-8899-aabbccddeeff}");
+    EXPECT_EQ(r.rc, sOKAY);
+    EXPECT_EQ(r.cb.tSize, 16u);
+    for (int i = 0; i < 16; ++i) EXPECT_EQ(r.out[i], uint8_t(i * 0x11)) << i;
+    r = Convert(cnv_stringToUuid, "00112233-4455-6677-8899-aabbccddeef");
+    EXPECT_EQ(r.rc, eINVLITERAL);
+    EXPECT_TRUE(Untouched(r));
+}
+
+// ---- The frame.
+
+TEST(ConvertTextFrame, SizeOnlyCalls) {
+    struct {
+        B_CNVFCN fcn;
+        const char *text;
+        size_t size;
+    } cases[] = {{cnv_stringToBoolean, "1", 1},
+                 {cnv_stringToInt8, "1", 1},
+                 {cnv_stringToUInt8, "1", 1},
+                 {cnv_stringToInt16, "1", 2},
+                 {cnv_stringToUInt16, "1", 2},
+                 {cnv_stringToInt32, "1", 4},
+                 {cnv_stringToUInt32, "1", 4},
+                 {cnv_stringToInt64, "1", 8},
+                 {cnv_stringToUInt64, "1", 8},
+                 {cnv_stringToFloat, "1", 4},
+                 {cnv_stringToDouble, "1", 8},
+                 {cnv_stringToDecimal, "junk", 37},
+                 {cnv_stringToDate, "2021-03-04", 4},
+                 {cnv_stringToTime, "10:00:00", 4},
+                 {cnv_stringToTimeTZ, "10:00:00+00:00", 8},
+                 {cnv_stringToTimestamp, "2021-03-04 10:00:00", 8},
+                 {cnv_stringToTimestampTZ, "2021-03-04 10:00:00+00:00", 12},
+                 {cnv_stringToRowid, "1", 8},
+                 {cnv_stringToUuid, "junk", 16},
+                 {cnv_stringToBinary, "0x0102", 2}};
+    for (const auto &c : cases) {
+        Source src(c.text);
+        CNVCB cb = MakeCb(src, nullptr, 0);
+        EXPECT_EQ(c.fcn(&cb), sOKAY) << c.text;
+        EXPECT_EQ(cb.tSize, c.size) << c.text;
+    }
+    // The numbers still check their text.
+    Source bad("x");
+    CNVCB cb = MakeCb(bad, nullptr, 0);
+    EXPECT_EQ(cnv_stringToInt32(&cb), eINVLITERAL);
+}
+
+TEST(ConvertTextFrame, NullAndEmptySources) {
+    for (B_CNVFCN fcn :
+         {cnv_stringToBoolean, cnv_stringToBinary, cnv_stringToInt32, cnv_stringToUInt64,
+          cnv_stringToDouble, cnv_stringToDecimal, cnv_stringToDate, cnv_stringToTime,
+          cnv_stringToTimestampTZ, cnv_stringToRowid, cnv_stringToUuid}) {
+        EXPECT_EQ(fcn(nullptr), eINVNULLARG);
+        uint8_t out[40];
+        CNVCB cb{};
+        cb.pvDst = out;
+        cb.tDstLen = sizeof out;
+        cb.tSrcLen = 4;
+        EXPECT_EQ(fcn(&cb), eINVNULLARG);
+        cb.tSrcLen = 0;  // no text at all is an empty text
+        EXPECT_LT(fcn(&cb), 0);
+    }
+}
+
+class ConvertLongText : public TaggedTest {};
+
+// A text without a terminator is copied: short ones on the stack, long ones
+// to the conversion's tag, which gets every byte back.
+TEST_F(ConvertLongText, UnterminatedTextUsesTheTag) {
+    const std::string text = std::string(300, ' ') + "-17";
+    Source src(text, false);
+    int32_t v = 0;
+    CNVCB cb = MakeCb(src, &v, sizeof v);
+    EXPECT_EQ(cnv_stringToInt32(&cb), eNOMEMORY);  // no tag to copy to
+    cb.tag.type = CONV_TAG_TYPE_SUB;
+    cb.tag.u.sub = sub;
+    EXPECT_EQ(cnv_stringToInt32(&cb), sOKAY);
+    EXPECT_EQ(v, -17);
+    EXPECT_EQ(fixture_subBytes(sub), start);
+
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
+    cb.tag.type = CONV_TAG_TYPE_STACK;
+    cb.tag.u.stack = stack;
+    v = 0;
+    EXPECT_EQ(cnv_stringToInt32(&cb), sOKAY);
+    EXPECT_EQ(v, -17);
+    int64_t cur = -1, peak = 0;
+    b_tag_stackMemUsage(stack, &cur, &peak);
+    EXPECT_EQ(cur, 0);
+    b_tag_stackDestroy(stack);
+}
+
+TEST(ConvertLongTextMemory, EachFailureIsNoMemory) {
+    SeededTags tags(4);
+    const std::string text = std::string(1997, '0') + ".5";  // a copy of 2000 bytes
+    tags.Fill(text.size() + 1);
+    Source src(text, false);
+    for (int tries = 0;; ++tries) {
+        ASSERT_LT(tries, 64);
+        double v = 0;
+        CNVCB cb = MakeCb(src, &v, sizeof v);
+        cb.tag.type = CONV_TAG_TYPE_SUB;
+        cb.tag.u.sub = tags.sub;
+        const int64_t before = fixture_subBytes(tags.sub);
+        const ZEL_RETCODE rc = cnv_stringToDouble(&cb);
+        EXPECT_EQ(fixture_subBytes(tags.sub), before);
+        if (rc == sOKAY) {
+            EXPECT_EQ(v, 0.5);
+            EXPECT_GT(tries, 0);
+            break;
+        }
+        ASSERT_EQ(rc, eNOMEMORY);
+        EXPECT_EQ(v, 0.0);
+        tags.Release();
+    }
+}
+
+// ---- Escape clauses.
+
+TEST(ConvertEscapes, Clauses) {
+    EXPECT_EQ(Escapes("{d '2021-01-02'}"), "@'2021-01-02'");
+    EXPECT_EQ(Escapes("{fn now()}"), " now()");
+    EXPECT_EQ(Escapes("select {t '10:00:00'}, {ts \"2021-01-02 10:00\"}"),
+              "select @'10:00:00', @\"2021-01-02 10:00\"");
+    EXPECT_EQ(Escapes("{ d\n'x' }"), "@'x' ");
+    EXPECT_EQ(Escapes("{oj a left join b on x}"), " a left join b on x");
+    EXPECT_EQ(Escapes("{call p(?, '}')}"), "call p(?, '}')");  // quotes hide a brace
+    EXPECT_EQ(Escapes("like 'a!%' {escape '!'}"), "like 'a!%' escape '!'");
+    EXPECT_EQ(Escapes("{escape'!' }"), "escape'!' ");
+    EXPECT_EQ(Escapes("{fn a*b*)c}"), " a*b*)c");  // a broken "*)--" is flushed
+    EXPECT_EQ(Escapes("{fn x*)-}"), " x*)-");
+    EXPECT_EQ(Escapes("{fn x*)--"), " x");  // "*)--" ends a brace clause too
+}
+
+TEST(ConvertEscapes, VendorForm) {
+    EXPECT_EQ(Escapes("select --(*vendor(Microsoft),product(ODBC) fn now() *)-- from t"),
+              "select  now()  from t");
+    EXPECT_EQ(Escapes("--(* VENDOR ( v ) , Product ( p ) d '2021-01-02' *)--"), "@'2021-01-02' ");
+    EXPECT_EQ(Escapes("--(*vendor(v),product(p) fn x}"), " x");  // a brace ends it as well
+    for (const char *bad : {"--(*vendor(v) product(p) fn x*)--", "--(*vend(v),product(p)*)--",
+                            "--(*vendor(v),product(p", "--(*vendor(v),product(p) x *)--", "--(*"}) {
+        Escapes(bad, eESCAPE);
+    }
+}
+
+TEST(ConvertEscapes, PlainTextIsCopied) {
+    for (const char *same :
+         {"", "select * from t", "a - b -- c", "x --( y", "'{d x}'", "\"{fn}\"", "a-", "a--",
+          "a--(", "it''s", "(* not vendor *)", "c_data[2][3] struct { int a; }", "c_data stuff {x}",
+          "c_data\tst{", "cc_data struct {}", "c_x {fn y}"}) {
+        const std::string out = Escapes(same);
+        if (std::strstr(same, "{fn y}") != nullptr) {
+            EXPECT_EQ(out, "c_x  y");
+        } else {
+            EXPECT_EQ(out, same);
+        }
+    }
+    EXPECT_EQ(Escapes("c_data x {d '1'}"), "c_data x @'1'");  // no "st" word: an escape
+}
+
+TEST(ConvertEscapes, Failures) {
+    for (const char *bad :
+         {"{x}",     "{d '2021-01-02'", "{D '2021-01-02'}", "{fn}",        "{fnx}",
+          "{ojx}",   "{callx}",         "{escape x}",       "{escape '!'", "{escape '",
+          "{d x}",   "'open",           "\"open",           "{",           "{fn x",
+          "{fn 'x}", "{fn \"x}",        "{fn x*",           "{fn x*)",     "{fn x*)-"}) {
+        Escapes(bad, eESCAPE);
+    }
+    char out[8];
+    EXPECT_EQ(b_convertEscapesToSQL(nullptr, out, sizeof out, nullptr), eINVNULLARG);
+    EXPECT_EQ(b_convertEscapesToSQL("x", nullptr, 8, nullptr), eINVNULLARG);
+    const std::string huge(65535, 'a');
+    std::vector<char> big(huge.size() + 1);
+    EXPECT_EQ(b_convertEscapesToSQL(huge.c_str(), big.data(), big.size(), nullptr), eRANGE);
+    const std::string largest(65534, 'a');
+    size_t len = 0;
+    EXPECT_EQ(b_convertEscapesToSQL(largest.c_str(), big.data(), big.size(), &len), sOKAY);
+    EXPECT_EQ(len, largest.size());
+}
+
+TEST(ConvertEscapes, OutputIsCutToTheRoom) {
+    char out[6];
+    std::memset(out, '#', sizeof out);
+    size_t len = 0;
+    EXPECT_EQ(b_convertEscapesToSQL("{fn now()}", out, 5, &len), sTRUNCATE);
+    EXPECT_EQ(len, 4u);
+    EXPECT_STREQ(out, " now");
+    EXPECT_EQ(out[5], '#');
+    EXPECT_EQ(b_convertEscapesToSQL("{fn now()}", out, 6, &len), sTRUNCATE);
+    EXPECT_STREQ(out, " now(");
+    EXPECT_EQ(b_convertEscapesToSQL("abcd", out, 5, nullptr), sOKAY);  // exactly fits
+    EXPECT_STREQ(out, "abcd");
+    EXPECT_EQ(b_convertEscapesToSQL("abcd", out, 0, &len), sTRUNCATE);
+    EXPECT_EQ(len, 0u);
+}
+
+}  // namespace
