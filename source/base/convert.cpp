@@ -899,9 +899,19 @@ ZEL_RETCODE cnv_packedDecimalToDecimal(CNVCB *cb) {
 namespace {
 
 constexpr size_t cnv_FCN_SLOTS = 297;
-using CnvRow = B_CNVFCN[ZEL_CNV_TYPES];
-constexpr B_CNVFCN N = nullptr;
-constexpr B_CNVFCN W = cnv_wideRefused;
+// One cell of the matrix. The kind says whether a function is there, so
+// that building the tables never compares function addresses (which is not a
+// constant expression under every instrumentation).
+struct CnvEntry {
+    enum Kind : uint8_t { NONE, FCN, WIDE };
+    B_CNVFCN fcn;
+    Kind kind;
+    constexpr CnvEntry(B_CNVFCN f) : fcn(f), kind(FCN) {}
+    constexpr CnvEntry(B_CNVFCN f, Kind k) : fcn(f), kind(k) {}
+};
+using CnvRow = CnvEntry[ZEL_CNV_TYPES];
+constexpr CnvEntry N{nullptr, CnvEntry::NONE};
+constexpr CnvEntry W{cnv_wideRefused, CnvEntry::WIDE};
 
 // Columns: CHAR WCHAR BINARY BOOL INT8 UINT8 INT16 UINT16 INT32 UINT32 INT64
 // UINT64 FLOAT DOUBLE BCD DATE TIME TIMETZ TIMESTAMP TIMESTAMPTZ ROWID UUID.
@@ -1119,13 +1129,14 @@ constexpr CnvTables cnv_buildTables() {
     size_t next = 2;
     for (size_t s = 0; s < ZEL_CNV_TYPES; ++s) {
         for (size_t d = 0; d < ZEL_CNV_TYPES; ++d) {
-            if (cnvMatrix[s][d] == nullptr) continue;
-            if (cnvMatrix[s][d] == W) {
+            const CnvEntry &e = cnvMatrix[s][d];
+            if (e.kind == CnvEntry::NONE) continue;
+            if (e.kind == CnvEntry::WIDE) {
                 t.codes[s][d] = 1;
                 continue;
             }
             t.codes[s][d] = static_cast<CNVCODE>(next);
-            t.fcns[next++] = cnvMatrix[s][d];
+            t.fcns[next++] = e.fcn;
         }
     }
     for (B_CNVFCN f : cnvPackedFcns) t.fcns[next++] = f;
