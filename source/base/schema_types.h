@@ -17,6 +17,7 @@
 #include "list.h"
 #include "psptypes.h"
 #include "tag_types.h"
+#include "types_types.h"
 #include "value_types.h"
 #include "zeltypes.h"
 
@@ -174,9 +175,9 @@ typedef struct ZEL_BUCKET_BUFFER_INFO_S {
 
 /* ---- Records and their handles. */
 
-/* The operations of a type (declared with the type descriptors). */
-struct ZEL_TYPE_INFO_S;
-typedef struct ZEL_TYPE_INFO_S ZEL_TYPE_INFO;
+/* The embedded data type (SCH_TYPE_INFO_T, with its SCH_TYPE_INFO and
+ * SCH_TYPE_INFO_C handles) and the ZEL_TYPE_INFO operations it points at are
+ * declared with the type descriptors in types_types.h. */
 
 typedef struct SCH_INFO_S *SCH_INFO;
 typedef const struct SCH_INFO_S *SCH_INFO_C;
@@ -196,48 +197,10 @@ typedef struct SCH_DOMAIN_INFO_S *SCH_DOMAIN_INFO;
 typedef const struct SCH_DOMAIN_INFO_S *SCH_DOMAIN_INFO_C;
 typedef struct SCH_DRAWER_INFO_S *SCH_DRAWER_INFO;
 typedef const struct SCH_DRAWER_INFO_S *SCH_DRAWER_INFO_C;
-typedef struct SCH_TYPE_INFO_S *SCH_TYPE_INFO;
-typedef const struct SCH_TYPE_INFO_S *SCH_TYPE_INFO_C;
 typedef struct SCH_TRIG_INFO_S *SCH_TRIG_INFO;
 typedef const struct SCH_TRIG_INFO_S *SCH_TRIG_INFO_C;
 typedef struct SCH_TRIG_COL_INFO_S *SCH_TRIG_COL_INFO;
 typedef const struct SCH_TRIG_COL_INFO_S *SCH_TRIG_COL_INFO_C;
-
-typedef struct SCH_CHAR_COL_INFO_S {
-    uint16_t len;
-    ZEL_BOOL_T use_locale;
-    psp_collate_t *locale; /* the catalogue's collation */
-} SCH_CHAR_COL_INFO;
-
-typedef struct SCH_BINARY_COL_INFO_S {
-    uint16_t len;
-} SCH_BINARY_COL_INFO;
-
-typedef struct SCH_TIME_COL_INFO_S {
-    uint8_t prec;
-} SCH_TIME_COL_INFO;
-
-typedef struct SCH_DECIMAL_COL_INFO_S {
-    uint8_t prec;
-    uint8_t scale;
-} SCH_DECIMAL_COL_INFO;
-
-/* A data type, embedded in columns and domains. */
-struct SCH_TYPE_INFO_S {
-    ZEL_TYPE type;
-    uint16_t elems;    /* array elements; 0 a scalar */
-    uint16_t byte_len; /* bytes in the row, set when the table is finalised */
-    char *check_str;
-    char *check_name;
-    const ZEL_TYPE_INFO *type_info;
-    SCH_INFO sch;
-    union {
-        SCH_CHAR_COL_INFO c;
-        SCH_BINARY_COL_INFO b;
-        SCH_TIME_COL_INFO t;
-        SCH_DECIMAL_COL_INFO d;
-    } x;
-};
 
 struct SCH_DRAWER_INFO_S {
     ZEL_DRAWER ndx;     /* number in the catalogue */
@@ -263,7 +226,7 @@ struct SCH_DOMAIN_INFO_S {
     char *defstr;
     uint16_t width;
     char *format;
-    struct SCH_TYPE_INFO_S type;
+    SCH_TYPE_INFO_T type;
 };
 
 struct SCH_ELEM_INFO_S {
@@ -290,7 +253,7 @@ struct SCH_COL_INFO_S {
     char *name; /* null: a dropped, inactive column */
     ZEL_BOOL_T not_null;
     char *not_null_cname;
-    struct SCH_TYPE_INFO_S type; /* unused when domain is set */
+    SCH_TYPE_INFO_T type; /* unused when domain is set */
     SCH_DOMAIN_INFO domain;
     ZEL_VALUE def;
     char *defstr;
