@@ -28,6 +28,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Dates, times and zones", zb_demo_datetime},
     {"Typed values", zb_demo_value},
     {"Variable integers and the stream encoder", zb_demo_varint},
+    {"Conversions", zb_demo_convert},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -62,6 +63,8 @@ constexpr Command kCommands[] = {
      "exact decimal arithmetic, its status and packed bytes", zb_cmd_decimal},
     {"varint", "encode N... | decode HEX...", "the stored forms of variable integers",
      zb_cmd_varint},
+    {"convert", "--to TYPE [--from TYPE] [--bytes] VALUE", "convert a value between types",
+     zb_cmd_convert},
 };
 
 void zb_usage(FILE *out) {

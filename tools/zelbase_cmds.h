@@ -21,6 +21,7 @@ int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
 int zb_demo_varint(FILE *out);
+int zb_demo_convert(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -28,5 +29,6 @@ int zb_cmd_base64(int argc, char **argv);
 int zb_cmd_date(int argc, char **argv);
 int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
+int zb_cmd_convert(int argc, char **argv);
 
 #endif
