@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "convert_text.h"
+#include "psp.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
@@ -120,6 +121,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (convert_parseNumber(terminated.data(), &sign, &mag, &scale, &expt) == sOKAY) {
         check(sign == 1 || sign == -1);
         check(mag >= 0 && scale >= 0 && expt >= -308 && expt <= 308);
+        // Integer text without a fraction: exactly what the platform's
+        // integer converter makes of it, the one-pass route for plain digits
+        // included.
+        if (scale == 0 && mag <= 19 && std::strlen(terminated.data()) == size) {
+            int64_t want = 0, got = 0;
+            const ZEL_RETCODE wantRc = psp_stratoi64(terminated.data(), &want);
+            uint8_t out[40];
+            const ZEL_RETCODE gotRc =
+                convert(cnv_stringToInt64, terminated.data(), terminated.size(), out, tags.sub);
+            check(gotRc == wantRc);
+            std::memcpy(&got, out, sizeof got);
+            check(wantRc != sOKAY || got == want);
+        }
     }
 
     std::vector<char> esc(terminated.size() + 1, char(kFill));

@@ -53,22 +53,57 @@ constexpr bool cnv_textMatches(char symbol, char c, bool atEnd) {
     }
 }
 
-/* Runs `table` over `text` from `state` until the state leaves 0..size-1.
+/* Row choice made once: for each state and each byte (index 256 for the end
+ * of the text), the position of the first row that matches, found by trying
+ * the rows in order at compile time. The scan then costs one load a
+ * character whatever the length of a state's list. */
+constexpr int CNV_DENSE_END = 256;
+
+template <size_t N>
+struct CnvDense {
+    uint8_t row[N][CNV_DENSE_END + 1];
+};
+
+template <size_t N>
+constexpr CnvDense<N> cnv_textDense(const B_ACTION *const (&table)[N]) {
+    CnvDense<N> d{};
+    for (size_t s = 0; s < N; ++s) {
+        for (int k = 0; k <= CNV_DENSE_END; ++k) {
+            const bool atEnd = k == CNV_DENSE_END;
+            const char c = atEnd ? '\0' : char(k);
+            int r = 0;
+            while (!cnv_textMatches(table[s][r].symbol, c, atEnd)) ++r;
+            d.row[s][k] = uint8_t(r);
+        }
+    }
+    return d;
+}
+
+/* Runs `table` over `text` from `state` until the state leaves 0..N-1.
  * `rule(ruleno, c)` fires for every row with a rule. The end of the text is
  * seen as the character 0 and is never consumed. */
-template <typename Rule>
-void cnv_textRun(std::span<const B_ACTION *const> table, std::string_view text, int state,
-                 Rule &&rule) {
+template <size_t N, typename Rule>
+void cnv_textRun(const B_ACTION *const (&table)[N], const CnvDense<N> &dense, std::string_view text,
+                 int state, Rule &&rule) {
     size_t pos = 0;
-    const int count = int(table.size());
-    while (state >= 0 && state < count) {
+    while (state >= 0 && state < int(N)) {
         const bool atEnd = pos >= text.size();
         const char c = atEnd ? '\0' : text[pos];
-        const B_ACTION *a = table[size_t(state)];
-        while (!cnv_textMatches(a->symbol, c, atEnd)) ++a;  // each list ends with ANY
-        if (a->ruleno != 0) rule(a->ruleno, c);
-        if (a->shift != 0 && !atEnd) ++pos;
-        state = a->state;
+        const uint8_t *rows = dense.row[state];
+        const uint8_t r = rows[atEnd ? CNV_DENSE_END : int(static_cast<unsigned char>(c))];
+        const B_ACTION &a = table[state][r];
+        if (a.state == state && a.shift != 0 && !atEnd) {
+            // A row that consumes and stays (a run of digits, a quoted text):
+            // take the whole run while the same row keeps matching.
+            do {
+                if (a.ruleno != 0) rule(a.ruleno, text[pos]);
+                ++pos;
+            } while (pos < text.size() && rows[static_cast<unsigned char>(text[pos])] == r);
+            continue;
+        }
+        if (a.ruleno != 0) rule(a.ruleno, c);
+        if (a.shift != 0 && !atEnd) ++pos;
+        state = a.state;
     }
 }
 
@@ -87,6 +122,7 @@ constexpr B_ACTION cnv_textNum3[] = {
 constexpr B_ACTION cnv_textNum4[] = {{DIG, 6, 1, 4}, {END, 7, 0, 5}, {ANY, 2, 0, 5}};
 constexpr const B_ACTION *numStateTable[CNV_NUM_STOP] = {cnv_textNum0, cnv_textNum1, cnv_textNum2,
                                                          cnv_textNum3, cnv_textNum4};
+constexpr auto cnv_textNumDense = cnv_textDense(numStateTable);
 
 enum : int16_t {
     CNV_NUM_NEGATIVE = 1,
@@ -115,7 +151,7 @@ ZEL_RETCODE cnv_textParseNumber(std::string_view text, CnvNumber *out) {
     CnvNumber n;
     int32_t exptSign = 1;
     bool bad = false;
-    cnv_textRun(numStateTable, text, 0, [&](int16_t rule, char c) {
+    cnv_textRun(numStateTable, cnv_textNumDense, text, 0, [&](int16_t rule, char c) {
         switch (rule) {
             case CNV_NUM_NEGATIVE:
                 n.sign = -1;
@@ -191,6 +227,7 @@ constexpr const B_ACTION *dateStateTable[CNV_DATE_STOP] = {
     cnv_textDate6,  cnv_textDate7,  cnv_textDate8,  cnv_textDate9,  cnv_textDate10, cnv_textDate11,
     cnv_textDate12, cnv_textDate13, cnv_textDate14, cnv_textDate15, cnv_textDate16, cnv_textDate17,
     cnv_textDate18, cnv_textDate19, cnv_textDate20, cnv_textDate21, cnv_textDate22, cnv_textDate23};
+constexpr auto cnv_textDateDense = cnv_textDense(dateStateTable);
 
 /* ---- Escape clauses. A negative state stops. Every state that can meet the
  * end of the text has a row for it (or a catch-all that stops or hands the
@@ -312,6 +349,7 @@ constexpr const B_ACTION *EscStateTable[CNV_ESC_STATES] = {
     cnv_textEsc42, cnv_textEsc43, cnv_textEsc44, cnv_textEsc45, cnv_textEsc46, cnv_textEsc47,
     cnv_textEsc48, cnv_textEsc49, cnv_textEsc50, cnv_textEsc51, cnv_textEsc52, cnv_textEsc53,
     cnv_textEsc54, cnv_textEsc55, cnv_textEsc56, cnv_textEsc57, cnv_textEsc58};
+constexpr auto cnv_textEscDense = cnv_textDense(EscStateTable);
 
 /* ---- The source text of a control block, terminated. A text whose
  * terminator lies within tSrcLen is used in place; one without is copied, to
@@ -400,6 +438,23 @@ constexpr double CNV_TWO_POW_64 = 18446744073709551616.0;
  * dropped. Integer parts of more than 18 digits go through the integer
  * converter on their own, shorter ones through the double. */
 ZEL_RETCODE cnv_textNumberForInt64(const CnvText &text, int64_t *pv) {
+    // Plain integers of up to 18 digits, the common case, in one pass: the
+    // value and code that the syntax table and psp_stratoi64 give them.
+    const std::string_view s = text.view();
+    const size_t first = !s.empty() && s[0] == '-' ? 1 : 0;
+    if (s.size() > first && s.size() - first <= 18) {
+        uint64_t acc = 0;
+        size_t i = first;
+        for (; i < s.size(); ++i) {
+            const unsigned d = unsigned(static_cast<unsigned char>(s[i])) - '0';
+            if (d > 9) break;
+            acc = acc * 10 + d;
+        }
+        if (i == s.size()) {
+            *pv = first != 0 ? -int64_t(acc) : int64_t(acc);
+            return sOKAY;
+        }
+    }
     CnvNumber n;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = cnv_textParseNumber(text.view(), &n));
@@ -530,7 +585,7 @@ struct CnvEscSink {
 };
 
 ZEL_RETCODE cnv_textEscapes(std::string_view text, CnvEscSink *sink) {
-    cnv_textRun(EscStateTable, text, 0, [sink](int16_t rule, char c) {
+    cnv_textRun(EscStateTable, cnv_textEscDense, text, 0, [sink](int16_t rule, char c) {
         switch (rule) {
             case CNV_ESC_HOLD:
                 if (sink->held < sizeof sink->hold) sink->hold[sink->held++] = c;
@@ -760,7 +815,7 @@ ZEL_RETCODE cnv_stringToDate(CNVCB *cb) {
     }
     uint16_t year = 0, month = 0, day = 0;
     bool bad = false;
-    cnv_textRun(dateStateTable, view, 0, [&](int16_t rule, char c) {
+    cnv_textRun(dateStateTable, cnv_textDateDense, view, 0, [&](int16_t rule, char c) {
         const auto digit = uint16_t(c - '0');
         switch (rule) {
             case CNV_DATE_BAD:
