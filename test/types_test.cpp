@@ -2,6 +2,7 @@
 // hand-worked vectors, pack/unpack identity, order of packed forms, damaged
 // input, text in and out, compare, hash, the copy operations and the lookups.
 #include "types.h"
+#include "value.h"
 
 #include <gtest/gtest.h>
 
@@ -87,6 +88,8 @@ void release(const SCH_TYPE_INFO_T &pi, ZEL_VALUE *v, B_TAG_SUB sub) {
         pi.type_info->free_fcn(v, sub);
     } else if (pi.type == ZEL_TIMESTAMPTZ) {
         b_tag_subFree(sub, const_cast<void *>(v->vt.pv));
+    } else {
+        zel_valueFree(v, sub);  // date and time arrays: the rows free nothing
     }
 }
 

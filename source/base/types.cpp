@@ -707,7 +707,7 @@ struct B_TYPE_RECORD {
             b_tag_subFree(subTag, p);
             return rc;
         }
-        b_typeSetValue(value, pi, vsOKAY, 0, Size, b_typePtr(p));
+        b_typeSetValue(value, pi, vsOKAY, 0, 0, b_typePtr(p));
         return rc;
     }
 };
