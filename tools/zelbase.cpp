@@ -29,6 +29,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Typed values", zb_demo_value},
     {"Variable integers and the stream encoder", zb_demo_varint},
     {"Conversions", zb_demo_convert},
+    {"Text parsers of the conversions", zb_demo_convert_text},
 };
 
 int zb_cmd_demo(int, char **) {

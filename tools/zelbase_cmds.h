@@ -22,6 +22,7 @@ int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
+int zb_demo_convert_text(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
