@@ -15,6 +15,7 @@
 
 #include "bcd.h"
 #include "buffer.h"
+#include "psp.h"
 #include "coder_bytes.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
@@ -467,6 +468,18 @@ TEST_F(TypesTest, CompareRules) {
     EXPECT_EQ(c.type_info->cmp(&c, 0, nullptr, &abd), ZEL_LT);
     EXPECT_EQ(c.type_info->cmp(&c, 0, &abd, nullptr), ZEL_GT);
     EXPECT_EQ(c.type_info->cmp(&c, 0, nullptr, nullptr), ZEL_EQ);
+
+    // Under a collation a bounded compare answers equal, as kept.
+    psp_collate_t coll{};
+    if (psp_collateInit(&coll, "C.UTF-8") == sOKAY && coll.locale != nullptr) {
+        SCH_TYPE_INFO_T cc = c;
+        cc.x.c.use_locale = ZEL_TRUE;
+        cc.x.c.locale = coll.locale;
+        EXPECT_EQ(cc.type_info->cmp(&cc, 2, &abc, &abd), ZEL_EQ);
+        EXPECT_EQ(cc.type_info->cmp(&cc, 1, &abd, &abc), ZEL_EQ);
+        EXPECT_EQ(cc.type_info->cmp(&cc, 0, &abd, &abc), ZEL_GT);
+        psp_collateTerm(&coll);
+    }
 
     const SCH_TYPE_INFO_T d = col(ZEL_DOUBLE);
     ZEL_VALUE nan = val(ZEL_DOUBLE), big = val(ZEL_DOUBLE);

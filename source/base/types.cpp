@@ -42,6 +42,7 @@
 #include "encoder.h"
 #include "format.h"
 #include "psp.h"
+#include "schema.h"
 #include "tag_sub.h"
 #include "uuid.h"
 #include "value.h"
@@ -88,17 +89,6 @@ void b_typeHashBE(B_HASHCTX *h, uint64_t v, unsigned width) {
     uint8_t b[8];
     for (unsigned i = 0; i < width; ++i) b[i] = static_cast<uint8_t>(v >> (8 * (width - 1 - i)));
     b_hashFcnEmitBuffer(h, b, width);
-}
-
-// The declared length: of a text or binary column, the precision of a
-// decimal, 0 for the rest.
-uint32_t b_typeLength(Pi pi) {
-    const int family = ZEL_TYPE_FAMILY(pi->type);
-    if ((pi->type & ZEL_TYPE_LOB_BIT) == 0 &&
-        (family == ZEL_FAMILY_BINARY || family == ZEL_FAMILY_CHAR))
-        return pi->x.b.len;
-    if (family == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
-    return 0;
 }
 
 ZEL_COLUMN b_typePtr(const void *p) {
@@ -719,22 +709,26 @@ using B_TYPE_TSTZ_REC = B_TYPE_RECORD<B_TYPE_TSTZ_SIZE>;
 // The stored decimal of a column: (prec / 2) + 1 bytes into `p`.
 ZEL_RETCODE b_typeBcdPack(Pi pi, const ZEL_VALUE *col, uint8_t *p, size_t *n) {
     if (!b_typeArgs(pi, col, col->vt.pv)) return eINVNULLARG;
-    if (pi->x.d.prec > ZEL_BCD_MAX_PREC) return eINVBCD;
-    *n = pi->x.d.prec / 2u + 1u;
-    if (zel_bcdPack(col->vt.bcd, p, pi->x.d.prec, pi->x.d.scale) < 0) return eINVBCD;
+    if (sch_type_prec(pi) > ZEL_BCD_MAX_PREC) return eINVBCD;
+    *n = sch_type_prec(pi) / 2u + 1u;
+    if (zel_bcdPack(col->vt.bcd, p, sch_type_prec(pi), sch_type_scale(pi)) < 0) return eINVBCD;
     return sOKAY;
 }
 
 // A stored decimal of the column read into `bcd`; eINVBCD when it is no
 // decimal.
 ZEL_RETCODE b_typeBcdRead(Pi pi, const B_DECODER_T *d, B_TAG_SUB subTag, ZEL_BCD_T *bcd) {
-    const size_t n = pi->x.d.prec / 2u + 1u;
+    const size_t n = sch_type_prec(pi) / 2u + 1u;
     uint8_t local[B_TYPE_BCD_LOCAL];
     uint8_t *p = local;
     ZEL_RETCODE rc = sOKAY;
-    if (n > sizeof local) ZEL_CHECK(rc = b_tag_subAlloc(subTag, n, &p));
+    if (n > sizeof local) {
+        if (subTag == nullptr) return eINVBCD;  // no such decimal fits a column
+        ZEL_CHECK(rc = b_tag_subAlloc(subTag, n, &p));
+    }
     rc = b_decoderDecodeBytes(d, p, n);
-    if (rc == sOKAY && zel_bcdUnpack(p, bcd, pi->x.d.prec, pi->x.d.scale) != sOKAY) rc = eINVBCD;
+    if (rc == sOKAY && zel_bcdUnpack(p, bcd, sch_type_prec(pi), sch_type_scale(pi)) != sOKAY)
+        rc = eINVBCD;
     if (p != local) b_tag_subFree(subTag, p);
     return rc;
 }
@@ -752,7 +746,7 @@ ZEL_RETCODE b_typeTstzRead(const B_DECODER_T *d, ZEL_PACKED_TIMESTAMPTZ_T *v) {
 // The bytes of a binary value: its own length, or the column's when it has
 // none.
 size_t b_typeBinaryLen(Pi pi, const ZEL_VALUE *v) {
-    return v->len != 0 ? v->len : b_typeLength(pi);
+    return v->len != 0 ? v->len : sch_type_length(pi);
 }
 
 // A text or byte value of `n` bytes allocated from the tag (n + 1 with a
@@ -1136,11 +1130,11 @@ ZEL_COMPARE b_type_cmp_utf8(Pi pi, size_t limit, const ZEL_VALUE *a, const ZEL_V
     if (b_typeNullOrder(a, b, &r)) return r;
     if (pi->elems != 0) return ZEL_EQ;  // text arrays are equal, as they always were
     if (b_typeNullOrder(a->vt.cv, b->vt.cv, &r)) return r;
-    if (pi->x.c.use_locale && pi->x.c.locale != nullptr) {
+    if (pi->x.c.use_locale && sch_type_locale(pi) != nullptr) {
         // A bounded compare under a collation answers equal: kept, a collated
         // prefix has no meaning and the callers rely on this.
         if (limit != 0) return ZEL_EQ;
-        return b_typeSign(psp_collateStrcmp(pi->x.c.locale, a->vt.cv, b->vt.cv));
+        return b_typeSign(psp_collateStrcmp(sch_type_locale(pi), a->vt.cv, b->vt.cv));
     }
     return b_typeSign(limit != 0 ? psp_strncmp(a->vt.cv, b->vt.cv, limit)
                                  : psp_strcmp(a->vt.cv, b->vt.cv));
@@ -1257,7 +1251,7 @@ void b_type_schema_free_utf8(ZEL_VALUE *col, B_TAG_SUB subTag) {
 ZEL_RETCODE b_type_tostring_binary(Pi pi, const ZEL_VALUE *val, uint32_t, uint32_t flags,
                                    ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
     if (!b_typeArgs(pi, val, fcn)) return eINVNULLARG;
-    const size_t n = b_typeLength(pi);
+    const size_t n = sch_type_length(pi);
     if (n != 0 && val->vt.pv == nullptr) return eINVNULLARG;
     if (val->len != 0 && val->len < n) return eBADDATALEN;
     return b_typeBytesOut(static_cast<const uint8_t *>(val->vt.pv), n, flags, fcn, ctx);
@@ -1269,7 +1263,7 @@ ZEL_RETCODE b_type_fromstring_binary(Pi pi, ZEL_VALUE *value, uint32_t, uint32_t
     void *p = nullptr;
     size_t n = 0;
     ZEL_RETCODE rc = sOKAY;
-    const size_t len = b_typeLength(pi);
+    const size_t len = sch_type_length(pi);
     // The data always spans the column's length, so that every operation
     // may read it in full; more bytes than that do not fit.
     ZEL_CHECK(rc =
@@ -1282,7 +1276,7 @@ ZEL_COMPARE b_type_cmp_binary(Pi pi, size_t limit, const ZEL_VALUE *a, const ZEL
     ZEL_COMPARE r = ZEL_EQ;
     if (b_typeNullOrder(a, b, &r)) return r;
     if (b_typeNullOrder(a->vt.pv, b->vt.pv, &r)) return r;
-    size_t n = b_typeLength(pi);
+    size_t n = sch_type_length(pi);
     if (limit != 0 && limit < n) n = limit;
     return b_typeSign(std::memcmp(a->vt.pv, b->vt.pv, n));
 }
@@ -1300,7 +1294,7 @@ ZEL_RETCODE b_type_schema_copy_binary(Pi pi, ZEL_VALUE *dst, const ZEL_VALUE *sr
     if (!b_typeArgs(pi, dst, src)) return eINVNULLARG;
     if (src->len > pi->byte_len) return eBADDATALEN;
     if (maxExtraBytes == 0) return b_typeSetNoVal(dst, pi, 0);
-    const size_t len = b_typeLength(pi);
+    const size_t len = sch_type_length(pi);
     const size_t have = std::min(b_typeBinaryLen(pi, src), len);
     if (have != 0 && src->vt.pv == nullptr) return eINVNULLARG;
     void *p = nullptr;
@@ -1322,7 +1316,7 @@ ZEL_RETCODE b_type_schema_copy_to_buff_binary(Pi pi, void *dst, size_t *size,
 ZEL_RETCODE b_type_schema_copy_from_buff_binary(Pi pi, ZEL_VALUE *dst, const void *buff,
                                                 size_t size, B_TAG_SUB subTag) {
     if (!b_typeArgs(pi, dst, buff)) return eINVNULLARG;
-    const size_t len = b_typeLength(pi);
+    const size_t len = sch_type_length(pi);
     if (size != 0 && size < len) return eBADDATALEN;
     return b_typeOwnBytes(pi, dst, buff, len, false, subTag);
 }
@@ -1330,7 +1324,7 @@ ZEL_RETCODE b_type_schema_copy_from_buff_binary(Pi pi, ZEL_VALUE *dst, const voi
 ZEL_RETCODE b_type_schema_assign_from_buff_binary(Pi pi, ZEL_VALUE *dst, const void *buff,
                                                   size_t size) {
     if (!b_typeArgs(pi, dst, buff)) return eINVNULLARG;
-    const size_t len = b_typeLength(pi);
+    const size_t len = sch_type_length(pi);
     if (size != 0 && size < len) return eBADDATALEN;
     b_typeSetValue(dst, pi, vsOKAY, 0, len, b_typePtr(buff));
     return sOKAY;
@@ -1338,7 +1332,7 @@ ZEL_RETCODE b_type_schema_assign_from_buff_binary(Pi pi, ZEL_VALUE *dst, const v
 
 ZEL_RETCODE b_type_schema_pack_binary(Pi pi, const ZEL_VALUE *col, const B_ENCODER_T *e) {
     if (!b_typeArgs(pi, col, e)) return eINVNULLARG;
-    const size_t n = b_typeLength(pi);
+    const size_t n = sch_type_length(pi);
     if (n == 0) return sOKAY;
     if (col->vt.pv == nullptr) return eINVNULLARG;
     if (col->len != 0 && col->len < n) return eBADDATALEN;
@@ -1348,7 +1342,7 @@ ZEL_RETCODE b_type_schema_pack_binary(Pi pi, const ZEL_VALUE *col, const B_ENCOD
 ZEL_RETCODE b_type_schema_unpack_binary(Pi pi, ZEL_VALUE *col, B_TAG_SUB subTag,
                                         const B_DECODER_T *d) {
     if (!b_typeArgs(pi, col, d)) return eINVNULLARG;
-    const size_t n = b_typeLength(pi);
+    const size_t n = sch_type_length(pi);
     uint8_t *p = nullptr;
     ZEL_RETCODE rc = sOKAY;
     if (n != 0) {
@@ -1366,7 +1360,7 @@ ZEL_RETCODE b_type_schema_unpack_to_buff_binary(Pi pi, void *colData, uint8_t *h
                                                 const B_DECODER_T *d) {
     if (!b_typeArgs(pi, colData, d)) return eINVNULLARG;
     ZEL_RETCODE rc = sOKAY;
-    ZEL_CHECK(rc = b_decoderDecodeBytes(d, colData, b_typeLength(pi)));
+    ZEL_CHECK(rc = b_decoderDecodeBytes(d, colData, sch_type_length(pi)));
     if (hasValue != nullptr) *hasValue = 1;
     return sOKAY;
 }
