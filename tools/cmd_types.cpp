@@ -1,14 +1,25 @@
 // `zelbase types` lists every column type with the texts of its descriptor
 // row (enumerator, DDL word, SQL word, C field type), the bytes of one element
 // ("var" for a variable length) and its alignment in an external record.
+// `zelbase types TYPE TEXT...` reads each text into a value of TYPE (named by
+// enumerator, DDL or SQL word) and prints its stored bytes and the value read
+// back from them, all through the type's descriptor row.
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "align.h"
+#include "bcd.h"
+#include "error.h"
+#include "psp.h"
+#include "tag_master_psp.h"
+#include "tag_sub.h"
 #include "types.h"
 #include "zelbase_cmds.h"
 
 int zb_cmd_types(int argc, char **argv);
+int zb_types_packed_hex(const SCH_TYPE_INFO_T *pi, const ZEL_VALUE *v, std::string *hex);
 
 namespace {
 
@@ -25,24 +36,164 @@ constexpr const char *zb_types_align_names[B_ALN_COUNT] = {
     "B_ALN_CHAR",  "B_ALN_INT16", "B_ALN_WCHAR", "B_ALN_INT32",
     "B_ALN_FLOAT", "B_ALN_INT64", "B_ALN_DOUBLE"};
 
+const char *zb_types_name(ZEL_TYPE t) {
+    // The UTF-8 forms of the wide text types have no row in the size table.
+    return t == ZEL_WCHAR_UTF8      ? "ZEL_WCHAR_UTF8"
+           : t == ZEL_WVARCHAR_UTF8 ? "ZEL_WVARCHAR_UTF8"
+           : t == ZEL_WCLOB_UTF8    ? "ZEL_WCLOB_UTF8"
+                                    : b_typeGetStr(t);
+}
+
+bool zb_types_find(const char *word, ZEL_TYPE *type) {
+    for (ZEL_TYPE t : zb_types_all) {
+        const ZEL_TYPE_INFO *row = b_typeGetInfo(t);
+        if (row->tostring == nullptr) continue;  // large objects have no stored bytes here
+        if (psp_strcasecmp(word, zb_types_name(t)) == 0 ||
+            psp_strcasecmp(word, row->ddl_type_text) == 0 ||
+            psp_strcasecmp(word, row->sql_type_text) == 0) {
+            *type = t;
+            return true;
+        }
+    }
+    return false;
+}
+
+ZEL_RETCODE zb_types_put(B_OUTPUT_CTX ctx, uint32_t c) {
+    static_cast<std::string *>(ctx)->push_back(static_cast<char>(c));
+    return sOKAY;
+}
+ZEL_RETCODE zb_types_put_bulk(B_OUTPUT_CTX ctx, const void *p, size_t n) {
+    static_cast<std::string *>(ctx)->append(static_cast<const char *>(p), n);
+    return sOKAY;
+}
+
+struct zb_types_source {
+    std::string bytes;
+    size_t pos = 0;
+    static ZEL_RETCODE get(B_INPUT_CTX ctx, uint32_t *c) {
+        auto *s = static_cast<zb_types_source *>(ctx);
+        if (s->pos >= s->bytes.size()) return eEOD;
+        *c = static_cast<uint8_t>(s->bytes[s->pos++]);
+        return sOKAY;
+    }
+};
+
+// A column just wide enough for `text`: its length for text and binary, the
+// digits of the number for a decimal.
+SCH_TYPE_INFO_T zb_types_column(ZEL_TYPE t, const char *text) {
+    SCH_TYPE_INFO_T pi{};
+    pi.type = t;
+    pi.type_info = b_typeGetInfo(t);
+    pi.byte_len = static_cast<uint16_t>(b_typeGetLength(t));
+    const size_t n = std::strlen(text);
+    if (ZEL_TYPE_FAMILY(t) == ZEL_FAMILY_CHAR) {
+        pi.x.c.len = static_cast<uint16_t>(n < 16000 ? n : 16000);
+        pi.byte_len = static_cast<uint16_t>(pi.x.c.len * 4 + 1);
+    } else if (t == ZEL_BINARY || t == ZEL_VARBINARY) {
+        pi.x.b.len = static_cast<uint16_t>(n < 65000 ? n : 65000);
+        pi.byte_len = static_cast<uint16_t>(pi.x.b.len + (t == ZEL_VARBINARY ? 2 : 0));
+    } else if (t == ZEL_BCD) {
+        ZEL_BCD_T b{};
+        if (zel_bcdFromString(text, &b) >= 0) {
+            const int scale = b.prec > b.exp ? b.prec - b.exp : 0;
+            const int prec = (b.exp > 0 ? b.exp : 0) + scale;
+            pi.x.d.prec = static_cast<uint8_t>(prec == 0 ? 1 : prec > 32 ? 32 : prec);
+            pi.x.d.scale = static_cast<uint8_t>(scale > pi.x.d.prec ? pi.x.d.prec : scale);
+        }
+    }
+    return pi;
+}
+
+std::string zb_types_code(ZEL_RETCODE rc) {
+    const char *name = nullptr;
+    if (zelErrorCodeDef(rc, nullptr, &name) == sOKAY && name != nullptr) return name;
+    return std::to_string(rc);
+}
+
+int zb_types_pack_texts(ZEL_TYPE t, int argc, char **argv) {
+    B_TAG_MASTER master = nullptr;
+    B_TAG_SUB sub = nullptr;
+    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
+    if (b_tag_subCreate(master, &sub) != sOKAY) {
+        b_tag_masterDestroy(master);
+        return 1;
+    }
+    int status = 0;
+    for (int i = 0; i < argc; ++i) {
+        const SCH_TYPE_INFO_T pi = zb_types_column(t, argv[i]);
+        const ZEL_TYPE_INFO *row = pi.type_info;
+        ZEL_VALUE v{}, back{};
+        std::string hex;
+        ZEL_RETCODE rc = row->fromstring(&pi, &v, 0, 0, sub, argv[i]);
+        if (rc < 0) {
+            std::printf("%s: refused, %s\n", argv[i], zb_types_code(rc).c_str());
+            status = 1;
+            continue;
+        }
+        std::string text;
+        zb_types_source src;
+        B_ENCODER_T e{zb_types_put, zb_types_put_bulk, &src.bytes, sub};
+        B_DECODER_T d{zb_types_source::get, nullptr, &src, sub};
+        rc = row->pack_fcn(&pi, &v, &e);
+        if (rc == sOKAY) rc = row->unpack_fcn(&pi, &back, sub, &d);
+        if (rc == sOKAY) rc = row->tostring(&pi, &back, 0, 0, zb_types_put, &text);
+        if (zb_types_packed_hex(&pi, &v, &hex) != 0 || rc != sOKAY) {
+            std::printf("%s: failed, %s\n", argv[i], zb_types_code(rc).c_str());
+            status = 1;
+        } else {
+            std::printf("%s -> %s -> %s\n", argv[i], hex.c_str(), text.c_str());
+        }
+        for (ZEL_VALUE *x : {&v, &back}) {
+            if (row->free_fcn != nullptr)
+                row->free_fcn(x, sub);
+            else if (t == ZEL_TIMESTAMPTZ)
+                b_tag_subFree(sub, const_cast<void *>(x->vt.pv));
+        }
+    }
+    b_tag_subDestroy(sub);
+    b_tag_masterDestroy(master);
+    return status;
+}
+
 }  // namespace
 
+// The stored bytes of `v` in the column `pi`, as upper-case hex pairs joined
+// by blanks; 0, or the pack's failure code.
+int zb_types_packed_hex(const SCH_TYPE_INFO_T *pi, const ZEL_VALUE *v, std::string *hex) {
+    std::string bytes;
+    B_ENCODER_T e{zb_types_put, zb_types_put_bulk, &bytes, nullptr};
+    const ZEL_RETCODE rc = pi->type_info->pack_fcn(pi, v, &e);
+    if (rc != sOKAY) return rc;
+    hex->clear();
+    char two[4];
+    for (unsigned char c : bytes) {
+        std::snprintf(two, sizeof two, "%s%02X", hex->empty() ? "" : " ", c);
+        *hex += two;
+    }
+    return 0;
+}
+
 int zb_cmd_types(int argc, char **argv) {
-    (void)argv;
-    if (argc != 0) {
-        std::fprintf(stderr, "usage: zelbase types   (lists every column type)\n");
+    if (argc == 1 || (argc > 1 && argv[0][0] == '-')) {
+        std::fprintf(stderr,
+                     "usage: zelbase types               (lists every column type)\n"
+                     "       zelbase types TYPE TEXT...  (stored bytes of each value)\n");
         return 2;
+    }
+    if (argc > 1) {
+        ZEL_TYPE t = ZEL_NOVAL;
+        if (!zb_types_find(argv[0], &t)) {
+            std::fprintf(stderr, "zelbase types: no column type \"%s\"\n", argv[0]);
+            return 2;
+        }
+        return zb_types_pack_texts(t, argc - 1, argv + 1);
     }
     std::printf("%-18s %5s  %-14s %-11s %-15s %-23s %4s  %s\n", "type", "code", "row enum", "ddl",
                 "sql", "C field", "size", "alignment");
     for (ZEL_TYPE t : zb_types_all) {
         const ZEL_TYPE_INFO *row = b_typeGetInfo(t);
         if (row == nullptr) continue;
-        // The UTF-8 forms of the wide text types have no row in the size table.
-        const char *name = t == ZEL_WCHAR_UTF8      ? "ZEL_WCHAR_UTF8"
-                           : t == ZEL_WVARCHAR_UTF8 ? "ZEL_WVARCHAR_UTF8"
-                           : t == ZEL_WCLOB_UTF8    ? "ZEL_WCLOB_UTF8"
-                                                    : b_typeGetStr(t);
+        const char *name = zb_types_name(t);
         char size[24];
         const size_t len = b_typeGetLength(t);
         if (len == 0)
