@@ -692,3 +692,38 @@ TEST(SchemaMemory, BuildRetriedUntilItFits) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(SchemaTest, UnionCompatibility) {
+    SCH_INFO other = nullptr;
+    ASSERT_EQ(sch_create(&other, sub), sOKAY);
+    SCH_TBL_INFO a = nullptr, b = nullptr;
+    ASSERT_EQ(fx_addTable(sch, 1, "t", {{"x", ZEL_INT32}, {"y", ZEL_CHAR, 9}}, 0, 0, &a), sOKAY);
+    ASSERT_EQ(fx_addTable(other, 1, "T", {{"X", ZEL_INT32}, {"y", ZEL_CHAR, 9}}, 0, 0, &b), sOKAY);
+    EXPECT_EQ(sch_union_compatible(sch, other), sOKAY);  // names ignore case
+    // A text only in the second catalogue is no difference; only in the
+    // first, it is.
+    ASSERT_EQ(sch_type_set_check_str(sch_col_type(sch_get_col_by_index(b, 0)), "x > 0"), sOKAY);
+    EXPECT_EQ(sch_union_compatible(sch, other), sOKAY);
+    EXPECT_EQ(sch_union_compatible(other, sch), eUNIONCATMISMATCH);
+    ASSERT_EQ(sch_col_set_width(sch_get_col_by_index(a, 1), 3), sOKAY);
+    EXPECT_EQ(sch_union_compatible(sch, other), eUNIONCATMISMATCH);
+    sch_destroy(other);
+}
+
+TEST_F(SchemaTest, FailedReferenceArrayKeepsCount) {
+    SeededTags tags(16);
+    SCH_INFO small = nullptr;
+    ASSERT_EQ(sch_create(&small, tags.sub), sOKAY);
+    SCH_TBL_INFO ti = nullptr;
+    ASSERT_EQ(fx_addTable(small, 1, "t", {{"x", ZEL_INT32}}, 0, 0, &ti), sOKAY);
+    tags.Fill(4096);
+    tags.Fill(64);
+    // The allocation fails; the count stays and the call still succeeds.
+    EXPECT_EQ(sch_tbl_set_next_ref(ti, 60000), sOKAY);
+    EXPECT_EQ(sch_tbl_next_ref(ti), 0);
+    sch_destroy(small);
+}
+
+}  // namespace

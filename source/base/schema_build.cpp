@@ -473,9 +473,9 @@ ZEL_RETCODE sch_tbl_set_next_ref(SCH_TBL_INFO ti, ZEL_REF_INDEX val) {
     const ZEL_RETCODE rc =
         sch_new_size_input(ti->next_ref, val, sizeof(SCH_REF_INFO), &ti->refs, sch_tbl_tag(ti));
     if (rc == eRANGE) return rc;
-    /* A failed allocation still stores the number and reports success: kept
-     * as callers have always seen it. */
-    if (rc == sOKAY || ti->refs == nullptr) ti->next_ref = val;
+    /* A failed allocation leaves next_ref as it was and still reports
+     * success: kept as callers have always seen it. */
+    if (rc == sOKAY) ti->next_ref = val;
     return sOKAY;
 }
 
@@ -1123,9 +1123,10 @@ ZEL_RETCODE sch_ref_finalize(SCH_REF_INFO ri) {
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = sch_ref_finalize_name(ri));
     /* Only the last column's result counts; an earlier failure is
-     * overwritten, as the loader has always done. */
+     * overwritten, as the loader has always done. Columns not linked yet
+     * (the loader links them at the end) are passed over. */
     for (ZEL_COL_INDEX i = 0; i < ri->num_cols; ++i)
-        rc = ri->cols[i] ? sch_col_set_ref(ri->cols[i], ri->ndx) : eBADCAT;
+        if (ri->cols[i]) rc = sch_col_set_ref(ri->cols[i], ri->ndx);
     return rc;
 }
 
