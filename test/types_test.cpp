@@ -120,7 +120,8 @@ std::vector<Vector> vectors() {
     static ZEL_UUID_T uuid;
     std::memcpy(&uuid, uuidBytes, 16);
     static ZEL_PACKED_TIMESTAMPTZ_T tstz = {1, 1, 60};
-    static ZEL_BCD_T pos{}, neg{}, zero{};
+    static ZEL_BCD_T pos{}, neg{}, zero{}, max32{};
+    EXPECT_EQ(zel_bcdFromString(std::string(32, '9').c_str(), &max32), sOKAY);
     EXPECT_EQ(zel_bcdFromString("123.45", &pos), sOKAY);
     EXPECT_EQ(zel_bcdFromString("-123.45", &neg), sOKAY);
     EXPECT_EQ(zel_bcdFromString("0", &zero), sOKAY);
@@ -170,6 +171,8 @@ std::vector<Vector> vectors() {
     num("float -2.5", ZEL_FLOAT, -2.5f, {0xC0, 0x20, 0x00, 0x00});  // sign, exp 128, 1.01b
     num("double 1", ZEL_DOUBLE, 1.0, {0x3F, 0xF0, 0, 0, 0, 0, 0, 0});
     num("double -0", ZEL_DOUBLE, -0.0, {0x80, 0, 0, 0, 0, 0, 0, 0});
+    num("double NaN", ZEL_DOUBLE, std::numeric_limits<double>::quiet_NaN(),
+        {0x7F, 0xF8, 0, 0, 0, 0, 0, 0});  // exponent all ones, top fraction bit
     num("date 1", ZEL_DATE, uint32_t{1}, {0x01});
     // 3652059 - 0x204080 = 1538395 = 0x17795B, 4-byte form
     num("date max", ZEL_DATE, uint32_t{3652059}, {0xE0, 0x17, 0x79, 0x5B});
@@ -182,6 +185,9 @@ std::vector<Vector> vectors() {
     // 719163 - 0x4080 = 0x0AB8BB: 0xC0 | 0x0A, 0xB8, 0xBB; time 0
     num("timestamp 1970", ZEL_TIMESTAMP, ZEL_PACKED_TIMESTAMP_T{719163, 0},
         {0xCA, 0xB8, 0xBB, 0x00});
+    // the last day, then the last time unit of a day, as above
+    num("timestamp max", ZEL_TIMESTAMP, ZEL_PACKED_TIMESTAMP_T{3652059, 863999999},
+        {0xE0, 0x17, 0x79, 0x5B, 0xE8, 0x2B, 0x5F, 0x57, 0x7F});
     // date 1, time 1, tz 60 -> 120 = 0x78
     add("timestamptz", col(ZEL_TIMESTAMPTZ), ptrVal(ZEL_TIMESTAMPTZ, &tstz), {0x01, 0x01, 0x78});
     add("uuid", col(ZEL_UUID), ptrVal(ZEL_UUID, &uuid, 16),
@@ -191,6 +197,11 @@ std::vector<Vector> vectors() {
     // negative: sign nibble 0 and nines' complements 8 7 6 5 4
     add("decimal -123.45", decimalCol(5, 2), ptrVal(ZEL_BCD, &neg, 37), {0x08, 0x76, 0x54});
     add("decimal 0", decimalCol(5, 2), ptrVal(ZEL_BCD, &zero, 37), {0x40, 0x00, 0x00});
+    // prec 32: 17 bytes, the sign nibble, 32 nines, the last nibble unused
+    Bytes nines(17, 0x99);
+    nines.front() = 0x49;
+    nines.back() = 0x90;
+    add("decimal max", decimalCol(32, 0), ptrVal(ZEL_BCD, &max32, 37), nines);
     // byte length 6 ("h", C3 A9, "llo"), then the bytes, no terminator
     add("char héllo", col(ZEL_CHAR, 0, 10), ptrVal(ZEL_CHAR, "h\xC3\xA9llo", 7),
         {0x06, 'h', 0xC3, 0xA9, 'l', 'l', 'o'});

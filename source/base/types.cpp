@@ -1593,7 +1593,6 @@ const ZEL_TYPE_INFO bool_type_info = {B_ALN_INT32, "ZEL_BOOL", "ZEL_BOOL_T", "bo
                                       "BOOLEAN",   "int8_t ",  "int8_t *",   B_TYPE_ROW_OPS(bool)};
 const ZEL_TYPE_INFO int8_type_info = {B_ALN_CHAR, "ZEL_INT8", "int8_t",   "int8",
                                       "TINYINT",  "int8_t ",  "int8_t *", B_TYPE_ROW_OPS(int8)};
-// "BIT" for an unsigned byte is the name the catalogues have always carried.
 const ZEL_TYPE_INFO uint8_type_info = {B_ALN_CHAR, "ZEL_UINT8", "uint8_t",   "uint8",
                                        "BIT",      "uint8_t ",  "uint8_t *", B_TYPE_ROW_OPS(uint8)};
 const ZEL_TYPE_INFO int16_type_info = {B_ALN_INT16, "ZEL_INT16",          "int16_t",

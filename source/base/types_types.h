@@ -76,7 +76,11 @@ typedef const SCH_TYPE_INFO_T *SCH_TYPE_INFO_C;
 
 /* ---- Native forms. */
 
-/* A variable binary in a row buffer: the length, then the bytes in place. */
+/* A variable binary in a row buffer: the length, then the bytes in place.
+ *
+ * OFFSET SIZE MEANING
+ *      0    2 len: bytes that follow, host order
+ *      2  len data */
 typedef struct ZEL_VARBINARY_S {
     uint16_t len;
     uint8_t data[];
