@@ -104,7 +104,6 @@ void zb_demotxt_escapes(FILE *out) {
 }  // namespace
 
 int zb_demo_convert_text(FILE *out) {
-    std::fprintf(out, "== Text parsers of the conversions ==\n");
     zb_demotxt_numbers(out);
     zb_demotxt_int32(out);
     if (!zb_demotxt_dates(out)) return 1;

@@ -160,7 +160,7 @@ void zb_schema_print(FILE *out, SCH_TBL_INFO ti) {
 }  // namespace
 
 int zb_demo_schema(FILE *out) {
-    std::fprintf(out, "== Catalogue: two related tables built through the setters ==\n");
+    std::fprintf(out, "Catalogue: two related tables built through the setters\n");
     B_TAG_MASTER master = nullptr;
     B_TAG_SUB sub = nullptr;
     if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;

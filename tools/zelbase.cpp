@@ -30,6 +30,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Variable integers and the stream encoder", zb_demo_varint},
     {"Conversions", zb_demo_convert},
     {"Text parsers of the conversions", zb_demo_convert_text},
+    {"Type descriptors and stored bytes", zb_demo_types},
+    {"A catalogue of two related tables", zb_demo_schema},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -66,6 +68,8 @@ constexpr Command kCommands[] = {
      zb_cmd_varint},
     {"convert", "--to TYPE [--from TYPE] [--bytes] VALUE", "convert a value between types",
      zb_cmd_convert},
+    {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
+     zb_cmd_types},
 };
 
 void zb_usage(FILE *out) {

@@ -23,6 +23,8 @@ int zb_demo_bcd(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
+int zb_demo_types(FILE *out);
+int zb_demo_schema(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -31,5 +33,6 @@ int zb_cmd_date(int argc, char **argv);
 int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
+int zb_cmd_types(int argc, char **argv);
 
 #endif
