@@ -223,9 +223,6 @@ ZEL_RETCODE cnv_one(const S &s, D &out) {
     }
 }
 
-template <class S>
-constexpr size_t cnv_size = sizeof(S);
-
 template <class S, class D>
 ZEL_RETCODE cnv_num(CNVCB *cb) {
     if constexpr (std::is_same_v<S, D>) {
