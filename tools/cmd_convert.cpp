@@ -1,7 +1,8 @@
 // `zelbase convert --to TYPE [--from TYPE] [--tz MINUTES] [--bytes] VALUE`:
 // reads VALUE as text (or as a value of --from, itself read from the text),
 // converts it to TYPE through the conversion engine and prints the result as
-// text, the status by name and, with --bytes, the value's native bytes in hex.
+// text, the status by name and, with --bytes, its stored bytes (packed through
+// the type descriptors) and its native bytes in hex.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -158,7 +159,14 @@ int zb_cmd_convert(int argc, char **argv) {
         } else {
             std::printf("value:  %s\n", zb_convert_text(dst, tzd).c_str());
             std::printf("status: %s\n", zb_convert_status(rc).c_str());
-            if (bytes) std::printf("bytes:  %s\n", zb_convert_bytes(dst).c_str());
+            if (bytes) {
+                std::string hex;
+                const std::string text = zb_convert_text(dst, tzd);
+                if (zb_types_value_hex(&dst, text.c_str(), &hex) == 0) {
+                    std::printf("stored: %s\n", hex.c_str());
+                }
+                std::printf("native: %s\n", zb_convert_bytes(dst).c_str());
+            }
         }
     }
     zb_convert_free(&dst, sub);

@@ -173,6 +173,12 @@ int zb_types_packed_hex(const SCH_TYPE_INFO_T *pi, const ZEL_VALUE *v, std::stri
     return 0;
 }
 
+int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex) {
+    const SCH_TYPE_INFO_T pi = zb_types_column(v->type, text);
+    if (pi.type_info == nullptr || pi.type_info->pack_fcn == nullptr) return eNOTIMPLEMENTED;
+    return zb_types_packed_hex(&pi, v, hex);
+}
+
 int zb_cmd_types(int argc, char **argv) {
     if (argc == 1 || (argc > 1 && argv[0][0] == '-')) {
         std::fprintf(stderr,

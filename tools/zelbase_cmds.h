@@ -6,6 +6,9 @@
 #define ZELBASE_CMDS_H
 
 #include <cstdio>
+#include <string>
+
+#include "value_types.h"
 
 // A demo section prints to `out` and returns 0, or non-zero on a failure.
 using zb_demo_fcn = int (*)(FILE *out);
@@ -34,5 +37,9 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+
+// The stored bytes of `v` as hex pairs, packed through its type descriptor in a
+// column just wide enough for `text` (the value's text form); 0 or a code.
+int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 
 #endif
