@@ -96,6 +96,9 @@ void zb_bench_pairs(benchmark::State &state, const std::vector<T> &v, F f) {
 void BM_BcdAdd(benchmark::State &s) {
     BM_Bcd<zel_bcdAdd>(s);
 }
+void BM_BcdSub(benchmark::State &s) {
+    BM_Bcd<zel_bcdSub>(s);
+}
 void BM_BcdMult(benchmark::State &s) {
     BM_Bcd<zel_bcdMult>(s);
 }
@@ -109,6 +112,9 @@ void BM_BcdCompare(benchmark::State &s) {
 
 void BM_Dec128Add(benchmark::State &s) {
     zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a + b; });
+}
+void BM_Dec128Sub(benchmark::State &s) {
+    zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a - b; });
 }
 void BM_Dec128Mult(benchmark::State &s) {
     zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a * b; });
@@ -255,6 +261,8 @@ void BM_Int128Pack(benchmark::State &state) {
 BENCHMARK(BM_BcdAdd);
 BENCHMARK(BM_Dec128Add);
 BENCHMARK(BM_Int128Add);
+BENCHMARK(BM_BcdSub);
+BENCHMARK(BM_Dec128Sub);
 BENCHMARK(BM_BcdCompare);
 BENCHMARK(BM_Dec128Compare);
 BENCHMARK(BM_BcdMult);

@@ -155,6 +155,8 @@ struct Frame {
     int off;  // frame position j is at a[off + j]
     int exp;
     int prec;
+    int sign;
+    uint8_t flags;
 };
 
 // Puts the digits d[0..prec] at `at` in a zeroed frame. The frame is cleared
@@ -223,27 +225,48 @@ void zel_bcd_sub_frame(Frame &f) {
     }
 }
 
-void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &res) {
-    uint8_t flags = l.flags | r.flags;
-    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
-    int sign = l.sign;
+// The exact sum or difference in f.a. False when the result is already in
+// `res`: an error zero, a zero of equal magnitudes, or a frame overflow.
+bool zel_bcd_sum_frame(const BcdOp &l, const BcdOp &r, bool subtract, Frame &f, WORK_BCD &res) {
+    f.flags = l.flags | r.flags;
+    if (f.flags & kFlagErrors) {
+        zel_bcd_set_zero(res, f.flags);
+        return false;
+    }
+    f.sign = l.sign;
     const BcdOp *big = &l, *small = &r;
-    if ((l.sign == r.sign) == subtract) {
+    bool add = (l.sign == r.sign) != subtract;
+    if (!add) {
         // Magnitudes differ in sign: subtract the smaller from the larger.
         int c = zel_bcd_ucompare(l, r);
-        if (c == 0) return zel_bcd_set_zero(res, flags);
+        if (c == 0) {
+            zel_bcd_set_zero(res, f.flags);
+            return false;
+        }
         if (c < 0) {
             std::swap(big, small);
-            sign = -sign;
+            f.sign = -f.sign;
         }
     }
-    Frame f;
-    if (!zel_bcd_frame(*big, *small, f)) return zel_bcd_set_zero(res, flags | kFlagOverflow);
-    if ((l.sign == r.sign) != subtract)
+    if (!zel_bcd_frame(*big, *small, f)) {
+        zel_bcd_set_zero(res, f.flags | kFlagOverflow);
+        return false;
+    }
+    if (add)
         zel_bcd_add_frame(f);
     else
         zel_bcd_sub_frame(f);
-    zel_bcd_normalize_res(WideDigits{f.a + f.off, f.prec, f.exp, sign, flags}, res);
+    return true;
+}
+
+inline WideDigits zel_bcd_frame_digits(const Frame &f) {
+    return WideDigits{f.a + f.off, f.prec, f.exp, f.sign, f.flags};
+}
+
+void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &res) {
+    Frame f;
+    if (zel_bcd_sum_frame(l, r, subtract, f, res))
+        zel_bcd_normalize_res(zel_bcd_frame_digits(f), res);
 }
 
 // ---- Multiplication in limbs of eight digits. The exact product does not
@@ -720,6 +743,25 @@ void zel_bcdNormalizeWork(WORK_BCD *w) {
 
 namespace {
 
+// Whether dropping digits steps the kept ones up by one in their last place:
+// `next` is the first digit dropped, `more` says that a non-zero digit follows
+// it, `odd` that the last kept digit is odd.
+inline bool zel_bcd_rounds_up(ZEL_BCD_ROUNDING_MODE rounding_mode, int next, bool more, bool odd,
+                              int sign) {
+    switch (static_cast<int>(rounding_mode)) {
+        case ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN:
+            return next > 5 || (next == 5 && (more || odd));
+        case ZEL_BCD_ROUND_NEAREST_TIES_AWAY_FROM_ZERO:
+            return next >= 5;
+        case ZEL_BCD_ROUND_UP:
+            return sign > 0;
+        case ZEL_BCD_ROUND_DOWN:
+            return sign < 0;
+        default:
+            return false;
+    }
+}
+
 // zel_bcdAssignResult on a work record that may be used up.
 ZEL_RETCODE zel_bcd_assign(WORK_BCD &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *result) {
     // Past prec the digits are 0 once normalised, so 33 bytes copy as they are.
@@ -751,24 +793,7 @@ ZEL_RETCODE zel_bcd_assign(WORK_BCD &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL
         } else {
             next = w.data[n + 1];
         }
-        bool inc;
-        switch (static_cast<int>(rounding_mode)) {
-            case ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN:
-                inc = next > 5 || (next == 5 && (w.prec - n > 1 || (w.data[n] & 1)));
-                break;
-            case ZEL_BCD_ROUND_NEAREST_TIES_AWAY_FROM_ZERO:
-                inc = next >= 5;
-                break;
-            case ZEL_BCD_ROUND_UP:
-                inc = w.sign > 0;
-                break;
-            case ZEL_BCD_ROUND_DOWN:
-                inc = w.sign < 0;
-                break;
-            default:
-                inc = false;
-                break;
-        }
+        bool inc = zel_bcd_rounds_up(rounding_mode, next, w.prec - n > 1, w.data[n] & 1, w.sign);
         w.prec = static_cast<uint8_t>(n);
         std::memset(w.data + n + 1, 0, static_cast<size_t>(kWorkPrec - n));
         if (inc) {
@@ -795,6 +820,53 @@ ZEL_RETCODE zel_bcd_assign(WORK_BCD &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL
     result->flags = w.flags;
     result->sign = w.sign;
     return zel_bcdRetcode(w.flags);
+}
+
+// A sum of two decimals. Its exact digits, at most 40 of them and no more
+// than 40 places, are rounded to 32 straight from the frame: the cut to 40
+// digits would leave them as they are, and what the reduction does with them
+// is done here in one pass. The rare rest (a carry out of the top in rounding,
+// a zero, more digits, tiny or huge values) takes the general way.
+ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                          ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
+    WORK_BCD w;
+    Frame f;
+    if (!zel_bcd_sum_frame(zel_bcd_op32(l), zel_bcd_op32(r), subtract, f, w))
+        return zel_bcd_assign(w, rounding_mode, res);
+    const uint8_t *d = f.a + f.off;
+    int prec = f.prec, exp = f.exp;
+    while (prec > exp && prec > 0 && d[prec] == 0) --prec;
+    int k = 0;
+    while (k <= prec && d[k] == 0) ++k;
+    d += k - 1;  // the digits are d[1..np]
+    int np = prec + 1 - k, ne = exp + 1 - k;
+    int n = std::min(np, kMaxPrec);
+    if (n - ne > kMaxPrec) n = ne + kMaxPrec;
+    if (k <= prec && np <= kWorkPrec && np - ne <= kWorkPrec && ne <= np && ne <= kMaxPrec &&
+        n >= 1 && !(f.flags & ZEL_BCD_FLAG_NOMEMORY)) {
+        uint8_t out[sizeof res->data] = {};
+        std::memcpy(out + 1, d + 1, static_cast<size_t>(n));
+        uint8_t flags = f.flags;
+        if (n < np) {
+            flags |= kFlagLoss;
+            if (zel_bcd_rounds_up(rounding_mode, d[n + 1], np - n > 1, d[n] & 1, f.sign)) {
+                int i = n;
+                while (out[i] == 9) out[i--] = 0;
+                ++out[i];
+            }
+            while (n > ne && out[n] == 0) --n;
+        }
+        if (out[0] == 0) {
+            std::memcpy(res->data, out, sizeof out);
+            res->prec = static_cast<uint8_t>(n);
+            res->exp = static_cast<int8_t>(ne);
+            res->flags = flags;
+            res->sign = static_cast<int8_t>(f.sign);
+            return zel_bcdRetcode(flags);
+        }
+    }
+    zel_bcd_normalize_res(zel_bcd_frame_digits(f), w);
+    return zel_bcd_assign(w, rounding_mode, res);
 }
 
 }  // namespace
@@ -830,16 +902,12 @@ void zel_bcdWorkReciprocal(const WORK_BCD *bcd, WORK_BCD *res) {
 
 ZEL_RETCODE zel_bcdAdd(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                        ZEL_BCD_T *res) {
-    WORK_BCD w;
-    zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), false, w);
-    return zel_bcd_assign(w, rounding_mode, res);
+    return zel_bcd_add32(l, r, false, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdSub(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                        ZEL_BCD_T *res) {
-    WORK_BCD w;
-    zel_bcd_work_add(zel_bcd_op32(l), zel_bcd_op32(r), true, w);
-    return zel_bcd_assign(w, rounding_mode, res);
+    return zel_bcd_add32(l, r, true, rounding_mode, res);
 }
 
 ZEL_RETCODE zel_bcdMult(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
