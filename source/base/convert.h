@@ -75,7 +75,7 @@ ZEL_NODISCARD ZEL_RETCODE b_convertZelValueToBuffer(const ZEL_VALUE *pSrcVal, ZE
                                                     void *pvDstBuf, size_t bytesIn,
                                                     size_t *pnOffset, size_t *pBytesOut);
 
-/* Converts an array value element by element into a new array of dstType
+/* Converts an array value element by element into a fresh array of dstType
  * (boolean, integer or floating, else eINVCONVERT) allocated from the tag and
  * owned by the caller. An element that fails is skipped and left as the
  * allocation had it; the code is that of the last element. eNOMEMORY. */

@@ -225,7 +225,7 @@ ZEL_NODISCARD ZEL_RETCODE zel_timezoneFromString(const char *str, int16_t *tz_di
 ZEL_NODISCARD ZEL_RETCODE zel_dateValidateFormat(ZEL_DATE_FORMAT df); /* eINVDATEFMT */
 ZEL_NODISCARD ZEL_RETCODE zel_dateValidateSeparator(char date_sep);   /* eINVDATESEP */
 ZEL_NODISCARD ZEL_RETCODE zel_timeValidateFormat(ZEL_TIME_FORMAT tf); /* eINVTIMEFMT */
-/* A new text like "YYYY-MM-DD" on `subTag` in *fmtString (the caller frees it
+/* A fresh text like "YYYY-MM-DD" on `subTag` in *fmtString (the caller frees it
  * on the tag). eINVDATEFMT, eINVDATESEP, eINVNULLARG, or the tag's code. */
 ZEL_NODISCARD ZEL_RETCODE zel_dateCreateFormatString(ZEL_DATE_FORMAT df, char ds, B_TAG_SUB subTag,
                                                      char **fmtString);
@@ -234,7 +234,7 @@ ZEL_NODISCARD ZEL_RETCODE zel_dateCreateFormatString(ZEL_DATE_FORMAT df, char ds
  * included; eINVNULLARG. */
 ZEL_NODISCARD ZEL_RETCODE zel_dateParseFormatString(const char *format, ZEL_DATE_FORMAT *fmt_type,
                                                     char *sep_char);
-/* A new copy of the format's name ("HH:MM:SS.FF"...) on `subTag`.
+/* A fresh copy of the format's name ("HH:MM:SS.FF"...) on `subTag`.
  * eINVTIMEFMT, eINVNULLARG, or the tag's code. */
 ZEL_NODISCARD ZEL_RETCODE zel_timeCreateFormatString(ZEL_TIME_FORMAT tf, B_TAG_SUB subTag,
                                                      char **fmtString);

@@ -43,7 +43,7 @@ ZEL_NODISCARD ZEL_RETCODE b_fnprintf(ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx, const
     ZEL_PRINTF_FMT(3, 4);
 /* Calls `fcn` for each byte of `str` up to its terminator; the first failure. */
 ZEL_NODISCARD ZEL_RETCODE b_outputString(ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx, const char *str);
-/* A new text from the sub tag, exactly its length + 1 bytes, in *res (written
+/* A fresh text from the sub tag, exactly its length + 1 bytes, in *res (written
  * only on success; the caller frees it on the tag). eNOMEMORY when vsnprintf
  * fails, else the tag's code. */
 ZEL_NODISCARD ZEL_RETCODE b_makeStrV(B_TAG_SUB subTag, char **res, const char *fmt, va_list args);
@@ -56,7 +56,7 @@ ZEL_NODISCARD ZEL_RETCODE b_makeStrStack(B_TAG_STACK stackTag, char **res, const
     ZEL_PRINTF_FMT(3, 4);
 /* Appends formatted text to the text in *res, allocated on `subTag` (or null).
  * `str` is the existing text whose length counts (null: length 0), normally
- * *res itself. *res is resized to old + new length + 1 and the new part is
+ * *res itself. *res is resized to old + added length + 1 and the added part is
  * written at the old length. eNOMEMORY when vsnprintf fails; otherwise sOKAY,
  * even when the resize failed (then *res stands and nothing is written).
  * Lengths are 32-bit. */

@@ -32,7 +32,7 @@ void b_llInit(B_LL_T *ll, B_TAG_SUB subTag);
 /* Frees every node from the head on and clears `subTag`; the items stay. */
 void b_llTerm(B_LL_T *ll);
 uint32_t b_llGetNodeCount(const B_LL_T *ll);
-/* Link `ptr` in a new cleared node at the head or the tail; eNOMEMORY. */
+/* Link `ptr` in a fresh cleared node at the head or the tail; eNOMEMORY. */
 ZEL_NODISCARD ZEL_RETCODE b_llAddHead(B_LL_T *ll, const void *ptr);
 ZEL_NODISCARD ZEL_RETCODE b_llAddTail(B_LL_T *ll, const void *ptr);
 /* The item at an end, null when empty; the cursor does not move. */

@@ -52,7 +52,7 @@ void b_poolInit(B_POOL_T *pool, B_TAG_SUB subTag, B_POOL_SIZE_INFO size_info,
                 B_POOL_USERDATA userdata);
 /* An object of at least `sz` bytes in *res (res: address of the caller's
  * pointer). Only the head of the free list is looked at: a head too small is
- * destroyed and a new object made. `mode` B_POOL_ALLOC_CLEAR zeroes `sz` bytes,
+ * destroyed and a fresh object made. `mode` B_POOL_ALLOC_CLEAR zeroes `sz` bytes,
  * B_POOL_ALLOC_COPY copies `sz` bytes from `data`, after any constructor; a
  * reused object otherwise keeps what its last user left. eNOMEMORY for any
  * allocation failure. */

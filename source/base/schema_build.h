@@ -19,7 +19,7 @@ ZEL_EXTERN_C_BEGIN
 
 /* ---- Catalogue, sizing and counters. */
 
-/* A new catalogue on `subTag`: drawers 2 to 4 and table 0 built in,
+/* A fresh catalogue on `subTag`: drawers 2 to 4 and table 0 built in,
  * next_drawer 5, one table. eINVNULLARG, allocation codes. */
 ZEL_NODISCARD ZEL_RETCODE sch_create(SCH_INFO *psch, B_TAG_SUB subTag);
 /* Frees everything the catalogue owns, then the record; null is accepted.
@@ -27,7 +27,7 @@ ZEL_NODISCARD ZEL_RETCODE sch_create(SCH_INFO *psch, B_TAG_SUB subTag);
 void sch_destroy(SCH_INFO sch);
 
 /* Grows the array at *(void **)ptr from curr_items to new_items of
- * item_size, clearing the new part. Equal: nothing; smaller: eRANGE. */
+ * item_size, clearing the added part. Equal: nothing; smaller: eRANGE. */
 ZEL_NODISCARD ZEL_RETCODE sch_new_size_input(size_t curr_items, size_t new_items, size_t item_size,
                                              void *ptr, B_TAG_SUB subTag);
 ZEL_NODISCARD ZEL_RETCODE sch_set_max_drawer(SCH_INFO sch, ZEL_DRAWER val);

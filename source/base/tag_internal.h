@@ -160,7 +160,7 @@ typedef struct SUB_BLOCK_LAYOUT_S {
  * under the master's mutex, the copy included. Grows in place into a free run
  * right after it, else moves (the only case where *pBlock differs from
  * `block`); shrinking frees the tail. *pPage_increment gets the change in
- * pages. sOKAY, or the failure of a new run, the old run then intact. */
+ * pages. sOKAY, or the failure of a fresh run, the old run then intact. */
 ZEL_NODISCARD ZEL_RETCODE tag_masterReallocPages(B_TAG_MASTER tag_master, void *block,
                                                  uint16_t new_pages, int16_t *pPage_increment,
                                                  void **pBlock);

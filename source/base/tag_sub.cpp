@@ -163,7 +163,7 @@ void tag_subStore(void *pBuf, void *value) {
     *static_cast<void **>(pBuf) = value;
 }
 
-/* A new page for class `index`, the only entry of its list. */
+/* A fresh page for class `index`, the only entry of its list. */
 [[gnu::noinline]] ZEL_RETCODE tag_subNewPage(TAG_SUB_HEADER_T *header, int index,
                                              SUB_BLOCK_T **pPage) {
     const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];

@@ -81,7 +81,7 @@ extern const ZEL_TYPE_INFO wclob_utf8_type_info;
  * tostring(pi, val, elem, flags, fcn, ctx): the value (the element `elem` of
  *   an array, eRANGE past `elems`) as text through `fcn`.
  * fromstring(pi, value, elem, flags, subTag, input): parses `input` into
- *   `value` (an array column gets a new cleared array with element `elem`).
+ *   `value` (an array column gets a fresh cleared array with element `elem`).
  * cmp(pi, limit, col1, col2): ZEL_LT, ZEL_EQ or ZEL_GT; a null value first;
  *   `limit` bounds text and binary compares when not 0.
  * hash(pi, col, hashctx): feeds the value's bytes, numbers high byte first.

@@ -18,7 +18,7 @@ ZEL_EXTERN_C_BEGIN
 #define ZEL_UUID_TEXT_LEN 36
 #define ZEL_UUID_TEXT_LEN_BRACES 38
 
-/* A new random UUID of version 4 and the RFC 4122 variant, from two calls of
+/* A fresh random UUID of version 4 and the RFC 4122 variant, from two calls of
  * psp_envSeed. eINVNULLARG for a null `uuid`. */
 ZEL_NODISCARD ZEL_RETCODE zel_uuidCreate(ZEL_UUID_T *uuid);
 /* The text through `fcn`, in braces when `braces` is set; the first failure
