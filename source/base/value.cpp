@@ -67,7 +67,7 @@ struct ValueSubTag {
         return b_tag_subAllocCopy(tag, s, n, p);
     }
     ZEL_RETCODE copyString(const char *s, void *p) const { return b_tag_subCopyString(tag, s, p); }
-    void free(const void *p) const { b_tag_subFreeCanBeNull(tag, const_cast<void *>(p)); }
+    void release(const void *p) const { b_tag_subFreeCanBeNull(tag, const_cast<void *>(p)); }
 };
 
 struct ValueStackTag {
@@ -80,7 +80,7 @@ struct ValueStackTag {
     ZEL_RETCODE copyString(const char *s, void *p) const {
         return b_tag_stackCopyString(tag, s, p);
     }
-    void free(const void *p) const {
+    void release(const void *p) const {
         if (p != nullptr) b_tag_stackFree(tag, const_cast<void *>(p));
     }
 };
@@ -307,23 +307,23 @@ void zel_valueRelease(ZEL_VALUE *v, Tag tag) {
     const int family = zel_valueFamily(type);
     if (zel_valueIsNarrowText(type) || (zel_valueIsLob(type) && family != ZEL_FAMILY_BINARY)) {
         if (v->len != 0) {
-            tag.free(v->vt.pv);
+            tag.release(v->vt.pv);
             v->vt.pv = nullptr;
             v->len = 0;
         }
     } else if (type == ZEL_BCD || type == ZEL_UUID) {
-        tag.free(v->vt.pv);
+        tag.release(v->vt.pv);
         v->vt.pv = nullptr;
     } else if (family == ZEL_FAMILY_BINARY) {
         if (v->vt.pv != nullptr) {
-            tag.free(v->vt.pv);
+            tag.release(v->vt.pv);
             v->vt.pv = nullptr;
             v->len = 0;
         }
     } else if (v->elts != 0) {
         // Time stamps with zone and wide text stay with the tag: the value
         // cannot tell a borrowed pointer from an owned one for them.
-        tag.free(v->vt.pv);
+        tag.release(v->vt.pv);
         v->vt.pv = nullptr;
         v->elts = 0;
     }
