@@ -577,6 +577,136 @@ bool zel_bcd_newton_limbs(const WORK_BCD &copy, WORK_BCD &res) {
     return true;
 }
 
+// ---- The same iteration on a fixed grid. Every value of the iteration that
+// has been cut holds no digit below 10^-40 and, for a well-formed operand,
+// stays below 10^8: six limbs of 10^8, limb i weighing 10^(8i - 40). With the
+// sizes known, the loops unroll and nothing is trimmed or aligned; a value
+// that leaves the grid sends the work back to the general limbs.
+constexpr int kFixLimbs = 6;
+
+struct Fix {
+    uint64_t w[kFixLimbs];
+};
+
+// What normalize_res keeps of a value on the grid: 40 significant digits.
+// Digits below 10^-40 are never on the grid, so only a value of 1 or more
+// loses digits, as many as its top limb has, and all from limb 0.
+inline void zel_bcd_fix_cut(Fix &x) {
+    uint64_t v = x.w[kFixLimbs - 1];
+    if (v == 0) return;
+    int drop = 1 + (v >= 10) + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) +
+               (v >= 1000000) + (v >= 10000000);
+    x.w[0] = drop == 8 ? 0 : x.w[0] - zel_bcd_lim_low_digits(x.w[0], drop);
+}
+
+inline int zel_bcd_fix_cmp(const Fix &a, const Fix &b) {
+    for (int i = kFixLimbs - 1; i >= 0; --i)
+        if (a.w[i] != b.w[i]) return a.w[i] > b.w[i] ? 1 : -1;
+    return 0;
+}
+
+// r = cut(a * b), b with limbs only from `lo` up (the ones below are 0).
+// False when the product reaches 10^8.
+inline bool zel_bcd_fix_mul_cut(const Fix &a, const Fix &b, int lo, Fix &r) {
+    if (lo >= kFixLimbs) {
+        r = Fix{};
+        return true;
+    }
+    uint64_t acc[2 * kFixLimbs];
+    for (int k = 0; k < lo; ++k) acc[k] = 0;
+    for (int i = 0; i < kFixLimbs; ++i) acc[lo + i] = a.w[i] * b.w[lo];
+    for (int k = lo + kFixLimbs; k < 2 * kFixLimbs; ++k) acc[k] = 0;
+    for (int j = lo + 1; j < kFixLimbs; ++j)
+        for (int i = 0; i < kFixLimbs; ++i) acc[i + j] += a.w[i] * b.w[j];
+    // Columns below 10^-40 (0 to 4) only pass their carry on.
+    uint64_t carry = 0;
+    for (int k = 0; k < 5; ++k) carry = (acc[k] + carry) / kLimb;
+    for (int k = 5; k < 5 + kFixLimbs; ++k) {
+        uint64_t v = acc[k] + carry;
+        carry = v / kLimb;
+        r.w[k - 5] = v - carry * kLimb;
+    }
+    if ((acc[11] + carry) != 0) return false;
+    zel_bcd_fix_cut(r);
+    return true;
+}
+
+// r = a + b or a - b (a not the smaller). False on a carry out of the grid.
+inline bool zel_bcd_fix_addsub(const Fix &a, const Fix &b, bool sub, Fix &r) {
+    uint64_t carry = 0;
+    if (sub) {
+        for (int i = 0; i < kFixLimbs; ++i) {
+            uint64_t v = a.w[i] - b.w[i] - carry;  // wraps below 0
+            carry = v >> 63;
+            r.w[i] = v + (carry ? kLimb : 0);
+        }
+    } else {
+        for (int i = 0; i < kFixLimbs; ++i) {
+            uint64_t v = a.w[i] + b.w[i] + carry;
+            carry = v >= kLimb;
+            r.w[i] = v - (carry ? kLimb : 0);
+        }
+    }
+    return carry == 0;
+}
+
+// Digits d[1..n] of a value of exponent e (0.d1d2... times 10^e) onto the grid.
+// False when they do not fit.
+bool zel_bcd_fix_from_digits(const uint8_t *d, int n, int e, Fix &x) {
+    int at = 8 - e;  // index of digit 1 in a buffer of the 48 grid digits from 10^7 down
+    if (at < 0 || at + n > 8 * kFixLimbs) return false;
+    alignas(8) uint8_t buf[8 * kFixLimbs] = {};
+    std::memcpy(buf + at, d + 1, static_cast<size_t>(n));
+    for (int k = 0; k < kFixLimbs; ++k) x.w[kFixLimbs - 1 - k] = zel_bcd_eight_digits(buf + 8 * k);
+    return true;
+}
+
+// Newton's iteration on the grid, step for step what zel_bcd_newton_limbs
+// does. False, with `res` as it was, when a value leaves the grid.
+bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
+    if (copy.flags & ~kFlagLoss) return false;
+    for (int i = 1; i <= copy.prec; ++i)
+        if (copy.data[i] > 9) return false;
+    Fix c, one = {{0, 0, 0, 0, 0, 1}};
+    if (!zel_bcd_fix_from_digits(copy.data, copy.prec, 0, c)) return false;
+    int clo = 0;
+    while (clo < kFixLimbs && c.w[clo] == 0) ++clo;
+    Fix buf[4];
+    Fix *r = &buf[0], *last = &buf[1], *u = &buf[2], *ex = &buf[3];
+    if (!zel_bcd_fix_from_digits(res.data, res.prec, res.exp, *r)) return false;
+    bool assigned = false;
+    for (int step = 0; step < kMaxNewtonSteps; ++step) {
+        Fix t, d, t2;
+        if (!zel_bcd_fix_mul_cut(*r, c, clo, t)) return false;
+        int above = zel_bcd_fix_cmp(t, one);
+        if (above == 0) break;  // t is exactly 1
+        // d = |1 - t|; `above` holds the sign of t - 1
+        zel_bcd_fix_addsub(above < 0 ? one : t, above < 0 ? t : one, true, d);
+        zel_bcd_fix_cut(d);
+        int dlo = 0;
+        while (dlo < kFixLimbs && d.w[dlo] == 0) ++dlo;
+        if (!zel_bcd_fix_mul_cut(*r, d, dlo, t2)) return false;
+        if (above > 0 && zel_bcd_fix_cmp(*r, t2) <= 0) return false;
+        if (!zel_bcd_fix_addsub(*r, t2, above > 0, *ex)) return false;
+        *u = *ex;
+        zel_bcd_fix_cut(*u);
+        if (zel_bcd_fix_cmp(*r, *u) == 0) break;
+        std::swap(r, u);
+        // The record is made from the exact sum, as zel_bcd_newton_limbs does.
+        std::swap(last, ex);
+        assigned = true;
+    }
+    const Fix &out = assigned ? *last : *r;
+    alignas(8) uint8_t digits[8 + 8 * kFixLimbs];
+    for (int k = 0; k < kFixLimbs; ++k)
+        zel_bcd_limb_digits(static_cast<uint32_t>(out.w[k]), digits + 8 + (kFixLimbs - 1 - k) * 8);
+    uint8_t *dg = digits + 7;
+    dg[0] = 0;
+    uint8_t flags = assigned ? copy.flags : res.flags;
+    zel_bcd_normalize_res(WideDigits{dg, 8 * kFixLimbs, 8, copy.sign, flags}, res);
+    return true;
+}
+
 void zel_bcd_newton_digits(const WORK_BCD &copy, WORK_BCD &res) {
     static constexpr WORK_BCD one = {1, 1, 0, 1, {0, 1}};
     const BcdOp cop = zel_bcd_op(copy, kWorkPrec);
@@ -611,7 +741,8 @@ void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
     res.exp = row.exp;
     res.sign = copy.sign;
     std::memcpy(res.data + 1, row.data, row.prec);
-    if (!zel_bcd_newton_limbs(copy, res)) zel_bcd_newton_digits(copy, res);
+    if (!zel_bcd_newton_fix(copy, res) && !zel_bcd_newton_limbs(copy, res))
+        zel_bcd_newton_digits(copy, res);
     res.exp = static_cast<int8_t>(res.exp - rexp);
 }
 
