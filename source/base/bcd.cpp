@@ -605,19 +605,25 @@ inline int zel_bcd_fix_cmp(const Fix &a, const Fix &b) {
     return 0;
 }
 
-// r = cut(a * b), b with limbs only from `lo` up (the ones below are 0).
-// False when the product reaches 10^8.
-inline bool zel_bcd_fix_mul_cut(const Fix &a, const Fix &b, int lo, Fix &r) {
-    if (lo >= kFixLimbs) {
-        r = Fix{};
-        return true;
+// The limbs [lo, hi) of x outside which all are 0 (an empty span for 0).
+inline void zel_bcd_fix_span(const Fix &x, int &lo, int &hi) {
+    lo = 0;
+    while (lo < kFixLimbs && x.w[lo] == 0) ++lo;
+    hi = kFixLimbs;
+    while (hi > lo && x.w[hi - 1] == 0) --hi;
+}
+
+// r = cut(a * b), b with non-zero limbs only in [lo, hi). False when the
+// product reaches 10^8.
+inline bool zel_bcd_fix_mul_cut(const Fix &a, const Fix &b, int lo, int hi, Fix &r) {
+    uint64_t acc[2 * kFixLimbs] = {};
+#pragma GCC unroll 6
+    for (int j = 0; j < kFixLimbs; ++j) {
+        if (j < lo || j >= hi) continue;
+        uint64_t bj = static_cast<uint32_t>(b.w[j]);  // limbs are below 2^32
+#pragma GCC unroll 6
+        for (int i = 0; i < kFixLimbs; ++i) acc[i + j] += static_cast<uint32_t>(a.w[i]) * bj;
     }
-    uint64_t acc[2 * kFixLimbs];
-    for (int k = 0; k < lo; ++k) acc[k] = 0;
-    for (int i = 0; i < kFixLimbs; ++i) acc[lo + i] = a.w[i] * b.w[lo];
-    for (int k = lo + kFixLimbs; k < 2 * kFixLimbs; ++k) acc[k] = 0;
-    for (int j = lo + 1; j < kFixLimbs; ++j)
-        for (int i = 0; i < kFixLimbs; ++i) acc[i + j] += a.w[i] * b.w[j];
     // Columns below 10^-40 (0 to 4) only pass their carry on.
     uint64_t carry = 0;
     for (int k = 0; k < 5; ++k) carry = (acc[k] + carry) / kLimb;
@@ -669,23 +675,23 @@ bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
         if (copy.data[i] > 9) return false;
     Fix c, one = {{0, 0, 0, 0, 0, 1}};
     if (!zel_bcd_fix_from_digits(copy.data, copy.prec, 0, c)) return false;
-    int clo = 0;
-    while (clo < kFixLimbs && c.w[clo] == 0) ++clo;
+    int clo, chi;
+    zel_bcd_fix_span(c, clo, chi);
     Fix buf[4];
     Fix *r = &buf[0], *last = &buf[1], *u = &buf[2], *ex = &buf[3];
     if (!zel_bcd_fix_from_digits(res.data, res.prec, res.exp, *r)) return false;
     bool assigned = false;
     for (int step = 0; step < kMaxNewtonSteps; ++step) {
         Fix t, d, t2;
-        if (!zel_bcd_fix_mul_cut(*r, c, clo, t)) return false;
+        if (!zel_bcd_fix_mul_cut(*r, c, clo, chi, t)) return false;
         int above = zel_bcd_fix_cmp(t, one);
         if (above == 0) break;  // t is exactly 1
         // d = |1 - t|; `above` holds the sign of t - 1
         zel_bcd_fix_addsub(above < 0 ? one : t, above < 0 ? t : one, true, d);
         zel_bcd_fix_cut(d);
-        int dlo = 0;
-        while (dlo < kFixLimbs && d.w[dlo] == 0) ++dlo;
-        if (!zel_bcd_fix_mul_cut(*r, d, dlo, t2)) return false;
+        int dlo, dhi;
+        zel_bcd_fix_span(d, dlo, dhi);
+        if (!zel_bcd_fix_mul_cut(*r, d, dlo, dhi, t2)) return false;
         if (above > 0 && zel_bcd_fix_cmp(*r, t2) <= 0) return false;
         if (!zel_bcd_fix_addsub(*r, t2, above > 0, *ex)) return false;
         *u = *ex;
