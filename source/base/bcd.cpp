@@ -669,7 +669,9 @@ bool zel_bcd_fix_from_digits(const uint8_t *d, int n, int e, Fix &x) {
 
 // Newton's iteration on the grid, step for step what zel_bcd_newton_limbs
 // does. False, with `res` as it was, when a value leaves the grid.
-bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
+// `out` is the exact sum the last iterate was cut from (the start value when
+// no step was taken, as `assigned` says).
+bool zel_bcd_newton_fix_run(const WORK_BCD &copy, const WORK_BCD &res, Fix &out, bool &assigned) {
     if (copy.flags & ~kFlagLoss) return false;
     for (int i = 1; i <= copy.prec; ++i)
         if (copy.data[i] > 9) return false;
@@ -680,7 +682,7 @@ bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
     Fix buf[4];
     Fix *r = &buf[0], *last = &buf[1], *u = &buf[2], *ex = &buf[3];
     if (!zel_bcd_fix_from_digits(res.data, res.prec, res.exp, *r)) return false;
-    bool assigned = false;
+    assigned = false;
     for (int step = 0; step < kMaxNewtonSteps; ++step) {
         Fix t, d, t2;
         if (!zel_bcd_fix_mul_cut(*r, c, clo, chi, t)) return false;
@@ -702,7 +704,16 @@ bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
         std::swap(last, ex);
         assigned = true;
     }
-    const Fix &out = assigned ? *last : *r;
+    out = assigned ? *last : *r;
+    return true;
+}
+
+// Newton's iteration on the grid into the 40-digit form. False, with `res`
+// as it was, when a value leaves the grid.
+bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
+    Fix out;
+    bool assigned;
+    if (!zel_bcd_newton_fix_run(copy, res, out, assigned)) return false;
     alignas(8) uint8_t digits[8 + 8 * kFixLimbs];
     for (int k = 0; k < kFixLimbs; ++k)
         zel_bcd_limb_digits(static_cast<uint32_t>(out.w[k]), digits + 8 + (kFixLimbs - 1 - k) * 8);
@@ -728,17 +739,25 @@ void zel_bcd_newton_digits(const WORK_BCD &copy, WORK_BCD &res) {
     }
 }
 
-void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
-    if (x.flags & kFlagErrors) return zel_bcd_set_zero(res, x.flags);
-    WORK_BCD copy;
+// The operand of a reciprocal as a magnitude in [0.1, 1) (`copy`, its
+// exponent in `rexp`) and the start value of the iteration in `res`. False
+// when `res` already holds the result: an error zero or a division by zero.
+bool zel_bcd_recip_start(const BcdOp &x, WORK_BCD &copy, WORK_BCD &res, int &rexp) {
+    if (x.flags & kFlagErrors) {
+        zel_bcd_set_zero(res, x.flags);
+        return false;
+    }
     zel_bcd_set_zero(copy, x.flags);
     std::memcpy(copy.data, x.d, static_cast<size_t>(x.prec) + 1);
     copy.prec = static_cast<uint8_t>(x.prec);
     copy.exp = static_cast<int8_t>(std::clamp(x.exp, -100, 100));
     copy.sign = static_cast<int8_t>(x.sign);
     zel_bcdNormalizeWork(&copy);
-    if (copy.prec == 0) return zel_bcd_set_zero(res, ZEL_BCD_FLAG_DIVBY0);
-    int rexp = copy.exp;
+    if (copy.prec == 0) {
+        zel_bcd_set_zero(res, ZEL_BCD_FLAG_DIVBY0);
+        return false;
+    }
+    rexp = copy.exp;
     copy.exp = 0;  // magnitude now in [0.1, 1)
     int n = copy.data[1] * 10 + (copy.prec > 1 ? copy.data[2] : 0);
     const X0_LOOKUP &row = x0_start.rows[std::clamp(n, 10, 99) - 10];
@@ -747,6 +766,13 @@ void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
     res.exp = row.exp;
     res.sign = copy.sign;
     std::memcpy(res.data + 1, row.data, row.prec);
+    return true;
+}
+
+void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
+    WORK_BCD copy;
+    int rexp;
+    if (!zel_bcd_recip_start(x, copy, res, rexp)) return;
     if (!zel_bcd_newton_fix(copy, res) && !zel_bcd_newton_limbs(copy, res))
         zel_bcd_newton_digits(copy, res);
     res.exp = static_cast<int8_t>(res.exp - rexp);
@@ -758,6 +784,67 @@ void zel_bcd_work_div(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
     WORK_BCD recip;
     zel_bcd_work_reciprocal(r, recip);
     zel_bcd_work_mult(l, zel_bcd_op(recip, kWorkPrec), res);
+}
+
+// zel_bcd_work_div with the reciprocal left on the grid: its 40 digits are
+// the grid value cut, and the product with them is exact however it is
+// formed, so the digit form of the reciprocal is skipped. False, with `res`
+// untouched, for what only the general way covers: flags other than a lost
+// digit, a zero or malformed dividend, values off the grid.
+bool zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
+    if (((l.flags | r.flags) & ~kFlagLoss) || l.prec == 0 || l.exp > l.prec) return false;
+    uint64_t a[5];
+    int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
+    for (int i = 0; i < na; ++i)
+        if (a[i] >= kLimb) return false;  // a digit above 9
+    WORK_BCD copy, start;
+    int rexp;
+    Fix q;
+    bool assigned;
+    if (!zel_bcd_recip_start(r, copy, start, rexp) ||
+        !zel_bcd_newton_fix_run(copy, start, q, assigned))
+        return false;
+    // The reciprocal's record: its digits count from the first non-zero one
+    // to the last (fraction zeros stripped, then cut to 40), its exponent
+    // the count of integer digits, less rexp.
+    int top = kFixLimbs - 1, low = 0;
+    while (top > 0 && q.w[top] == 0) --top;
+    while (low < top && q.w[low] == 0) ++low;
+    uint64_t v = q.w[top];
+    if (v == 0) return false;
+    int digits = 8 * top + 1 + (v >= 10) + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) +
+                 (v >= 1000000) + (v >= 10000000);
+    int zeros = 8 * low;
+    for (uint64_t z = q.w[low]; z % 10 == 0; z /= 10) ++zeros;
+    int rcp_prec = std::min(digits - std::min(zeros, kWorkPrec), kWorkPrec);
+    int rcp_exp = digits - kWorkPrec - rexp;
+    if (rcp_exp < -128 || rcp_exp > 127) return false;
+    int exp = l.exp + rcp_exp;
+    if (exp > 100 || exp < -100) return false;
+    uint8_t flags = l.flags | (assigned ? copy.flags : start.flags);
+    // The product's digits do not reach its units: its integer part does not fit.
+    if (exp > l.prec + rcp_prec) {
+        zel_bcd_set_zero(res, flags | kFlagOverflow);
+        return true;
+    }
+    zel_bcd_fix_cut(q);
+    uint64_t acc[5 + kFixLimbs] = {};
+    for (int i = 0; i < na; ++i)
+        for (int j = 0; j < kFixLimbs; ++j) acc[i + j] += a[i] * q.w[j];
+    int n = na + kFixLimbs;
+    alignas(8) uint8_t dg[8 + 8 * (5 + kFixLimbs)];
+    uint64_t carry = 0;
+    for (int k = 0; k < n; ++k) {
+        uint64_t x = acc[k] + carry;
+        carry = x / kLimb;
+        zel_bcd_limb_digits(static_cast<uint32_t>(x - carry * kLimb), dg + 8 + (n - 1 - k) * 8);
+    }
+    dg[7] = 0;
+    // The digits are those of l times q, an integer, times 10^(l.exp - l.prec - 40 - rexp).
+    zel_bcd_normalize_res(WideDigits{dg + 7, 8 * n, 8 * n + l.exp - l.prec - kWorkPrec - rexp,
+                                     l.sign * copy.sign, flags},
+                          res);
+    return true;
 }
 
 // ---- ZEL_BCD_T helpers.
@@ -1057,7 +1144,8 @@ ZEL_RETCODE zel_bcdMult(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING
 ZEL_RETCODE zel_bcdDiv(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                        ZEL_BCD_T *res) {
     WORK_BCD w;
-    zel_bcd_work_div(zel_bcd_op32(l), zel_bcd_op32(r), w);
+    const BcdOp lo = zel_bcd_op32(l), ro = zel_bcd_op32(r);
+    if (!zel_bcd_div_fix(lo, ro, w)) zel_bcd_work_div(lo, ro, w);
     return zel_bcd_assign(w, rounding_mode, res);
 }
 
