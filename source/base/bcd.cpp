@@ -594,8 +594,12 @@ struct Fix {
 inline void zel_bcd_fix_cut(Fix &x) {
     uint64_t v = x.w[kFixLimbs - 1];
     if (v == 0) return;
-    int drop = 1 + (v >= 10) + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) +
-               (v >= 1000000) + (v >= 10000000);
+    if (v < 10) {  // the usual case: one integer digit
+        x.w[0] -= x.w[0] % 10;
+        return;
+    }
+    int drop = 2 + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) + (v >= 1000000) +
+               (v >= 10000000);
     x.w[0] = drop == 8 ? 0 : x.w[0] - zel_bcd_lim_low_digits(x.w[0], drop);
 }
 
@@ -657,14 +661,20 @@ inline bool zel_bcd_fix_addsub(const Fix &a, const Fix &b, bool sub, Fix &r) {
 }
 
 // Digits d[1..n] of a value of exponent e (0.d1d2... times 10^e) onto the grid.
-// False when they do not fit.
+// False when they do not fit or a digit is above 9.
 bool zel_bcd_fix_from_digits(const uint8_t *d, int n, int e, Fix &x) {
     int at = 8 - e;  // index of digit 1 in a buffer of the 48 grid digits from 10^7 down
     if (at < 0 || at + n > 8 * kFixLimbs) return false;
     alignas(8) uint8_t buf[8 * kFixLimbs] = {};
     std::memcpy(buf + at, d + 1, static_cast<size_t>(n));
-    for (int k = 0; k < kFixLimbs; ++k) x.w[kFixLimbs - 1 - k] = zel_bcd_eight_digits(buf + 8 * k);
-    return true;
+    uint64_t above9 = 0;
+    for (int k = 0; k < kFixLimbs; ++k) {
+        uint64_t word;
+        std::memcpy(&word, buf + 8 * k, 8);
+        above9 |= word + 0x7676767676767676ull;  // a byte above 9 sets its top bit
+        x.w[kFixLimbs - 1 - k] = zel_bcd_eight_digits(buf + 8 * k);
+    }
+    return (above9 & 0x8080808080808080ull) == 0;
 }
 
 // Newton's iteration on the grid, step for step what zel_bcd_newton_limbs
@@ -673,8 +683,6 @@ bool zel_bcd_fix_from_digits(const uint8_t *d, int n, int e, Fix &x) {
 // no step was taken, as `assigned` says).
 bool zel_bcd_newton_fix_run(const WORK_BCD &copy, const WORK_BCD &res, Fix &out, bool &assigned) {
     if (copy.flags & ~kFlagLoss) return false;
-    for (int i = 1; i <= copy.prec; ++i)
-        if (copy.data[i] > 9) return false;
     Fix c, one = {{0, 0, 0, 0, 0, 1}};
     if (!zel_bcd_fix_from_digits(copy.data, copy.prec, 0, c)) return false;
     int clo, chi;
