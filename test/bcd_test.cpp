@@ -272,6 +272,48 @@ TEST(BcdDivide, ReciprocalMethod) {
     EXPECT_EQ(zel_bcdDivByInt64(&one, 0, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eDIVBY0);
 }
 
+// An exact reciprocal keeps only its significant digits: 1 / 6.4e-13 is held as
+// the digits 15625 with exp 13, so the product's digits stop short of its units,
+// which reads as an integer part that does not fit: a stored zero and eRANGE,
+// though 4.6875e13 would fit. With the divisor 0.0064 the digits reach the units.
+TEST(BcdDivide, ExactReciprocalShortOfTheUnits) {
+    ZEL_BCD_T thirty = Parse("30"), small = Parse("0.00000000000064"), r;
+    EXPECT_EQ(zel_bcdDiv(&thirty, &small, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), eRANGE);
+    EXPECT_EQ(r.prec, 0);
+    EXPECT_EQ(r.flags, ZEL_BCD_FLAG_OVERFLOW);
+    ZEL_BCD_T larger = Parse("0.0064");
+    EXPECT_EQ(zel_bcdDiv(&thirty, &larger, ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, &r), sOKAY);
+    EXPECT_EQ(Text(r), "4687.5");
+}
+
+// The public sum and quotient take shorter ways than the work functions (a sum
+// rounded straight from its digits, a reciprocal never written as digits); they
+// must store what the work result reduced by zel_bcdAssignResult stores.
+void ExpectSameAsWorkThenAssign(BinOp op,
+                                void (*work)(const WORK_BCD *, const WORK_BCD *, WORK_BCD *)) {
+    std::mt19937_64 rng(7);
+    for (int i = 0; i < 3000; ++i) {
+        ZEL_BCD_T l = RandomBcd(rng), r = RandomBcd(rng), got, want;
+        if (i % 5 == 0) r = l;                                              // equal magnitudes
+        if (i % 7 == 0) r.data[r.prec] = static_cast<uint8_t>(rng() % 10);  // close values
+        auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(i % 6);
+        WORK_BCD w;
+        work(zel_bcdAsWork(&l), zel_bcdAsWork(&r), &w);
+        ZEL_RETCODE want_rc = zel_bcdAssignResult(&w, mode, &want);
+        ASSERT_EQ(op(&l, &r, mode, &got), want_rc) << Text(l) << " " << Text(r);
+        ASSERT_EQ(std::memcmp(&got, &want, sizeof got), 0) << Text(l) << " " << Text(r);
+    }
+}
+
+TEST(BcdAdd, SameAsWorkSumThenReduction) {
+    ExpectSameAsWorkThenAssign(zel_bcdAdd, zel_bcdWorkAdd);
+    ExpectSameAsWorkThenAssign(zel_bcdSub, zel_bcdWorkSub);
+}
+
+TEST(BcdDivide, SameAsWorkQuotientThenReduction) {
+    ExpectSameAsWorkThenAssign(zel_bcdDiv, zel_bcdWorkDiv);
+}
+
 TEST(BcdDivide, RandomQuotientTimesDivisorIsNearDividend) {
     std::mt19937_64 rng(7);
     for (int i = 0; i < 400; ++i) {
