@@ -1072,16 +1072,20 @@ ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
     while (k <= prec && d[k] == 0) ++k;
     d += k - 1;  // the digits are d[1..np]
     int np = prec + 1 - k, ne = exp + 1 - k;
-    int n = std::min(np, kMaxPrec);
+    // The cut to 40 digits and 40 places, and the fraction zeros it bares.
+    int len = std::min(np, kWorkPrec);
+    if (len - ne > kWorkPrec) len = ne + kWorkPrec;
+    int n = std::min(len, kMaxPrec);
     if (n - ne > kMaxPrec) n = ne + kMaxPrec;
-    if (k <= prec && np <= kWorkPrec && np - ne <= kWorkPrec && ne <= np && ne <= kMaxPrec &&
-        n >= 1 && !(f.flags & ZEL_BCD_FLAG_NOMEMORY)) {
+    if (k <= prec && ne <= np && ne <= kMaxPrec && n >= 1 && !(f.flags & ZEL_BCD_FLAG_NOMEMORY)) {
+        while (len > ne && d[len] == 0) --len;
+        n = std::min(n, len);
         uint8_t out[sizeof res->data] = {};
         std::memcpy(out + 1, d + 1, static_cast<size_t>(n));
         uint8_t flags = f.flags;
-        if (n < np) {
+        if (n < len) {
             flags |= kFlagLoss;
-            if (zel_bcd_rounds_up(rounding_mode, d[n + 1], np - n > 1, d[n] & 1, f.sign)) {
+            if (zel_bcd_rounds_up(rounding_mode, d[n + 1], len - n > 1, d[n] & 1, f.sign)) {
                 int i = n;
                 while (out[i] == 9) out[i--] = 0;
                 ++out[i];
