@@ -150,8 +150,9 @@ constexpr int kFrameBytes = 88;
 constexpr uint64_t kLowBytes = 0x0001010101010101ull;  // bytes 0 to 6
 
 struct Frame {
-    alignas(8) uint8_t a[kFrameBytes];
-    alignas(8) uint8_t b[kFrameBytes];
+    // a has room for reading 32 digits from any place of the frame
+    alignas(16) uint8_t a[kFrameBytes + 40];
+    alignas(16) uint8_t b[kFrameBytes];
     int off;  // frame position j is at a[off + j]
     int exp;
     int prec;
@@ -179,6 +180,7 @@ bool zel_bcd_frame(const BcdOp &l, const BcdOp &r, Frame &f) {
     if (f.prec > kDWorkPrec || f.exp > 100 || f.exp < -100) return false;
     f.off = (8 - (f.prec + 1) % 8) % 8;
     zel_bcd_frame_place(f.a, f.off + (f.exp - l.exp), l);
+    std::memset(f.a + kFrameBytes, 0, 40);
     zel_bcd_frame_place(f.b, f.off + (f.exp - r.exp), r);
     return true;
 }
@@ -1080,8 +1082,21 @@ ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
     if (k <= prec && ne <= np && ne <= kMaxPrec && n >= 1 && !(f.flags & ZEL_BCD_FLAG_NOMEMORY)) {
         while (len > ne && d[len] == 0) --len;
         n = std::min(n, len);
-        uint8_t out[sizeof res->data] = {};
-        std::memcpy(out + 1, d + 1, static_cast<size_t>(n));
+        // The kept digits go straight to the result, as two vectors with the
+        // bytes past n masked (the operands are in the frame already).
+        typedef uint8_t V16 __attribute__((vector_size(16)));
+        const V16 idx0 = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+        const V16 idx1 = idx0 + 16;
+        const V16 count = V16{} + static_cast<uint8_t>(n);
+        V16 lo, hi;
+        std::memcpy(&lo, d + 1, 16);
+        std::memcpy(&hi, d + 17, 16);
+        lo &= reinterpret_cast<V16>(idx0 < count);
+        hi &= reinterpret_cast<V16>(idx1 < count);
+        uint8_t *out = res->data;
+        out[0] = 0;
+        std::memcpy(out + 1, &lo, 16);
+        std::memcpy(out + 17, &hi, 16);
         uint8_t flags = f.flags;
         if (n < len) {
             flags |= kFlagLoss;
@@ -1093,7 +1108,6 @@ ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
             while (n > ne && out[n] == 0) --n;
         }
         if (out[0] == 0) {
-            std::memcpy(res->data, out, sizeof out);
             res->prec = static_cast<uint8_t>(n);
             res->exp = static_cast<int8_t>(ne);
             res->flags = flags;
