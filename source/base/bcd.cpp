@@ -662,36 +662,61 @@ inline bool zel_bcd_fix_addsub(const Fix &a, const Fix &b, bool sub, Fix &r) {
     return carry == 0;
 }
 
-// Digits d[1..n] of a value of exponent e (0.d1d2... times 10^e) onto the grid.
-// False when they do not fit or a digit is above 9.
-bool zel_bcd_fix_from_digits(const uint8_t *d, int n, int e, Fix &x) {
-    int at = 8 - e;  // index of digit 1 in a buffer of the 48 grid digits from 10^7 down
-    if (at < 0 || at + n > 8 * kFixLimbs) return false;
-    alignas(8) uint8_t buf[8 * kFixLimbs] = {};
-    std::memcpy(buf + at, d + 1, static_cast<size_t>(n));
+// The start values of x0_start on the grid. Every row has one integer digit.
+struct X0FixTable {
+    Fix rows[90];
+};
+
+constexpr X0FixTable zel_bcd_make_x0_fix() {
+    X0FixTable t{};
+    for (int k = 0; k < 90; ++k) {
+        const X0_LOOKUP &row = x0_start.rows[k];
+        uint64_t frac = 0, place = 10000000;  // digit 2 weighs 10^-1
+        for (int i = 1; i < row.prec; ++i, place /= 10) frac += row.data[i] * place;
+        t.rows[k].w[kFixLimbs - 1] = row.data[0];
+        t.rows[k].w[kFixLimbs - 2] = frac;
+    }
+    return t;
+}
+
+constexpr bool zel_bcd_x0_one_integer_digit() {
+    for (const X0_LOOKUP &row : x0_start.rows)
+        if (row.exp != 1) return false;
+    return true;
+}
+static_assert(zel_bcd_x0_one_integer_digit());
+
+constexpr X0FixTable x0_fix = zel_bcd_make_x0_fix();
+
+// The magnitude 0.d1d2...dn of a work record onto the grid, read in place
+// (the record holds zeros past prec, as zel_bcd_recip_start leaves it). False
+// for a digit above 9.
+bool zel_bcd_fix_from_work(const WORK_BCD &x, Fix &c) {
+    static_assert(sizeof x.data == 1 + 8 * (kFixLimbs - 1));
     uint64_t above9 = 0;
-    for (int k = 0; k < kFixLimbs; ++k) {
+    c.w[kFixLimbs - 1] = 0;
+    for (int k = 0; k < kFixLimbs - 1; ++k) {
         uint64_t word;
-        std::memcpy(&word, buf + 8 * k, 8);
+        std::memcpy(&word, x.data + 1 + 8 * k, 8);
         above9 |= word + 0x7676767676767676ull;  // a byte above 9 sets its top bit
-        x.w[kFixLimbs - 1 - k] = zel_bcd_eight_digits(buf + 8 * k);
+        c.w[kFixLimbs - 2 - k] = zel_bcd_eight_digits(x.data + 1 + 8 * k);
     }
     return (above9 & 0x8080808080808080ull) == 0;
 }
 
-// Newton's iteration on the grid, step for step what zel_bcd_newton_limbs
-// does. False, with `res` as it was, when a value leaves the grid.
-// `out` is the exact sum the last iterate was cut from (the start value when
-// no step was taken, as `assigned` says).
-bool zel_bcd_newton_fix_run(const WORK_BCD &copy, const WORK_BCD &res, Fix &out, bool &assigned) {
+// Newton's iteration on the grid from row `row` of x0_start, step for step
+// what zel_bcd_newton_limbs does. False when a value leaves the grid. `out`
+// is the exact sum the last iterate was cut from (the start value when no
+// step was taken, as `assigned` says).
+bool zel_bcd_newton_fix_run(const WORK_BCD &copy, int row, Fix &out, bool &assigned) {
     if (copy.flags & ~kFlagLoss) return false;
     Fix c, one = {{0, 0, 0, 0, 0, 1}};
-    if (!zel_bcd_fix_from_digits(copy.data, copy.prec, 0, c)) return false;
+    if (!zel_bcd_fix_from_work(copy, c)) return false;
     int clo, chi;
     zel_bcd_fix_span(c, clo, chi);
     Fix buf[4];
     Fix *r = &buf[0], *last = &buf[1], *u = &buf[2], *ex = &buf[3];
-    if (!zel_bcd_fix_from_digits(res.data, res.prec, res.exp, *r)) return false;
+    *r = x0_fix.rows[row];
     assigned = false;
     for (int step = 0; step < kMaxNewtonSteps; ++step) {
         Fix t, d, t2;
@@ -720,10 +745,10 @@ bool zel_bcd_newton_fix_run(const WORK_BCD &copy, const WORK_BCD &res, Fix &out,
 
 // Newton's iteration on the grid into the 40-digit form. False, with `res`
 // as it was, when a value leaves the grid.
-bool zel_bcd_newton_fix(const WORK_BCD &copy, WORK_BCD &res) {
+bool zel_bcd_newton_fix(const WORK_BCD &copy, int row, WORK_BCD &res) {
     Fix out;
     bool assigned;
-    if (!zel_bcd_newton_fix_run(copy, res, out, assigned)) return false;
+    if (!zel_bcd_newton_fix_run(copy, row, out, assigned)) return false;
     alignas(8) uint8_t digits[8 + 8 * kFixLimbs];
     for (int k = 0; k < kFixLimbs; ++k)
         zel_bcd_limb_digits(static_cast<uint32_t>(out.w[k]), digits + 8 + (kFixLimbs - 1 - k) * 8);
@@ -752,7 +777,7 @@ void zel_bcd_newton_digits(const WORK_BCD &copy, WORK_BCD &res) {
 // The operand of a reciprocal as a magnitude in [0.1, 1) (`copy`, its
 // exponent in `rexp`) and the start value of the iteration in `res`. False
 // when `res` already holds the result: an error zero or a division by zero.
-bool zel_bcd_recip_start(const BcdOp &x, WORK_BCD &copy, WORK_BCD &res, int &rexp) {
+bool zel_bcd_recip_start(const BcdOp &x, WORK_BCD &copy, WORK_BCD &res, int &rexp, int &row) {
     if (x.flags & kFlagErrors) {
         zel_bcd_set_zero(res, x.flags);
         return false;
@@ -770,20 +795,21 @@ bool zel_bcd_recip_start(const BcdOp &x, WORK_BCD &copy, WORK_BCD &res, int &rex
     rexp = copy.exp;
     copy.exp = 0;  // magnitude now in [0.1, 1)
     int n = copy.data[1] * 10 + (copy.prec > 1 ? copy.data[2] : 0);
-    const X0_LOOKUP &row = x0_start.rows[std::clamp(n, 10, 99) - 10];
+    row = std::clamp(n, 10, 99) - 10;
+    const X0_LOOKUP &start = x0_start.rows[row];
     zel_bcd_set_zero(res, 0);
-    res.prec = row.prec;
-    res.exp = row.exp;
+    res.prec = start.prec;
+    res.exp = start.exp;
     res.sign = copy.sign;
-    std::memcpy(res.data + 1, row.data, row.prec);
+    std::memcpy(res.data + 1, start.data, start.prec);
     return true;
 }
 
 void zel_bcd_work_reciprocal(const BcdOp &x, WORK_BCD &res) {
     WORK_BCD copy;
-    int rexp;
-    if (!zel_bcd_recip_start(x, copy, res, rexp)) return;
-    if (!zel_bcd_newton_fix(copy, res) && !zel_bcd_newton_limbs(copy, res))
+    int rexp, row;
+    if (!zel_bcd_recip_start(x, copy, res, rexp, row)) return;
+    if (!zel_bcd_newton_fix(copy, row, res) && !zel_bcd_newton_limbs(copy, res))
         zel_bcd_newton_digits(copy, res);
     res.exp = static_cast<int8_t>(res.exp - rexp);
 }
@@ -808,11 +834,11 @@ bool zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
     for (int i = 0; i < na; ++i)
         if (a[i] >= kLimb) return false;  // a digit above 9
     WORK_BCD copy, start;
-    int rexp;
+    int rexp, row;
     Fix q;
     bool assigned;
-    if (!zel_bcd_recip_start(r, copy, start, rexp) ||
-        !zel_bcd_newton_fix_run(copy, start, q, assigned))
+    if (!zel_bcd_recip_start(r, copy, start, rexp, row) ||
+        !zel_bcd_newton_fix_run(copy, row, q, assigned))
         return false;
     // The reciprocal's record: its digits count from the first non-zero one
     // to the last (fraction zeros stripped, then cut to 40), its exponent
