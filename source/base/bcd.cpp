@@ -824,22 +824,28 @@ void zel_bcd_work_div(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
 
 // zel_bcd_work_div with the reciprocal left on the grid: its 40 digits are
 // the grid value cut, and the product with them is exact however it is
-// formed, so the digit form of the reciprocal is skipped. False, with `res`
-// untouched, for what only the general way covers: flags other than a lost
-// digit, a zero or malformed dividend, values off the grid.
-bool zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
-    if (((l.flags | r.flags) & ~kFlagLoss) || l.prec == 0 || l.exp > l.prec) return false;
+// formed, so the digit form of the reciprocal is skipped. kDivDigits: the
+// exact quotient's digits are in `dg`, as `out` describes them; kDivRecord:
+// the result is in `res`; kDivGeneral, with nothing written, for what only the
+// general way covers: flags other than a lost digit, a zero or malformed
+// dividend, values off the grid.
+enum DivFix { kDivGeneral, kDivRecord, kDivDigits };
+constexpr int kDivDigitBytes = 8 + 8 * (5 + kFixLimbs) + 32;
+
+DivFix zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, uint8_t (&dg)[kDivDigitBytes],
+                       WideDigits &out, WORK_BCD &res) {
+    if (((l.flags | r.flags) & ~kFlagLoss) || l.prec == 0 || l.exp > l.prec) return kDivGeneral;
     uint64_t a[5];
     int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
     for (int i = 0; i < na; ++i)
-        if (a[i] >= kLimb) return false;  // a digit above 9
+        if (a[i] >= kLimb) return kDivGeneral;  // a digit above 9
     WORK_BCD copy, start;
     int rexp, row;
     Fix q;
     bool assigned;
     if (!zel_bcd_recip_start(r, copy, start, rexp, row) ||
         !zel_bcd_newton_fix_run(copy, row, q, assigned))
-        return false;
+        return kDivGeneral;
     // The reciprocal's record: its digits count from the first non-zero one
     // to the last (fraction zeros stripped, then cut to 40), its exponent
     // the count of integer digits, less rexp.
@@ -847,28 +853,27 @@ bool zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
     while (top > 0 && q.w[top] == 0) --top;
     while (low < top && q.w[low] == 0) ++low;
     uint64_t v = q.w[top];
-    if (v == 0) return false;
+    if (v == 0) return kDivGeneral;
     int digits = 8 * top + 1 + (v >= 10) + (v >= 100) + (v >= 1000) + (v >= 10000) + (v >= 100000) +
                  (v >= 1000000) + (v >= 10000000);
     int zeros = 8 * low;
     for (uint64_t z = q.w[low]; z % 10 == 0; z /= 10) ++zeros;
     int rcp_prec = std::min(digits - std::min(zeros, kWorkPrec), kWorkPrec);
     int rcp_exp = digits - kWorkPrec - rexp;
-    if (rcp_exp < -128 || rcp_exp > 127) return false;
+    if (rcp_exp < -128 || rcp_exp > 127) return kDivGeneral;
     int exp = l.exp + rcp_exp;
-    if (exp > 100 || exp < -100) return false;
+    if (exp > 100 || exp < -100) return kDivGeneral;
     uint8_t flags = l.flags | (assigned ? copy.flags : start.flags);
     // The product's digits do not reach its units: its integer part does not fit.
     if (exp > l.prec + rcp_prec) {
         zel_bcd_set_zero(res, flags | kFlagOverflow);
-        return true;
+        return kDivRecord;
     }
     zel_bcd_fix_cut(q);
     uint64_t acc[5 + kFixLimbs] = {};
     for (int i = 0; i < na; ++i)
         for (int j = 0; j < kFixLimbs; ++j) acc[i + j] += a[i] * q.w[j];
     int n = na + kFixLimbs;
-    alignas(8) uint8_t dg[8 + 8 * (5 + kFixLimbs)];
     uint64_t carry = 0;
     for (int k = 0; k < n; ++k) {
         uint64_t x = acc[k] + carry;
@@ -876,11 +881,11 @@ bool zel_bcd_div_fix(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
         zel_bcd_limb_digits(static_cast<uint32_t>(x - carry * kLimb), dg + 8 + (n - 1 - k) * 8);
     }
     dg[7] = 0;
+    std::memset(dg + 8 + 8 * n, 0, 32);  // read past the digits by zel_bcd_store_wide
     // The digits are those of l times q, an integer, times 10^(l.exp - l.prec - 40 - rexp).
-    zel_bcd_normalize_res(WideDigits{dg + 7, 8 * n, 8 * n + l.exp - l.prec - kWorkPrec - rexp,
-                                     l.sign * copy.sign, flags},
-                          res);
-    return true;
+    out = WideDigits{dg + 7, 8 * n, 8 * n + l.exp - l.prec - kWorkPrec - rexp, l.sign * copy.sign,
+                     flags};
+    return kDivDigits;
 }
 
 // ---- ZEL_BCD_T helpers.
@@ -1082,22 +1087,20 @@ ZEL_RETCODE zel_bcd_assign(WORK_BCD &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL
     return zel_bcdRetcode(w.flags);
 }
 
-// A sum of two decimals. Its exact digits, at most 40 of them and no more
-// than 40 places, are rounded to 32 straight from the frame: the cut to 40
-// digits would leave them as they are, and what the reduction does with them
-// is done here in one pass. The rare rest (a carry out of the top in rounding,
-// a zero, more digits, tiny or huge values) takes the general way.
-ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
-                          ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
-    WORK_BCD w;
-    Frame f;
-    if (!zel_bcd_sum_frame(zel_bcd_op32(l), zel_bcd_op32(r), subtract, f, w))
-        return zel_bcd_assign(w, rounding_mode, res);
-    const uint8_t *d = f.a + f.off;
-    int prec = f.prec, exp = f.exp;
+// Exact digits w.d[0..w.prec] rounded to 32 straight into `res`, with the
+// very outcome of zel_bcd_normalize_res then zel_bcd_assign: the cut to 40
+// digits and 40 places, the fraction zeros it bares, the reduction. False,
+// with `res` not to be trusted, for the rare rest (a zero, a carry out of the
+// top in rounding, tiny or huge values, flag 16), which takes the general
+// way. The 32 bytes past w.d[w.prec] must be readable.
+bool zel_bcd_store_wide(const WideDigits &w, ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res,
+                        ZEL_RETCODE &rc) {
+    const uint8_t *d = w.d;
+    int prec = w.prec, exp = w.exp;
     while (prec > exp && prec > 0 && d[prec] == 0) --prec;
     int k = 0;
     while (k <= prec && d[k] == 0) ++k;
+    if (k > prec || (w.flags & ZEL_BCD_FLAG_NOMEMORY)) return false;
     d += k - 1;  // the digits are d[1..np]
     int np = prec + 1 - k, ne = exp + 1 - k;
     // The cut to 40 digits and 40 places, and the fraction zeros it bares.
@@ -1105,42 +1108,52 @@ ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
     if (len - ne > kWorkPrec) len = ne + kWorkPrec;
     int n = std::min(len, kMaxPrec);
     if (n - ne > kMaxPrec) n = ne + kMaxPrec;
-    if (k <= prec && ne <= np && ne <= kMaxPrec && n >= 1 && !(f.flags & ZEL_BCD_FLAG_NOMEMORY)) {
-        while (len > ne && d[len] == 0) --len;
-        n = std::min(n, len);
-        // The kept digits go straight to the result, as two vectors with the
-        // bytes past n masked (the operands are in the frame already).
-        typedef uint8_t V16 __attribute__((vector_size(16)));
-        const V16 idx0 = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
-        const V16 idx1 = idx0 + 16;
-        const V16 count = V16{} + static_cast<uint8_t>(n);
-        V16 lo, hi;
-        std::memcpy(&lo, d + 1, 16);
-        std::memcpy(&hi, d + 17, 16);
-        lo &= reinterpret_cast<V16>(idx0 < count);
-        hi &= reinterpret_cast<V16>(idx1 < count);
-        uint8_t *out = res->data;
-        out[0] = 0;
-        std::memcpy(out + 1, &lo, 16);
-        std::memcpy(out + 17, &hi, 16);
-        uint8_t flags = f.flags;
-        if (n < len) {
-            flags |= kFlagLoss;
-            if (zel_bcd_rounds_up(rounding_mode, d[n + 1], len - n > 1, d[n] & 1, f.sign)) {
-                int i = n;
-                while (out[i] == 9) out[i--] = 0;
-                ++out[i];
-            }
-            while (n > ne && out[n] == 0) --n;
+    if (ne > np || ne > kMaxPrec || n < 1) return false;
+    while (len > ne && d[len] == 0) --len;
+    n = std::min(n, len);
+    // The kept digits go to the result as two vectors, the bytes past n masked.
+    typedef uint8_t V16 __attribute__((vector_size(16)));
+    const V16 idx0 = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    const V16 idx1 = idx0 + 16;
+    const V16 count = V16{} + static_cast<uint8_t>(n);
+    V16 lo, hi;
+    std::memcpy(&lo, d + 1, 16);
+    std::memcpy(&hi, d + 17, 16);
+    lo &= reinterpret_cast<V16>(idx0 < count);
+    hi &= reinterpret_cast<V16>(idx1 < count);
+    uint8_t *out = res->data;
+    out[0] = 0;
+    std::memcpy(out + 1, &lo, 16);
+    std::memcpy(out + 17, &hi, 16);
+    uint8_t flags = w.flags;
+    if (n < len) {
+        flags |= kFlagLoss;
+        if (zel_bcd_rounds_up(rounding_mode, d[n + 1], len - n > 1, d[n] & 1, w.sign)) {
+            int i = n;
+            while (out[i] == 9) out[i--] = 0;
+            ++out[i];
         }
-        if (out[0] == 0) {
-            res->prec = static_cast<uint8_t>(n);
-            res->exp = static_cast<int8_t>(ne);
-            res->flags = flags;
-            res->sign = static_cast<int8_t>(f.sign);
-            return zel_bcdRetcode(flags);
-        }
+        while (n > ne && out[n] == 0) --n;
     }
+    if (out[0] != 0) return false;
+    res->prec = static_cast<uint8_t>(n);
+    res->exp = static_cast<int8_t>(ne);
+    res->flags = flags;
+    res->sign = static_cast<int8_t>(w.sign);
+    rc = zel_bcdRetcode(flags);
+    return true;
+}
+
+// A sum of two decimals, rounded straight from the frame when it can be.
+ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                          ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
+    WORK_BCD w;
+    Frame f;
+    if (!zel_bcd_sum_frame(zel_bcd_op32(l), zel_bcd_op32(r), subtract, f, w))
+        return zel_bcd_assign(w, rounding_mode, res);
+    // The operands are in the frame, so `res` may be one of them.
+    ZEL_RETCODE rc;
+    if (zel_bcd_store_wide(zel_bcd_frame_digits(f), rounding_mode, res, rc)) return rc;
     zel_bcd_normalize_res(zel_bcd_frame_digits(f), w);
     return zel_bcd_assign(w, rounding_mode, res);
 }
@@ -1197,7 +1210,21 @@ ZEL_RETCODE zel_bcdDiv(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_
                        ZEL_BCD_T *res) {
     WORK_BCD w;
     const BcdOp lo = zel_bcd_op32(l), ro = zel_bcd_op32(r);
-    if (!zel_bcd_div_fix(lo, ro, w)) zel_bcd_work_div(lo, ro, w);
+    alignas(8) uint8_t digits[kDivDigitBytes];
+    WideDigits wide;
+    ZEL_RETCODE rc;
+    switch (zel_bcd_div_fix(lo, ro, digits, wide, w)) {
+        case kDivDigits:
+            // The operands have been read, so `res` may be one of them.
+            if (zel_bcd_store_wide(wide, rounding_mode, res, rc)) return rc;
+            zel_bcd_normalize_res(wide, w);
+            break;
+        case kDivRecord:
+            break;
+        default:
+            zel_bcd_work_div(lo, ro, w);
+            break;
+    }
     return zel_bcd_assign(w, rounding_mode, res);
 }
 
