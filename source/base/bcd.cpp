@@ -304,30 +304,48 @@ inline void zel_bcd_limb_digits(uint32_t v, uint8_t *out) {
     std::memcpy(out, &x, 8);
 }
 
-void zel_bcd_work_mult(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
+constexpr int kProductBytes = 8 + 80 + 32;
+
+// The exact product's digits into `digits`, as `out` describes them, with 32
+// zero bytes after them. False when `res` holds the result already: an error
+// zero, a zero, an exponent out of range.
+bool zel_bcd_product(const BcdOp &l, const BcdOp &r, uint8_t (&digits)[kProductBytes],
+                     WideDigits &out, WORK_BCD &res) {
     uint8_t flags = l.flags | r.flags;
-    if (flags & kFlagErrors) return zel_bcd_set_zero(res, flags);
-    if (l.prec == 0 || r.prec == 0) return zel_bcd_set_zero(res, flags);
+    if ((flags & kFlagErrors) || l.prec == 0 || r.prec == 0) {
+        zel_bcd_set_zero(res, flags);
+        return false;
+    }
     int exp = l.exp + r.exp;
-    if (exp > 100 || exp < -100) return zel_bcd_set_zero(res, flags | kFlagOverflow);
+    if (exp > 100 || exp < -100) {
+        zel_bcd_set_zero(res, flags | kFlagOverflow);
+        return false;
+    }
     uint64_t a[5], b[5], acc[10] = {};
     int na = zel_bcd_to_limbs(l.d + 1, l.prec, a);
     int nb = zel_bcd_to_limbs(r.d + 1, r.prec, b);
     for (int i = 0; i < na; ++i)
         for (int j = 0; j < nb; ++j) acc[i + j] += a[i] * b[j];
     int n = na + nb;
-    alignas(8) uint8_t digits[88];
     uint64_t carry = 0;
     for (int k = 0; k < n; ++k) {
         uint64_t v = acc[k] + carry;
         carry = v / 100000000u;
         zel_bcd_limb_digits(static_cast<uint32_t>(v % 100000000u), digits + 8 + (n - 1 - k) * 8);
     }
+    std::memset(digits + 8 + 8 * n, 0, 32);
     // The product has l.prec + r.prec digits; position 0 is the empty spill slot.
     int prec = l.prec + r.prec;
     uint8_t *d = digits + 8 + n * 8 - prec - 1;
     d[0] = 0;
-    zel_bcd_normalize_res(WideDigits{d, prec, exp, l.sign * r.sign, flags}, res);
+    out = WideDigits{d, prec, exp, l.sign * r.sign, flags};
+    return true;
+}
+
+void zel_bcd_work_mult(const BcdOp &l, const BcdOp &r, WORK_BCD &res) {
+    alignas(8) uint8_t digits[kProductBytes];
+    WideDigits wide;
+    if (zel_bcd_product(l, r, digits, wide, res)) zel_bcd_normalize_res(wide, res);
 }
 
 // Start values of Newton's iteration: row n - 10 holds 100 / (n + 0.5) to six
@@ -1202,7 +1220,14 @@ ZEL_RETCODE zel_bcdSub(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_
 ZEL_RETCODE zel_bcdMult(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,
                         ZEL_BCD_T *res) {
     WORK_BCD w;
-    zel_bcd_work_mult(zel_bcd_op32(l), zel_bcd_op32(r), w);
+    alignas(8) uint8_t digits[kProductBytes];
+    WideDigits wide;
+    if (zel_bcd_product(zel_bcd_op32(l), zel_bcd_op32(r), digits, wide, w)) {
+        // The operands have been read, so `res` may be one of them.
+        ZEL_RETCODE rc;
+        if (zel_bcd_store_wide(wide, rounding_mode, res, rc)) return rc;
+        zel_bcd_normalize_res(wide, w);
+    }
     return zel_bcd_assign(w, rounding_mode, res);
 }
 
