@@ -286,9 +286,10 @@ TEST(BcdDivide, ExactReciprocalShortOfTheUnits) {
     EXPECT_EQ(Text(r), "4687.5");
 }
 
-// The public sum and quotient take shorter ways than the work functions (a sum
-// rounded straight from its digits, a reciprocal never written as digits); they
-// must store what the work result reduced by zel_bcdAssignResult stores.
+// The public sum, product and quotient take shorter ways than the work
+// functions (rounded straight from their exact digits, a reciprocal never
+// written as digits); they must store what the work result reduced by
+// zel_bcdAssignResult stores.
 void ExpectSameAsWorkThenAssign(BinOp op,
                                 void (*work)(const WORK_BCD *, const WORK_BCD *, WORK_BCD *)) {
     std::mt19937_64 rng(7);
@@ -308,6 +309,10 @@ void ExpectSameAsWorkThenAssign(BinOp op,
 TEST(BcdAdd, SameAsWorkSumThenReduction) {
     ExpectSameAsWorkThenAssign(zel_bcdAdd, zel_bcdWorkAdd);
     ExpectSameAsWorkThenAssign(zel_bcdSub, zel_bcdWorkSub);
+}
+
+TEST(BcdMultiply, SameAsWorkProductThenReduction) {
+    ExpectSameAsWorkThenAssign(zel_bcdMult, zel_bcdWorkMult);
 }
 
 TEST(BcdDivide, SameAsWorkQuotientThenReduction) {

@@ -9,7 +9,9 @@
  * only the exact value matters, sums are formed eight digits to a word and
  * products in limbs of 10^8. Division multiplies by a reciprocal found by
  * Newton's iteration in the 40-digit form, run on limbs with the very values
- * the digit operations would give.
+ * the digit operations would give. The public functions round most results
+ * straight from their exact digits, with the outcome of the cut and the
+ * reduction, and leave the rest to those two.
  *
  * Stored form of a column of precision P and scale S, (P / 2) + 1 bytes:
  *
