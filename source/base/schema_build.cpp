@@ -383,6 +383,15 @@ ZEL_RETCODE sch_new_size_input(size_t curr_items, size_t new_items, size_t item_
     return sOKAY;
 }
 
+// Grows an array of `count` items to `val` (cleared), then records the count.
+template <typename N, typename V>
+ZEL_RETCODE sch_grow_to(N &count, V val, size_t item_size, void *pItems, B_TAG_SUB tag) {
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = sch_new_size_input(count, val, item_size, pItems, tag));
+    count = static_cast<N>(val);
+    return sOKAY;
+}
+
 ZEL_RETCODE sch_create(SCH_INFO *psch, B_TAG_SUB subTag) {
     if (!psch) return eINVNULLARG;
     ZEL_RETCODE rc;
@@ -407,65 +416,37 @@ ZEL_RETCODE sch_create(SCH_INFO *psch, B_TAG_SUB subTag) {
 
 ZEL_RETCODE sch_set_max_drawer(SCH_INFO sch, ZEL_DRAWER val) {
     if (!sch) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(sch->max_drawer, val, sizeof(SCH_DRAWER_INFO), &sch->drawers,
-                                      sch->subTag));
-    sch->max_drawer = val;
-    return sOKAY;
+    return sch_grow_to(sch->max_drawer, val, sizeof(SCH_DRAWER_INFO), &sch->drawers, sch->subTag);
 }
 
 ZEL_RETCODE sch_set_max_table(SCH_INFO sch, ZEL_TBL_INDEX val) {
     if (!sch) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(sch->max_table, val, sizeof(SCH_TBL_INFO), &sch->tables,
-                                      sch->subTag));
-    sch->max_table = val;
-    return sOKAY;
+    return sch_grow_to(sch->max_table, val, sizeof(SCH_TBL_INFO), &sch->tables, sch->subTag);
 }
 
 ZEL_RETCODE sch_set_next_domain(SCH_INFO sch, ZEL_DOM_INDEX val) {
     if (!sch) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(sch->next_domain, val, sizeof(SCH_DOMAIN_INFO), &sch->domains,
-                                      sch->subTag));
-    sch->next_domain = val;
-    return sOKAY;
+    return sch_grow_to(sch->next_domain, val, sizeof(SCH_DOMAIN_INFO), &sch->domains, sch->subTag);
 }
 
 ZEL_RETCODE sch_tbl_set_max_cols(SCH_TBL_INFO ti, ZEL_COL_INDEX val) {
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(ti->max_col, val, sizeof(SCH_COL_INFO), &ti->cols,
-                                      sch_tbl_tag(ti)));
-    ti->max_col = val;
-    return sOKAY;
+    return sch_grow_to(ti->max_col, val, sizeof(SCH_COL_INFO), &ti->cols, sch_tbl_tag(ti));
 }
 
 ZEL_RETCODE sch_tbl_set_max_keys(SCH_TBL_INFO ti, ZEL_KEY_INDEX val) {
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(ti->max_keys, val, sizeof(SCH_KEY_INFO), &ti->keys,
-                                      sch_tbl_tag(ti)));
-    ti->max_keys = val;
-    return sOKAY;
+    return sch_grow_to(ti->max_keys, val, sizeof(SCH_KEY_INFO), &ti->keys, sch_tbl_tag(ti));
 }
 
 ZEL_RETCODE sch_tbl_set_max_avls(SCH_TBL_INFO ti, ZEL_KEY_INDEX val) {
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(ti->max_avls, val, sizeof(SCH_KEY_INFO), &ti->avls,
-                                      sch_tbl_tag(ti)));
-    ti->max_avls = val;
-    return sOKAY;
+    return sch_grow_to(ti->max_avls, val, sizeof(SCH_KEY_INFO), &ti->avls, sch_tbl_tag(ti));
 }
 
 ZEL_RETCODE sch_tbl_set_max_owners(SCH_TBL_INFO ti, ZEL_REF_INDEX val) {
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = sch_new_size_input(ti->max_owns, val, sizeof(SCH_REF_INFO), &ti->owners,
-                                      sch_tbl_tag(ti)));
-    ti->max_owns = val;
-    return sOKAY;
+    return sch_grow_to(ti->max_owns, val, sizeof(SCH_REF_INFO), &ti->owners, sch_tbl_tag(ti));
 }
 
 ZEL_RETCODE sch_tbl_set_next_ref(SCH_TBL_INFO ti, ZEL_REF_INDEX val) {
