@@ -420,6 +420,20 @@ void cnv_textStore(CNVCB *cb, const T &v) {
     if (cb->pvDst != nullptr) std::memcpy(cb->pvDst, &v, sizeof v);
 }
 
+/* Opens the text, sizes the result as one T, parses it with `parse` (text,
+ * out value; a code) and stores it. */
+template <typename T, typename Parse>
+ZEL_RETCODE cnv_textParseInto(CNVCB *cb, Parse parse) {
+    CnvText text;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = cnv_textOpen(cb, &text));
+    cb->tSize = sizeof(T);
+    T v;
+    ZEL_CHECK(rc = parse(text.str(), &v));
+    cnv_textStore(cb, v);
+    return sOKAY;
+}
+
 /* The integer part alone of a number text that has a fraction: the sign and
  * the digits before the point, blanks in front left out. At most a sign and
  * 20 digits reach here. */
@@ -843,47 +857,25 @@ ZEL_RETCODE cnv_stringToDate(CNVCB *cb) {
 }
 
 ZEL_RETCODE cnv_stringToTime(CNVCB *cb) {
-    CnvText text;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = cnv_textOpen(cb, &text));
-    cb->tSize = sizeof(ZEL_PACKED_TIME_T);
-    ZEL_PACKED_TIME_T tm;
-    ZEL_CHECK(rc = zel_timeFromString(text.str(), &tm));
-    cnv_textStore(cb, tm);
-    return sOKAY;
+    return cnv_textParseInto<ZEL_PACKED_TIME_T>(cb, zel_timeFromString);
 }
 
 ZEL_RETCODE cnv_stringToTimeTZ(CNVCB *cb) {
-    CnvText text;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = cnv_textOpen(cb, &text));
-    cb->tSize = sizeof(ZEL_PACKED_TIMETZ_T);
-    ZEL_PACKED_TIMETZ_T tz;
-    ZEL_CHECK(rc = dt_timetzFromString(text.str(), &tz));
-    cnv_textStore(cb, tz);
-    return sOKAY;
+    return cnv_textParseInto<ZEL_PACKED_TIMETZ_T>(cb, dt_timetzFromString);
 }
 
 ZEL_RETCODE cnv_stringToTimestamp(CNVCB *cb) {
-    CnvText text;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = cnv_textOpen(cb, &text));
-    cb->tSize = sizeof(ZEL_PACKED_TIMESTAMP_T);
-    ZEL_PACKED_TIMESTAMP_T ts;
-    ZEL_CHECK(rc = dt_timestampFromString(text.str(), cb->date_format, &ts));
-    cnv_textStore(cb, ts);
-    return sOKAY;
+    return cnv_textParseInto<ZEL_PACKED_TIMESTAMP_T>(
+        cb, [cb](const char *s, ZEL_PACKED_TIMESTAMP_T *v) {
+            return dt_timestampFromString(s, cb->date_format, v);
+        });
 }
 
 ZEL_RETCODE cnv_stringToTimestampTZ(CNVCB *cb) {
-    CnvText text;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = cnv_textOpen(cb, &text));
-    cb->tSize = sizeof(ZEL_PACKED_TIMESTAMPTZ_T);
-    ZEL_PACKED_TIMESTAMPTZ_T ts;
-    ZEL_CHECK(rc = dt_timestamptzFromString(text.str(), cb->date_format, &ts));
-    cnv_textStore(cb, ts);
-    return sOKAY;
+    return cnv_textParseInto<ZEL_PACKED_TIMESTAMPTZ_T>(
+        cb, [cb](const char *s, ZEL_PACKED_TIMESTAMPTZ_T *v) {
+            return dt_timestamptzFromString(s, cb->date_format, v);
+        });
 }
 
 ZEL_RETCODE cnv_stringToRowid(CNVCB *cb) {
