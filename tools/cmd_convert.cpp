@@ -133,13 +133,9 @@ int zb_cmd_convert(int argc, char **argv) {
     }
     if (!haveTo || value == nullptr) return zb_convert_usage();
 
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     const auto tzd = static_cast<int16_t>(tz);
     ZEL_VALUE src, dst;
     zel_valueInit(&src);
@@ -171,7 +167,5 @@ int zb_cmd_convert(int argc, char **argv) {
     }
     zb_convert_free(&dst, sub);
     zb_convert_free(&src, sub);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return exitCode;
 }

@@ -111,13 +111,9 @@ std::string zb_types_code(ZEL_RETCODE rc) {
 }
 
 int zb_types_pack_texts(ZEL_TYPE t, int argc, char **argv) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     int status = 0;
     for (int i = 0; i < argc; ++i) {
         const SCH_TYPE_INFO_T pi = zb_types_column(t, argv[i]);
@@ -150,8 +146,6 @@ int zb_types_pack_texts(ZEL_TYPE t, int argc, char **argv) {
                 b_tag_subFree(sub, const_cast<void *>(x->vt.pv));
         }
     }
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return status;
 }
 

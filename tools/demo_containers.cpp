@@ -83,15 +83,9 @@ int zb_demo_containers_run(FILE *out, B_TAG_SUB sub) {
 }  // namespace
 
 int zb_demo_containers(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     const int rc = zb_demo_containers_run(out, sub);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return rc;
 }

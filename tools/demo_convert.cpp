@@ -53,13 +53,9 @@ bool zb_democnv_round(FILE *out, B_TAG_SUB sub, const char *label, const char *t
 }  // namespace
 
 int zb_demo_convert(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     bool ok = true;
     std::fprintf(out, "Conversions: text into a type and back to text\n");
     ok &= zb_democnv_round(out, sub, "decimal", "-12345.678900", ZEL_BCD, 0);
@@ -102,7 +98,5 @@ int zb_demo_convert(FILE *out) {
         &arr, ZEL_CHAR, ZEL_YYYYMMDD, '-', ZEL_HHMMSSFFFF, 0, buf, sizeof buf, nullptr, &n);
     std::fprintf(out, "An INT32 array into 16 bytes of text: %s (%s: whole elements only)\n", buf,
                  zb_democnv_status(rc));
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return ok ? 0 : 1;
 }

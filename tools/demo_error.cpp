@@ -50,13 +50,9 @@ void zb_demo_errorCleanup(void *data) {
 }  // namespace
 
 int zb_demo_error(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     int64_t start = 0, now = 0, peak = 0;
     b_tag_subMemUsage(sub, &start, &peak, nullptr);
 
@@ -104,7 +100,5 @@ int zb_demo_error(FILE *out) {
                  static_cast<long long>(now - start), static_cast<long long>(peak));
     bad += now != start;
 
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return bad == 0 ? 0 : 1;
 }

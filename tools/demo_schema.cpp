@@ -161,13 +161,9 @@ void zb_schema_print(FILE *out, SCH_TBL_INFO ti) {
 
 int zb_demo_schema(FILE *out) {
     std::fprintf(out, "Catalogue: two related tables built through the setters\n");
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     int64_t start = 0, cur = 0, peak = 0;
     b_tag_subMemUsage(sub, &start, &peak, nullptr);
     SCH_INFO sch = nullptr;
@@ -195,7 +191,5 @@ int zb_demo_schema(FILE *out) {
     std::fprintf(
         out, "catalogue destroyed: %" PRId64 " bytes of it left on its tag (peak %" PRId64 ")\n",
         cur - start, peak - start);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return rc == sOKAY && cur == start ? 0 : 1;
 }

@@ -80,15 +80,9 @@ int zb_demoUtf8(FILE *out) {
 }  // namespace
 
 int zb_demo_text(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     int failures = zb_demoUuid(out) + zb_demoBase64(out, sub) + zb_demoUtf8(out);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return failures;
 }

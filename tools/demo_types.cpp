@@ -42,13 +42,9 @@ ZEL_RETCODE zb_types_print(B_OUTPUT_CTX ctx, uint32_t c) {
 }  // namespace
 
 int zb_demo_types(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     struct {
         ZEL_TYPE type;
         const char *text;
@@ -95,7 +91,5 @@ int zb_demo_types(FILE *out) {
             if (row->free_fcn != nullptr) row->free_fcn(x, sub);
         }
     }
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return failed;
 }

@@ -77,13 +77,9 @@ int64_t zb_value_bytes(B_TAG_SUB sub) {
 }  // namespace
 
 int zb_demo_value(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     const int64_t start = zb_value_bytes(sub);
     int failures = 0;
 
@@ -156,7 +152,5 @@ int zb_demo_value(FILE *out) {
     const int64_t end = zb_value_bytes(sub);
     std::fprintf(out, "  sub tag bytes in use: %" PRId64 " at the start, %" PRId64 " now\n", start,
                  end);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return end == start ? 0 : 1;
 }

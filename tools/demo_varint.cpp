@@ -90,19 +90,13 @@ int zb_demoVarintRecord(FILE *out, B_BUFFER_T *buffer, B_TAG_SUB sub) {
 }  // namespace
 
 int zb_demo_varint(FILE *out) {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) return 1;
-    if (b_tag_subCreate(master, &sub) != sOKAY) {
-        b_tag_masterDestroy(master);
-        return 1;
-    }
+    const ZbTags tags;
+    if (!tags.ok()) return 1;
+    B_TAG_SUB sub = tags.sub;
     B_BUFFER_T buffer;
     b_bufferInit(&buffer, sub);
     int fail = zb_demoVarintForms(out, &buffer);
     if (fail == 0) fail = zb_demoVarintRecord(out, &buffer, sub);
     b_bufferTerm(&buffer);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
     return fail;
 }

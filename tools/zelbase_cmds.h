@@ -8,7 +8,27 @@
 #include <cstdio>
 #include <string>
 
+#include "tag_master_psp.h"
+#include "tag_sub.h"
 #include "value_types.h"
+
+// A master tag on platform memory with one sub tag, for a subcommand or demo
+// section; both are destroyed with it, after everything allocated was freed.
+struct ZbTags {
+    B_TAG_MASTER master = nullptr;
+    B_TAG_SUB sub = nullptr;
+    ZbTags() {
+        if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) master = nullptr;
+        if (master != nullptr && b_tag_subCreate(master, &sub) != sOKAY) sub = nullptr;
+    }
+    ~ZbTags() {
+        if (sub != nullptr) b_tag_subDestroy(sub);
+        if (master != nullptr) b_tag_masterDestroy(master);
+    }
+    ZbTags(const ZbTags &) = delete;
+    ZbTags &operator=(const ZbTags &) = delete;
+    bool ok() const { return sub != nullptr; }
+};
 
 // A demo section prints to `out` and returns 0, or non-zero on a failure.
 using zb_demo_fcn = int (*)(FILE *out);
