@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Ordered index and block cache", zb_demo_btree},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -70,6 +71,8 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
+     "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
 };
 
 void zb_usage(FILE *out) {

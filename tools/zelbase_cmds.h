@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string>
 
+#include "btree_types.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "value_types.h"
@@ -48,6 +49,7 @@ int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_btree(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -57,9 +59,15 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_btree(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
 int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
+
+// Prints a B-tree of uint64_t keys level by level: with `keys` every node's
+// keys, else each level's nodes, entries and fill, the depth range of the
+// leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
+int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
 
 #endif
