@@ -44,6 +44,21 @@ constexpr ZEL_TYPE_DATA typeData[ZEL_CNV_TYPES] = {
     {ZEL_ROWID, 8}, {ZEL_UUID, 16},
 };
 
+/* The sizes are those of the one table of type facts (typeInfoLength), but
+ * for two that differ on purpose: a boolean converts as one byte (it is 4 in a
+ * row), and the zone time stamp is listed at 16 bytes although its record and
+ * every conversion use 12 (kept: callers size destinations from this table). */
+constexpr bool cnv_sizesAgree() {
+    for (const ZEL_TYPE_DATA &row : typeData) {
+        size_t want = zel::detail::typeInfoLength(row.type);
+        if (row.type == ZEL_BOOL) want = 1;
+        if (row.type == ZEL_TIMESTAMPTZ) want = 16;
+        if (row.size != want) return false;
+    }
+    return true;
+}
+static_assert(cnv_sizesAgree());
+
 // Destination kinds that are not a plain C number.
 struct CnvBool {
     uint8_t v;
