@@ -29,6 +29,8 @@
 #include <limits>
 #include <system_error>
 
+#include "psp_utf8_internal.h"
+
 namespace {
 
 constexpr size_t psp_kPageSize = 4096;
@@ -158,26 +160,7 @@ ZEL_RETCODE psp_consoleCode(PSP_FILE_T file) {
 constexpr uint32_t psp_kReplacement = 0xFFFD;
 
 size_t psp_utf8Put(uint32_t cp, unsigned char *out) {
-    if (cp < 0x80) {
-        out[0] = static_cast<unsigned char>(cp);
-        return 1;
-    }
-    if (cp < 0x800) {
-        out[0] = static_cast<unsigned char>(0xC0 | (cp >> 6));
-        out[1] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        return 2;
-    }
-    if (cp < 0x10000) {
-        out[0] = static_cast<unsigned char>(0xE0 | (cp >> 12));
-        out[1] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-        out[2] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        return 3;
-    }
-    out[0] = static_cast<unsigned char>(0xF0 | (cp >> 18));
-    out[1] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-    out[2] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-    out[3] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-    return 4;
+    return zel::detail::psp_utf8Encode(cp, out);
 }
 
 /* Continuation bytes that a lead byte asks for, or -1 when it cannot lead. */
