@@ -10,7 +10,7 @@
 #include <set>
 
 #include "btree.h"
-#include "btree_check_internal.h"
+#include "btree_internal.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 

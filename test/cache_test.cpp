@@ -13,10 +13,7 @@
 #include <vector>
 
 #include "cache.h"
-#if __has_include("oom.h")
 #include "oom.h"
-#define CACHE_HAVE_OOM 1
-#endif
 #include "tag_fixture.h"
 
 namespace {
@@ -271,7 +268,6 @@ TEST_F(CacheTest, FailedLoadKeepsNothingAndBadArgumentsAreRefused) {
     b_cacheTerm(&cache, ZEL_FALSE);
 }
 
-#ifdef CACHE_HAVE_OOM
 TEST_F(CacheTest, OutOfMemoryInGetEntryLoadsNothing) {
     const int runs = oom_check(master, {sub}, [&] {
         B_CACHE_T c;
@@ -302,7 +298,5 @@ TEST_F(CacheTest, OutOfMemoryInGetEntryLoadsNothing) {
     });
     EXPECT_GT(runs, 0);
 }
-
-#endif
 
 }  // namespace

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "btree.h"
-#include "btree_check_internal.h"
+#include "btree_internal.h"
 #include "zelbase_cmds.h"
 
 int zb_cmd_btree(int argc, char **argv);

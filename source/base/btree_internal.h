@@ -1,12 +1,12 @@
 /*
- * btree_check_internal.h - the structural checker of a B_BTREE_T, for tests,
+ * btree_internal.h - the structural checker of a B_BTREE_T, for tests,
  * fuzzers and the tool: entries in order across nodes and child ranges,
  * `count` equal to the entries reachable, fill of every node within bounds,
  * every interior node with all its children and every leaf at one depth.
  * C++ only; allocates nothing.
  */
-#ifndef BTREE_CHECK_INTERNAL_H
-#define BTREE_CHECK_INTERNAL_H
+#ifndef BTREE_INTERNAL_H
+#define BTREE_INTERNAL_H
 
 #include <cstdint>
 
@@ -98,4 +98,4 @@ inline BtCheckResult bt_check(const B_BTREE_T *bt) {
 
 }  // namespace zel::detail
 
-#endif /* BTREE_CHECK_INTERNAL_H */
+#endif /* BTREE_INTERNAL_H */
