@@ -40,7 +40,7 @@ namespace {
 
 constexpr uint32_t kNoLevel = B_BTREE_NO_LEVEL;
 constexpr uint32_t kPathGrowth = 5;    // levels added when the path is full
-constexpr uint32_t kMaxSlots = 65535;  // beyond this a node is no longer a page run
+constexpr uint32_t kMaxSlots = 65535;  // past any useful node: an insert moves up to 1 MB
 constexpr size_t kSlot = sizeof(B_BTREE_SLOT);
 constexpr size_t kChild = sizeof(B_BTREE_NODE *);
 

@@ -26,8 +26,8 @@
 ZEL_EXTERN_C_BEGIN
 
 /* An empty tree whose nodes hold up to `slots` entries. Takes the root's slot
- * array. eINVNULLARG (btree, cmpfcn or subTag null); eINVARG (slots < 2, or
- * too large to count an over-full node); eNOMEMORY, nothing held. */
+ * array. eINVNULLARG (btree, cmpfcn or subTag null); eINVARG (slots < 2 or
+ * above 65535); eNOMEMORY, nothing held. *btree is written only on sOKAY. */
 ZEL_NODISCARD ZEL_RETCODE b_btInit(B_BTREE_T *btree, B_BT_COMPARE cmpfcn, uint32_t slots,
                                    const void *ctx, B_TAG_SUB subTag);
 /* Gives every node, the root's array, the pools and the path back. The data
