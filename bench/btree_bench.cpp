@@ -234,7 +234,7 @@ void BM_AbslPtrSetErase(benchmark::State &s) {
 #endif
 
 void slotArgs(benchmark::internal::Benchmark *b) {
-    b->Unit(benchmark::kMillisecond)->Arg(16)->Arg(32)->Arg(64);
+    b->Unit(benchmark::kMillisecond)->Arg(28)->Arg(60)->Arg(124);
 }
 
 }  // namespace
