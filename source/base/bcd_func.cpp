@@ -928,9 +928,16 @@ ZEL_RETCODE zel_bcdFromNumericStruct(const ZEL_NUMERIC_T *pVal, uint8_t prec, ui
     // where the running sum would overflow.
     unsigned __int128 v = 0;
     for (int i = ZEL_NUMERIC_VAL_BYTES - 1; i >= 0; --i) v = (v << 8) | pVal->val[i];
-    uint8_t digits[40];
+    // Digits from the low end, 16 at a time in 64 bits: v has at most 39.
+    uint8_t digits[48];
     int n = 0;
-    for (; v != 0; v /= 10) digits[n++] = static_cast<uint8_t>(v % 10);
+    constexpr uint64_t k1e16 = 10000000000000000ull;
+    for (int part = 0; part < 3 && v != 0; ++part) {
+        uint64_t low = static_cast<uint64_t>(v % k1e16);
+        v /= k1e16;
+        for (int i = 0; i < 16; ++i, low /= 10) digits[n++] = static_cast<uint8_t>(low % 10);
+    }
+    while (n > 0 && digits[n - 1] == 0) --n;
     ZEL_BCD_T b;
     std::memset(&b, 0, sizeof b);
     b.sign = 1;
