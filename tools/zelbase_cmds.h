@@ -43,6 +43,7 @@ int zb_demo_containers(FILE *out);
 int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
+int zb_demo_bcd_func(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
