@@ -565,7 +565,8 @@ void zel_bcd_exp_series(A &a, const WORK_BCD &fw, WORK_BCD &out) {
 
 // x ^ y for a 64-bit y, by the bits of y from the top: y of 1 is x, else the
 // power of y / 2 squared, times x for an odd y. An error or a zero stays
-// what it is, so the work stops there.
+// what it is, so the work stops there. Deliberate: a power that falls below
+// 10^-40 is cut to 0 with no flag, so 0.5^200 is 0 with sOKAY.
 void zel_bcd_pow_uint64(const WORK_BCD &x, uint64_t y, WORK_BCD &res) {
     WORK_BCD r = x;
     for (int bit = 62 - __builtin_clzll(y); bit >= 0; --bit) {
@@ -972,7 +973,9 @@ ZEL_RETCODE zel_bcdToNumericStruct(const ZEL_BCD_T *b, uint8_t prec, uint8_t sca
     pVal->sign = c.sign > 0 ? 1 : 0;
     pVal->precision = c.prec;
     pVal->scale = static_cast<int8_t>(c.prec - c.exp);
-    // The digits as one integer, split into base-256 digits exactly.
+    // The digits as one integer, split into base-256 digits exactly, whatever
+    // the mode: a quotient by 256 rounded to 32 digits would step up from
+    // 2.56e31 on and leave a byte of -1.
     unsigned __int128 v = 0;
     for (int i = 1; i <= c.prec; ++i) v = v * 10 + c.data[i];
     // Deliberate: only the bytes the integer needs are written; the rest of
