@@ -3,8 +3,8 @@
 
 Run once from this directory: python3 gen_bcd.py
 Writes good-bcd-arith.txt, good-bcd-text.txt, good-bcd-divmethod.txt,
-good-bcd-workrcp.txt and good-bcd-funcmethod.txt (fixed seeds, so re-running
-gives the same files).
+good-bcd-workrcp.txt, good-bcd-fromdouble.txt and good-bcd-funcmethod.txt
+(fixed seeds, so re-running gives the same files).
 
 good-bcd-arith.txt, one case per line, fields separated by one blank:
     op mode a b result code
@@ -24,6 +24,11 @@ matched digit for digit and code for code.
 good-bcd-workrcp.txt: rcp x r -- r the 40-digit reciprocal of x (up to 40
 digits) in the work form, from the same model, with the digits the work
 record keeps (a cut can leave a zero last).
+
+good-bcd-fromdouble.txt: hex-double text -- a double of the top decade
+[1e31, 1e32) (or just outside it) as float.hex(), and the decimal the library
+must make of it: "%.*f" with 14 less the truncated logarithm as the scale
+(0 here), which carries at most 32 integer digits; RANGE from 1e32 on.
 
 good-bcd-funcmethod.txt: the decimal functions from a model of their method
 (the section "Decimal functions" below), to be matched digit for digit:
@@ -283,6 +288,22 @@ def work_reciprocal_cases():
         if rng.random() < 0.5:
             x = -x
         lines.append(f"rcp {plain(x)} {format(reciprocal_method(x), 'f')}")
+    return lines
+
+
+def from_double_cases():
+    import math
+    rng = random.Random(31)
+    values = [1e31, 3e31, 2.0**104, 9.999999999999999e31, 1e32, 9.99e31, -3e31,
+              math.nextafter(1e31, 0), math.nextafter(1e32, 0), 1.5e32]
+    values += [rng.uniform(1e31, 1e32) * rng.choice((1, -1)) for _ in range(200)]
+    lines = []
+    for d in values:
+        mag = int(math.log10(abs(d)))  # truncated towards zero, as the library
+        if mag > 31:
+            lines.append(f"{d.hex()} RANGE")
+        else:
+            lines.append(f"{d.hex()} {'%.*f' % (max(0, 14 - mag), d)}")
     return lines
 
 
@@ -656,5 +677,7 @@ if __name__ == "__main__":
         f.write("\n".join(division_method_cases()) + "\n")
     with open("good-bcd-workrcp.txt", "w") as f:
         f.write("\n".join(work_reciprocal_cases()) + "\n")
+    with open("good-bcd-fromdouble.txt", "w") as f:
+        f.write("\n".join(from_double_cases()) + "\n")
     with open("good-bcd-funcmethod.txt", "w") as f:
         f.write("\n".join(function_method_cases()) + "\n")
