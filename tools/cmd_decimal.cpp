@@ -195,9 +195,9 @@ void zb_decimal_numeric_table(const ZEL_NUMERIC_T &n) {
     } while (v != 0);
     const auto *raw = reinterpret_cast<const uint8_t *>(&n);
     std::printf("%-7s %-48s %s\n", "offset", "bytes", "meaning");
-    std::printf("%-7d %-48s precision: %u digits\n", 0, zb_decimal_hex(raw, 1).c_str(),
+    std::printf("%-7d %-48s precision: %u (digits)\n", 0, zb_decimal_hex(raw, 1).c_str(),
                 n.precision);
-    std::printf("%-7d %-48s scale: %d digits behind the point\n", 1,
+    std::printf("%-7d %-48s scale: %d (digits behind the point)\n", 1,
                 zb_decimal_hex(raw + 1, 1).c_str(), n.scale);
     std::printf("%-7d %-48s sign: %u, %s\n", 2, zb_decimal_hex(raw + 2, 1).c_str(), n.sign,
                 n.sign == 1 ? "positive" : "negative");
