@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     static const struct {
         const char *name;
         Unary f;
-    } kFns[] = {{"ln", zel_bcdLog},   {"log10", zel_bcdLog10}, {"exp", zel_bcdExp},
+    } kFns[] = {{"ln", zel_bcdLog},    {"log10", zel_bcdLog10}, {"exp", zel_bcdExp},
                 {"sqrt", zel_bcdSqrt}, {"sin", zel_bcdSin},     {"cos", zel_bcdCos},
                 {"tan", zel_bcdTan},   {"csc", zel_bcdCsc},     {"sec", zel_bcdSec},
                 {"cot", zel_bcdCot}};
