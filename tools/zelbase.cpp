@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Paths and the document root", zb_demo_path},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -70,6 +71,10 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"path", "split|full|match|scan|tmpname ...",
+     "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
+    {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
+     zb_cmd_docroot},
 };
 
 void zb_usage(FILE *out) {
