@@ -86,13 +86,13 @@ ZEL_RETCODE b_pathSplit(const char *path, char **dir, char **file, B_TAG_SUB sub
     if (path == nullptr) return eINVNULLARG;
     const char *slash = std::strrchr(path, '/');
     const char *rest = slash == nullptr ? path : slash + 1;
-    ZEL_RETCODE rc = sOKAY;
     char *f = nullptr;
     char *d = nullptr;
     if (file != nullptr && (slash == nullptr || *rest != '\0'))
-        ZEL_CHECK(rc = b_tag_subCopyString(subTag, rest, &f));
+        ZEL_CHECK(b_tag_subCopyString(subTag, rest, &f));
     if (dir != nullptr && slash != nullptr) {
-        rc = b_tag_subAllocCopy(subTag, path, static_cast<size_t>(slash - path) + 2, &d);
+        const ZEL_RETCODE rc =
+            b_tag_subAllocCopy(subTag, path, static_cast<size_t>(slash - path) + 2, &d);
         if (rc < 0) {
             b_tag_subFreeCanBeNull(subTag, f);
             return rc;
@@ -165,8 +165,7 @@ ZEL_BOOL_T b_pathMatch(const char *name, const char *pattern) {
 ZEL_RETCODE b_pathOpen(B_DIR_T *dir, const char *path, const char *pattern) {
     if (dir == nullptr || path == nullptr) return eINVNULLARG;
     PSP_FILE_DIR_T d;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = psp_fileDirOpen(&d, path));
+    ZEL_CHECK(psp_fileDirOpen(&d, path));
     dir->dir = d;
     dir->pattern = pattern;
     return sOKAY;
@@ -174,10 +173,9 @@ ZEL_RETCODE b_pathOpen(B_DIR_T *dir, const char *path, const char *pattern) {
 
 ZEL_RETCODE b_pathNext(B_DIR_T *dir, const char **pName) {
     if (dir == nullptr || pName == nullptr) return eINVNULLARG;
-    ZEL_RETCODE rc;
     const char *name = nullptr;
     do {
-        ZEL_CHECK(rc = psp_fileDirNext(&dir->dir, &name));
+        ZEL_CHECK(psp_fileDirNext(&dir->dir, &name));
     } while (name != nullptr && !b_pathMatch(name, dir->pattern));
     *pName = name;
     return sOKAY;
@@ -245,8 +243,7 @@ ZEL_COMPARE b_intToZelCompare(int cmp) {
 ZEL_RETCODE b_catalogSet(CAT_INFO *cip, const char *catalog, B_TAG_SUB subTag) {
     if (cip == nullptr) return eINVNULLARG;
     char *copy = nullptr;
-    ZEL_RETCODE rc = sOKAY;
-    if (catalog != nullptr) ZEL_CHECK(rc = b_tag_subCopyString(subTag, catalog, &copy));
+    if (catalog != nullptr) ZEL_CHECK(b_tag_subCopyString(subTag, catalog, &copy));
     // The former text goes only once its successor stands.
     if (cip->type == catTypeSet) b_tag_subFreeCanBeNull(cip->subTag, cip->val.str);
     cip->type = catalog != nullptr ? catTypeSet : catTypeNone;
@@ -258,8 +255,7 @@ ZEL_RETCODE b_catalogSet(CAT_INFO *cip, const char *catalog, B_TAG_SUB subTag) {
 ZEL_RETCODE b_catalogSetFromFile(CAT_INFO *cip, const char *catFile, B_TAG_SUB subTag) {
     if (cip == nullptr) return eINVNULLARG;
     char *copy = nullptr;
-    ZEL_RETCODE rc = sOKAY;
-    if (catFile != nullptr) ZEL_CHECK(rc = b_tag_subCopyString(subTag, catFile, &copy));
+    if (catFile != nullptr) ZEL_CHECK(b_tag_subCopyString(subTag, catFile, &copy));
     // Deliberate: what was held is not freed and the tag is not recorded; the
     // caller owns the name and whatever the record held before.
     cip->type = catFile != nullptr ? catTypeSetFromFile : catTypeNone;
