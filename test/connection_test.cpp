@@ -315,9 +315,11 @@ TEST_F(Conn, UrllibVectors) {
 }
 
 TEST_F(Conn, OutOfMemory) {
+    // The last string is long enough for its working copy to come from the tag.
+    const std::string longName = "gsv-tcp://h:1/" + std::string(300, 'n');
     for (const char *uri :
          {"mydb", "mydb@host:1234,30,5,1", "gsv-tcp://[::1]:1234/x", "gsv-shm://name/db",
-          "gsv-uuid://00112233-4455-6677-8899-aabbccddeeff/u"}) {
+          "gsv-uuid://00112233-4455-6677-8899-aabbccddeeff/u", longName.c_str()}) {
         SCOPED_TRACE(uri);
         auto op = [&] {
             TX_CONN_CTX *ctx = reinterpret_cast<TX_CONN_CTX *>(1);

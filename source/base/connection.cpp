@@ -24,7 +24,6 @@
 
 #include <cstring>
 
-#include "format.h"
 #include "tag_sub.h"
 #include "uuid.h"
 
@@ -33,6 +32,8 @@ namespace {
 constexpr uint64_t kConnMaxPort = 65535;
 constexpr uint64_t kConnMaxHeartbeat = UINT32_MAX;
 constexpr uint64_t kConnMaxInt = INT32_MAX;
+// Strings shorter than this are cut in a copy on the stack.
+constexpr size_t kConnLocalCopy = 256;
 
 // Decimal digits only, at most `max`; "" is 0. Never wraps.
 ZEL_RETCODE conn_parseDigits(const char *s, uint64_t max, uint64_t *value) {
@@ -182,6 +183,25 @@ constexpr ConnScheme kConnSchemes[] = {
     {"gsv-ud", nullptr, eNOTIMPLEMENTED},       {"gsv-uuid", conn_createUuidConnInfo, sOKAY},
 };
 
+// The server specification "%s://%s/" of scheme and address, put together
+// by hand: this is the one formatted text of every parse.
+ZEL_RETCODE conn_setGsvSpec(TX_CONN_CTX *ctx, const char *scheme, const char *address) {
+    const size_t scheme_len = std::strlen(scheme), address_len = std::strlen(address);
+    char *spec = nullptr;
+    ZEL_CHECK(b_tag_subAlloc(ctx->subTag, scheme_len + address_len + 5, &spec));
+    char *p = spec;
+    std::memcpy(p, scheme, scheme_len);
+    p += scheme_len;
+    std::memcpy(p, "://", 3);
+    p += 3;
+    std::memcpy(p, address, address_len);
+    p += address_len;
+    p[0] = '/';
+    p[1] = '\0';
+    ctx->gsvspec = spec;
+    return sOKAY;
+}
+
 // The name behind leading "/"; "" leaves dbname null.
 ZEL_RETCODE conn_setDbName(TX_CONN_CTX *ctx, const char *name) {
     while (*name == '/') ++name;
@@ -206,7 +226,7 @@ ZEL_RETCODE conn_parse(TX_CONN_CTX *ctx, char *text, ZEL_BOOL_T *located) {
         if (found->parse == nullptr) return found->refusal;
         ZEL_CHECK(found->parse(ctx, address));
         // Deliberate: the address as the parser left it, a TCP host alone.
-        ZEL_CHECK(b_makeStr(ctx->subTag, &ctx->gsvspec, "%s://%s/", scheme, address));
+        ZEL_CHECK(conn_setGsvSpec(ctx, scheme, address));
         if (slash != nullptr) ZEL_CHECK(conn_setDbName(ctx, slash + 1));
         *located = ZEL_TRUE;
         return sOKAY;
@@ -214,11 +234,11 @@ ZEL_RETCODE conn_parse(TX_CONN_CTX *ctx, char *text, ZEL_BOOL_T *located) {
     char *at = std::strchr(text, '@');
     if (at != nullptr) {
         *at = '\0';
-        ZEL_CHECK(b_makeStr(ctx->subTag, &ctx->gsvspec, "gsv-tcp://%s/", at + 1));
+        ZEL_CHECK(conn_setGsvSpec(ctx, "gsv-tcp", at + 1));
         ZEL_CHECK(conn_createTCPConnInfo(ctx, at + 1));
         *located = ZEL_TRUE;
     } else {
-        ZEL_CHECK(b_tag_subCopyString(ctx->subTag, "gsv:///", &ctx->gsvspec));
+        ZEL_CHECK(conn_setGsvSpec(ctx, "gsv", ""));
         ZEL_CHECK(conn_createDefaultConnInfo(ctx, nullptr));
         *located = ZEL_FALSE;
     }
@@ -257,12 +277,21 @@ ZEL_RETCODE tl_parseConnectionUri(const char *uri, B_TAG_SUB subTag, ZEL_BOOL_T 
     TX_CONN_CTX *ctx = nullptr;
     ZEL_CHECK(b_tag_subAllocZero(subTag, sizeof *ctx, &ctx));
     ctx->subTag = subTag;
-    char *text = nullptr;
-    ZEL_RETCODE rc = b_tag_subCopyString(subTag, uri != nullptr ? uri : "", &text);
+    // The copy that the parse cuts: on the stack when it is short.
+    const char *src = uri != nullptr ? uri : "";
+    const size_t len = std::strlen(src);
+    char local[kConnLocalCopy];
+    char *text = local;
+    ZEL_RETCODE rc = sOKAY;
+    if (len < sizeof local) {
+        std::memcpy(local, src, len + 1);
+    } else {
+        rc = b_tag_subAllocCopy(subTag, src, len + 1, &text);
+    }
     ZEL_BOOL_T located = ZEL_FALSE;
     if (rc >= 0) {
         rc = conn_parse(ctx, text, &located);
-        b_tag_subFree(subTag, text);
+        if (text != local) b_tag_subFree(subTag, text);
     }
     if (rc < 0) {
         tl_freeConnectionInfo(ctx);
