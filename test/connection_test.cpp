@@ -60,7 +60,7 @@ const Vector kVectors[] = {
     {"a//b", sOKAY, false, SHM, kShmDefault, 0, 0, 0, 0, "a//b", "gsv:///"},
     {"///a", sOKAY, false, SHM, kShmDefault, 0, 0, 0, 0, "a", "gsv:///"},  // leading "/" go
     {"", sOKAY, false, SHM, kShmDefault, 0, 0, 0, 0, NUL, "gsv:///"},
-    // name "@" address: the specification holds the whole address.
+    // name "@" address: gsvspec holds the whole address.
     {"mydb@host:1234", sOKAY, true, TCP, "host", 1234, 0, 0, 0, "mydb", "gsv-tcp://host:1234/"},
     // host | ":" 1234 | "," 30 | "," 5 | "," 1
     {"mydb@host:1234,30,5,1", sOKAY, true, TCP, "host", 1234, 30, 5, 1, "mydb",
@@ -74,10 +74,10 @@ const Vector kVectors[] = {
     {"@host", sOKAY, true, TCP, "host", 21553, 0, 0, 0, NUL, "gsv-tcp://host/"},
     // the first "@" splits: the host is "b@c"
     {"a@b@c:5", sOKAY, true, TCP, "b@c", 5, 0, 0, 0, "a", "gsv-tcp://b@c:5/"},
-    // scheme "://" host | ":" 1234 | "/" mydb: the specification keeps the host alone
+    // scheme "://" host | ":" 1234 | "/" mydb: gsvspec keeps the host alone
     {"gsv-tcp://host:1234/mydb", sOKAY, true, TCP, "host", 1234, 0, 0, 0, "mydb",
      "gsv-tcp://host/"},
-    // "[" ::1 "]" cut | ":" 1234 | "/" x: the specification lacks the "]"
+    // "[" ::1 "]" cut | ":" 1234 | "/" x: gsvspec lacks the "]"
     {"gsv-tcp://[::1]:1234/x", sOKAY, true, TCP, "::1", 1234, 0, 0, 0, "x", "gsv-tcp://[::1/"},
     {"gsv-tcp://[::1]/db", sOKAY, true, TCP, "::1", 21553, 0, 0, 0, "db", "gsv-tcp://[::1/"},
     {"gsv-tcp://[::1],7", sOKAY, true, TCP, "::1", 21553, 7, 0, 0, NUL, "gsv-tcp://[::1/"},

@@ -1,6 +1,6 @@
 // `zelbase uri URI...` parses connection strings and prints each context:
-// its transport with every field, the database name, the server
-// specification and whether the string named a location. `zelbase uri
+// its transport with every field, the database name, the server text
+// gsvspec and whether the string named a location. `zelbase uri
 // --compare A B` tells whether two strings name the same database at the
 // same place.
 #include <cstdio>

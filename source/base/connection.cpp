@@ -4,9 +4,9 @@
  * The parse works on one private copy of the string and cuts it in place, in
  * a fixed order: at "://" (the scheme ends), at the first "/" (the address
  * ends, the database name follows), then inside the address (a TCP address
- * at its closing bracket, its ":" and its commas). The server specification
+ * at its closing bracket, its ":" and its commas). The server text gsvspec
  * is formatted from the address after that cut, so with a scheme it holds a
- * TCP address's host alone; stored specifications depend on that. Each
+ * TCP address's host alone; stored gsvspec texts depend on that. Each
  * address parser takes its fields into locals and adds its entry last, so a
  * failed parser leaves nothing of its own behind; tl_parseConnectionUri frees
  * the context on any failure.
@@ -183,7 +183,7 @@ constexpr ConnScheme kConnSchemes[] = {
     {"gsv-ud", nullptr, eNOTIMPLEMENTED},       {"gsv-uuid", conn_createUuidConnInfo, sOKAY},
 };
 
-// The server specification "%s://%s/" of scheme and address, put together
+// gsvspec, "%s://%s/" of scheme and address, put together
 // by hand: this is the one formatted text of every parse.
 ZEL_RETCODE conn_setGsvSpec(TX_CONN_CTX *ctx, const char *scheme, const char *address) {
     const size_t scheme_len = std::strlen(scheme), address_len = std::strlen(address);

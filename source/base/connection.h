@@ -28,7 +28,7 @@ ZEL_NODISCARD ZEL_RETCODE tl_parseConnectionUri(const char *uri, B_TAG_SUB subTa
                                                 ZEL_BOOL_T *has_location, TX_CONN_CTX **connCtx);
 /* Decimal digits only, at most 65535; "" gives 0. eINVGSVSPEC; eINVNULLARG. */
 ZEL_NODISCARD ZEL_RETCODE tl_parsePortNumber(const char *str, uint16_t *port);
-/* Frees the entries' strings, the entries, the name, the specification and
+/* Frees the entries' strings, the entries, the name, gsvspec and
  * the context itself; null does nothing. */
 void tl_freeConnectionInfo(TX_CONN_CTX *ctx);
 /* A deep copy from `subTag`, or null (nothing left behind) on failure or for
@@ -42,7 +42,7 @@ TX_CONN_CTX *tl_copyConnectionInfo(const TX_CONN_CTX *ctx, B_TAG_SUB subTag);
  * match. -1 without a match, for a null context or name on either side, or
  * when the first has no entries. */
 int tl_compareDatabase(const TX_CONN_CTX *connCtx1, const TX_CONN_CTX *connCtx2);
-/* The server specification, or "" (for a null ctx too). */
+/* gsvspec, the server text, or "" (for a null ctx too). */
 const char *tl_connGsvSpec(const TX_CONN_CTX *connCtx);
 /* When exactly one entry is of type TX_UUID_INT, copies its UUID; otherwise
  * sNOTFOUND. eINVNULLARG. */

@@ -62,7 +62,7 @@ typedef struct TX_CONN_CTX_S {
     ZEL_BOOL_T has_gsvloc; /* the string named a server location */
     TX_CONN_INFO *info;
     char *dbname;  /* null: no database named */
-    char *gsvspec; /* the server specification, "scheme://address/" */
+    char *gsvspec; /* the server as "scheme://address/" */
     B_TAG_SUB subTag;
 } TX_CONN_CTX;
 
