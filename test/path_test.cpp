@@ -69,7 +69,7 @@ int recursiveMatch(const char *n, const char *p, long &budget) {
     }
 }
 
-// ---------------------------------------------------------------- split
+// ---- Split.
 
 using PathSplit = TaggedTest;
 
@@ -116,7 +116,7 @@ TEST(PathNormalize, OneTrailingSlash) {
     EXPECT_EQ(normalize_path(nullptr), nullptr);
 }
 
-// ---------------------------------------------------------------- fullpath
+// ---- Fullpath.
 
 class PathFull : public TaggedTest {
   protected:
@@ -151,7 +151,7 @@ TEST_F(PathFull, FromTheRoot) {
     EXPECT_EQ(here, "/");
 }
 
-// ---------------------------------------------------------------- match
+// ---- Match.
 
 TEST(PathMatch, EdgeCases) {
     EXPECT_TRUE(b_pathMatch("DB01.TXT", "db##.*"));
@@ -206,7 +206,7 @@ TEST(PathMatch, PathologicalPatternEnds) {
     EXPECT_TRUE(b_pathMatch((name + "b").c_str(), "*a*a*a*a*a*a*a*a*b"));
 }
 
-// ---------------------------------------------------------------- scan
+// ---- Scan.
 
 TEST(PathScan, ListsTheMatchingNames) {
     TempDir d;
@@ -241,7 +241,7 @@ TEST(PathScan, MissingDirectoryOrFile) {
     EXPECT_EQ(openFds(), fds);
 }
 
-// ---------------------------------------------------------------- temporary names
+// ---- Temporary names.
 
 using PathTmpName = TaggedTest;
 
@@ -287,7 +287,7 @@ TEST_F(PathTmpName, FormatAndCounter) {
     EXPECT_EQ(b_fileCreateTmpName(&counter, nullptr, nullptr, nullptr, sub, nullptr), eINVNULLARG);
 }
 
-// ---------------------------------------------------------------- document root
+// ---- Document root.
 
 TEST(PathDocroot, LockTwiceInOneProcess) {
     TempDir d;
@@ -333,7 +333,7 @@ TEST(PathDocroot, FailuresMapAndLeaveNothingOpen) {
     EXPECT_EQ(openFds(), fds);
 }
 
-// ---------------------------------------------------------------- odds and ends
+// ---- Odds and ends.
 
 using PathInitDocroot = TaggedTest;
 
@@ -466,7 +466,7 @@ TEST(PathGsvTags, ReadFromTheHandlesHead) {
     EXPECT_EQ(gsvGetMasterTag(nullptr), nullptr);
 }
 
-// ---------------------------------------------------------------- out of memory
+// ---- Out of memory.
 
 using PathMemory = TaggedTest;
 
