@@ -24,16 +24,18 @@
 #include <cstddef>
 #include <cstring>
 
+#include "bcd_kernel_internal.h"
+
 static_assert(sizeof(ZEL_NUMERIC_T) == 19, "ZEL_NUMERIC_T is a 19-byte record");
 static_assert(offsetof(ZEL_NUMERIC_T, precision) == 0 && offsetof(ZEL_NUMERIC_T, scale) == 1 &&
               offsetof(ZEL_NUMERIC_T, sign) == 2 && offsetof(ZEL_NUMERIC_T, val) == 3);
 
 namespace {
 
-constexpr int kWorkPrec = 40;
-constexpr uint8_t kFlagLoss = ZEL_BCD_FLAG_PRECISION_LOSS;
-constexpr uint8_t kFlagOverflow = ZEL_BCD_FLAG_OVERFLOW;
-constexpr uint8_t kFlagErrors = ZEL_BCD_FLAG_ERRORS;
+using zel::detail::kFlagErrors;
+using zel::detail::kFlagLoss;
+using zel::detail::kFlagOverflow;
+using zel::detail::kWorkPrec;
 
 // Steps no well-formed operand comes near (a series needs at most about 90
 // terms, the narrowing of a logarithm 8 steps); they only bound the work on a
@@ -80,9 +82,7 @@ static_assert(c_2_3.prec == 40 && c_4_3.prec == 40 && c_ln2.prec == 40 && c_ln10
 // ---- Small helpers of the work form.
 
 void zel_bcd_work_zero(WORK_BCD &w, uint8_t flags) {
-    std::memset(&w, 0, sizeof w);
-    w.sign = 1;
-    w.flags = flags;
+    zel::detail::zel_bcd_set_zero(w, flags);
 }
 
 // A normalised work copy of a decimal: leading zeros and fraction zeros out,
