@@ -13,6 +13,7 @@
 
 #include "buffstream.h"
 #include "file_fixture.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
 
@@ -266,6 +267,51 @@ TEST_F(BuffStream, WriterGathersUpTo32768Bytes) {
     b_outputBuffTerm(&out);
     outOpen = false;
     EXPECT_EQ(sink.bytes.size(), before);
+}
+
+TEST_F(BuffStream, OutOfMemory) {
+    // Init of either stream: the tag's code, nothing held.
+    oom_check(master, {sub}, [&]() -> ZEL_RETCODE {
+        ZEL_RETCODE rc = b_inputBuffInit(&in, &Source::read, &src, 0, sub);
+        if (rc != sOKAY) return rc;
+        b_inputBuffTerm(&in);
+        rc = b_outputBuffInit(&out, &Sink::write, &sink, 0, sub);
+        if (rc == sOKAY) b_outputBuffTerm(&out);
+        return rc;
+    });
+    // GetString: on failure the destination stands.
+    oom_check(master, {sub}, [&]() -> ZEL_RETCODE {
+        src = Source{};
+        src.bytes = Bytes("\x05\x00\x00\x00hello", 9);
+        ZEL_RETCODE rc = b_inputBuffInit(&in, &Source::read, &src, 0, sub);
+        if (rc != sOKAY) return rc;
+        char *s = reinterpret_cast<char *>(&rc);
+        rc = b_inputBuffGetString(&in, sub, &s);
+        if (rc == sOKAY) {
+            EXPECT_STREQ(s, "hello");
+            b_tag_subFree(sub, s);
+        } else {
+            EXPECT_EQ(s, reinterpret_cast<char *>(&rc));
+        }
+        b_inputBuffTerm(&in);
+        return rc;
+    });
+    // Growth of the writer: a refusal only makes it write sooner; every byte
+    // arrives in order.
+    Bytes want;
+    for (int i = 0; i < 9000; i++) want += char('a' + i % 26);
+    const int faults = oom_check(master, {sub}, [&]() -> ZEL_RETCODE {
+        sink = Sink{};
+        ZEL_RETCODE rc = b_outputBuffInit(&out, &Sink::write, &sink, 0, sub);
+        if (rc != sOKAY) return rc;
+        for (size_t at = 0; at < want.size(); at += 1000)
+            EXPECT_EQ(b_outputBuffPutBytes(&out, want.data() + at, 1000), sOKAY);
+        EXPECT_EQ(b_outputBuffFlush(&out), sOKAY);
+        b_outputBuffTerm(&out);
+        EXPECT_EQ(sink.bytes, want);
+        return sOKAY;
+    });
+    EXPECT_GE(faults, 3);  // the init and at least two growth steps
 }
 
 }  // namespace

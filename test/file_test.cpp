@@ -12,6 +12,7 @@
 
 #include "file.h"
 #include "file_fixture.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
 
@@ -163,11 +164,13 @@ TEST_F(FileTest, GetsStopsAtLineFeedOrRoom) {
 }
 
 TEST_F(FileTest, GetLineGivesLinesOfAnyLength) {
-    // Lengths around the first buffer, its growth step and the window.
+    // Lengths around the first buffer, its growth step, the window and the
+    // page-run limit of the tag (626688 bytes), past which growth moves the
+    // line to a fresh buffer.
     std::mt19937 rng(7);
     std::vector<Bytes> lines;
     Bytes all;
-    for (size_t n : {0, 1, 98, 99, 100, 111, 112, 113, 4095, 4096, 4097, 100000}) {
+    for (size_t n : {0, 1, 98, 99, 100, 111, 112, 113, 4095, 4096, 4097, 700000}) {
         Bytes l;
         for (size_t i = 0; i < n; i++) l.push_back(char('a' + rng() % 26));
         lines.push_back(l + "\n");
@@ -185,6 +188,29 @@ TEST_F(FileTest, GetLineGivesLinesOfAnyLength) {
     EXPECT_EQ(b_fileGetLine(&f, &buf, &len, sub), nullptr);
     EXPECT_EQ(b_fgetState(&f), sOKAY);
     b_tag_subFree(sub, buf);
+}
+
+TEST_F(FileTest, GetLineOutOfMemoryKeepsTheCodeAndLeaksNothing) {
+    // Lines that need the first buffer and two growths; a failure is kept as
+    // the file's code and a buffer made by the failing call is freed.
+    const Bytes lines = "short\n" + Bytes(150, 'm') + "\n" + Bytes(5000, 'l') + "\n";
+    fixture_writeFile(path, lines);
+    const int faults = oom_check(master, {sub}, [&]() -> ZEL_RETCODE {
+        EXPECT_EQ(b_fileOpen(&f, path.c_str(), B_FILE_FLAGS_READ), sOKAY);
+        char *buf = nullptr;
+        size_t len = 0;
+        Bytes got;
+        while (b_fileGetLine(&f, &buf, &len, sub) != nullptr) got += buf;
+        const ZEL_RETCODE rc = b_fgetState(&f);
+        if (rc == sOKAY) {
+            EXPECT_EQ(got, lines);
+        }
+        EXPECT_EQ(buf == nullptr, len == 0);
+        b_tag_subFreeCanBeNull(sub, buf);
+        b_fileClose(&f);
+        return rc;
+    });
+    EXPECT_GE(faults, 3);
 }
 
 TEST_F(FileTest, WindowReadsInSequenceAndSeeksInsideIt) {

@@ -13,6 +13,7 @@
 #include "file.h"
 #include "file_fixture.h"
 #include "log.h"
+#include "oom.h"
 #include "tag_fixture.h"
 
 namespace {
@@ -154,6 +155,33 @@ TEST_F(LogTest, ChunksMakeOneLineAndPercentStandsForItself) {
     EXPECT_EQ(chunk.subTag, nullptr);
     Term();
     EXPECT_EQ(err.Text(), want);
+}
+
+TEST_F(LogTest, ChunkAddOutOfMemoryKeepsTheChunk) {
+    // Growth from nothing, by steps, and past the page runs of the tag.
+    const Bytes big(700000, 'x');
+    const int faults = oom_check(master, {sub}, [&]() -> ZEL_RETCODE {
+        LOG_CHUNK chunk;
+        b_logChunkInit(&chunk, sub);
+        ZEL_RETCODE rc = sOKAY;
+        for (const char *piece : {"first", "-second", "-third"}) {
+            const char *before = chunk.buf;
+            const size_t len = chunk.len;
+            if ((rc = b_logChunkAdd(&chunk, "%s", piece)) != sOKAY) {
+                EXPECT_EQ(chunk.buf, before);
+                EXPECT_EQ(chunk.len, len);
+                break;
+            }
+        }
+        if (rc == sOKAY) rc = b_logChunkAdd(&chunk, "%s", big.c_str());
+        if (rc == sOKAY) {
+            EXPECT_EQ(Bytes(chunk.buf), "first-second-third" + big);
+            EXPECT_EQ(chunk.len, 18 + big.size());
+        }
+        b_logChunkTerm(&chunk);
+        return rc;
+    });
+    EXPECT_GE(faults, 4);
 }
 
 TEST(LogNames, LevelsAndCategoriesByName) {

@@ -395,7 +395,7 @@ char *b_fileGetLine(B_FILE_T *file, char **buf, size_t *len, B_TAG_SUB subTag) {
         if (line[have - 1] == '\n' || have < size - 1) break;
         const size_t grown = b_tag_subElements(subTag, 1, have + kLineStep);
         char *p = nullptr;
-        if ((rc = b_tag_subRealloc(subTag, line, grown, &p)) < 0) {
+        if ((rc = b_tag_subReallocAny(subTag, line, have + 1, grown, &p)) < 0) {
             file_fail(c, rc);
             if (fresh) {
                 b_tag_subFree(subTag, line);

@@ -374,7 +374,8 @@ ZEL_RETCODE b_logChunkAdd(LOG_CHUNK *chunk, const char *format, ...) {
     ZEL_RETCODE rc = n < 0 ? eNOMEMORY : sOKAY;
     char *p = nullptr;
     if (rc == sOKAY) {
-        rc = b_tag_subAllocOrRealloc(chunk->subTag, chunk->buf, chunk->len + size_t(n) + 1, &p);
+        const size_t held = chunk->buf != nullptr ? chunk->len + 1 : 0;
+        rc = b_tag_subReallocAny(chunk->subTag, chunk->buf, held, chunk->len + size_t(n) + 1, &p);
     }
     if (rc == sOKAY) {
         (void)b_vsnprintf(p + chunk->len, size_t(n) + 1, format, args);
