@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Files, streams and the log", zb_demo_file},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -70,6 +71,10 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
+     zb_cmd_file},
+    {"log", "[--file F] [--*-level L] [--category C] TEXT",
+     "send a message through a log to standard error and a stamped file", zb_cmd_log},
 };
 
 void zb_usage(FILE *out) {
