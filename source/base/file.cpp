@@ -39,6 +39,7 @@ constexpr size_t kLineStep = 100;
 
 ZEL_RETCODE file_fail(B_FILE_CACHE_T *c, ZEL_RETCODE rc) {
     if (c->rc == sOKAY) c->rc = rc;
+    c->getEnd = 0;
     return rc;
 }
 
@@ -58,6 +59,7 @@ ZEL_RETCODE file_flushModified(B_FILE_CACHE_T *c) {
     c->modified = 0;
     c->buff_off = c->off;
     c->bytes = 0;
+    c->getEnd = 0;
     return rc < 0 ? file_fail(c, rc) : sOKAY;
 }
 
@@ -69,6 +71,7 @@ ZEL_RETCODE file_reposition(B_FILE_CACHE_T *c) {
     ZEL_CHECK(rc = file_flushModified(c));
     c->buff_off = c->off;
     c->bytes = 0;
+    c->getEnd = 0;
     if (c->writeOnly || (c->sizeKnown && c->off >= c->size)) return sOKAY;
     uint32_t got = 0;
     rc = c->isConsole ? psp_fileConsoleRead(c->fileHandle, c->buff, B_FILE_WINDOW, &got)
@@ -166,20 +169,10 @@ int32_t file_getcSlow(B_FILE_T *file) {
     if (file->fmode == B_FILE_MODE_UTF16) return file_getcUtf16(file);
     uint8_t b;
     size_t got = 0;
-    if (file_cacheRead(&file->fileCache, &b, 1, &got) != sOKAY || got != 1) return -1;
-    return b;
-}
-
-inline int32_t file_getc(B_FILE_T *file) {
     B_FILE_CACHE_T *c = &file->fileCache;
-    if (file->pboff == 0 && file->fmode != B_FILE_MODE_UTF16 && c->rc == sOKAY) {
-        const int64_t i = file_inWindow(c);
-        if (i >= 0) {
-            c->off++;
-            return uint8_t(c->buff[i]);
-        }
-    }
-    return file_getcSlow(file);
+    if (file_cacheRead(c, &b, 1, &got) != sOKAY || got != 1) return -1;
+    c->getEnd = c->buff_off + c->bytes; /* the rest of the window is plain bytes */
+    return b;
 }
 
 /* Up to `room` - 1 bytes of one line into dst, terminated; the count in
@@ -357,13 +350,14 @@ ZEL_RETCODE b_fgetState(const B_FILE_T *file) {
     return file->fileCache.rc;
 }
 
-int32_t b_fileGetc(B_FILE_T *file) {
-    return file_getc(file);
+int32_t b_fileGetcSlow(B_FILE_T *file) {
+    return file_getcSlow(file);
 }
 
 int32_t b_fileUngetc(int32_t c, B_FILE_T *file) {
     if (file->pboff >= B_FILE_PUSHBACK) return -1;
     file->pbstack[file->pboff++] = c;
+    file->fileCache.getEnd = 0;
     return c;
 }
 
@@ -472,6 +466,7 @@ ZEL_RETCODE b_fileSeek(B_FILE_T *file, B_FILE_OFFSET pos, B_FILE_SEEK_T origin,
                        B_FILE_OFFSET *pPos) {
     B_FILE_CACHE_T *c = &file->fileCache;
     /* kept: only the logical position moves; no flush, no platform seek */
+    c->getEnd = 0;
     switch (origin) {
         case B_FILE_SEEK_SET:
             c->off = pos;

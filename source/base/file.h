@@ -42,9 +42,17 @@ void b_fileClose(B_FILE_T *file);
 /* The sticky code: sOKAY, or the first failure. */
 ZEL_RETCODE b_fgetState(const B_FILE_T *file);
 
+/* The part of b_fileGetc out of line: pushback, UTF-16, a refill. */
+int32_t b_fileGetcSlow(B_FILE_T *file);
 /* The next byte of the UTF-8 stream (0 to 255), or -1 at the end or on a
- * failure. Pushed-back values come first. */
-int32_t b_fileGetc(B_FILE_T *file);
+ * failure. Pushed-back values come first. Inline, as getc_unlocked is: a
+ * byte of the window costs a compare. (A mode set by hand on a file being
+ * read takes effect at the next refill.) */
+static inline int32_t b_fileGetc(B_FILE_T *file) {
+    B_FILE_CACHE_T *c = &file->fileCache;
+    if (c->off < c->getEnd) return (uint8_t)c->buff[c->off++ - c->buff_off];
+    return b_fileGetcSlow(file);
+}
 /* Pushes `c` back; -1 when 20 are held, else c. */
 int32_t b_fileUngetc(int32_t c, B_FILE_T *file);
 /* Up to n - 1 bytes, the line feed kept if one is reached, and a terminator;

@@ -65,6 +65,10 @@ typedef struct B_FILE_CACHE_S {
     ZEL_BOOL_T isConsole;     /* transfers go through the console calls */
     ZEL_BOOL_T writeOnly;     /* a write mode: the window is never read into */
     ZEL_BOOL_T sizeKnown;     /* opened by name for reading: reads stop at size */
+    /* b_fileGetc takes the bytes from off up to here straight from buff: set
+     * by a read in UTF-8 mode with nothing pushed back, 0 after anything that
+     * moves the window, pushes back, seeks or fails. */
+    PSP_FILE_OFFSET getEnd;
     char buff[B_FILE_WINDOW];
 } B_FILE_CACHE_T;
 
