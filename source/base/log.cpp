@@ -179,6 +179,20 @@ void log_unescapePercent(char *text) {
     *out = '\0';
 }
 
+/* The chunk's text moved to `size` bytes. The tag's realloc of a small block
+ * straight to a huge size copies the new size out of the old block, past its
+ * end; that jump goes by a fresh buffer here, copying only the text. */
+ZEL_RETCODE log_chunkGrow(LOG_CHUNK *chunk, size_t size, char **p) {
+    const size_t held = chunk->buf != nullptr ? chunk->len + 1 : 0;
+    if (held == 0 || held > B_TAG_SUB_SMALL_MAX || size <= B_TAG_SUB_PAGES_MAX)
+        return b_tag_subReallocAny(chunk->subTag, chunk->buf, held, size, p);
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_subAlloc(chunk->subTag, size, p));
+    std::memcpy(*p, chunk->buf, held);
+    b_tag_subFree(chunk->subTag, chunk->buf);
+    return sOKAY;
+}
+
 int32_t log_chunkSend(B_LOG_T *log, LOG_CHUNK *chunk, B_LOG_LEVEL level, B_LOG_CATEGORY category,
                       bool header, const char *prefix, const char *fileName, int32_t line,
                       int32_t column) {
@@ -373,10 +387,7 @@ ZEL_RETCODE b_logChunkAdd(LOG_CHUNK *chunk, const char *format, ...) {
     const int n = b_vsnprintf(nullptr, 0, format, args);
     ZEL_RETCODE rc = n < 0 ? eNOMEMORY : sOKAY;
     char *p = nullptr;
-    if (rc == sOKAY) {
-        const size_t held = chunk->buf != nullptr ? chunk->len + 1 : 0;
-        rc = b_tag_subReallocAny(chunk->subTag, chunk->buf, held, chunk->len + size_t(n) + 1, &p);
-    }
+    if (rc == sOKAY) rc = log_chunkGrow(chunk, chunk->len + size_t(n) + 1, &p);
     if (rc == sOKAY) {
         (void)b_vsnprintf(p + chunk->len, size_t(n) + 1, format, args);
         chunk->buf = p;
