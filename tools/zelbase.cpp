@@ -33,6 +33,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
     {"Files, streams and the log", zb_demo_file},
+    {"Paths and the document root", zb_demo_path},
+    {"Connection strings", zb_demo_uri},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -75,6 +77,11 @@ constexpr Command kCommands[] = {
      zb_cmd_file},
     {"log", "[--file F] [--*-level L] [--category C] TEXT",
      "send a message through a log to standard error and a stamped file", zb_cmd_log},
+    {"path", "split|full|match|scan|tmpname ...",
+     "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
+    {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
+     zb_cmd_docroot},
+    {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
 };
 
 void zb_usage(FILE *out) {
