@@ -33,6 +33,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
     {"Connection strings", zb_demo_uri},
 };
@@ -73,6 +74,10 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
+     zb_cmd_file},
+    {"log", "[--file F] [--*-level L] [--category C] TEXT",
+     "send a message through a log to standard error and a stamped file", zb_cmd_log},
     {"path", "split|full|match|scan|tmpname ...",
      "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
     {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",

@@ -49,6 +49,7 @@ int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
 
@@ -60,6 +61,8 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_file(int argc, char **argv);
+int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
