@@ -44,12 +44,16 @@ int zb_demo_containers(FILE *out);
 int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
+int zb_demo_bcd_func(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_btree(FILE *out);
+int zb_demo_file(FILE *out);
+int zb_demo_path(FILE *out);
+int zb_demo_uri(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -60,6 +64,11 @@ int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_btree(int argc, char **argv);
+int zb_cmd_file(int argc, char **argv);
+int zb_cmd_log(int argc, char **argv);
+int zb_cmd_path(int argc, char **argv);
+int zb_cmd_docroot(int argc, char **argv);
+int zb_cmd_uri(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
@@ -69,5 +78,7 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// One transport entry of a parsed connection string, every field, on one line.
+std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 #endif
