@@ -188,6 +188,14 @@ bool bt_nodeSearch(const B_BTREE_T *bt, B_BTREE_PATH *p, const void *loc, B_BTRE
     return false;
 }
 
+// Whether `loc` lies within the first and last entries of a node (used >= 1):
+// two compares spare the fast path of b_btFind a search of a node that cannot
+// hold it, which is most of them when finds are not near each other.
+bool bt_inRange(const B_BTREE_T *bt, const B_BTREE_NODE *n, const void *loc) {
+    return bt->cmpfcn(loc, n->slots[0].data, bt->ctx) != ZEL_LT &&
+           bt->cmpfcn(loc, n->slots[n->used - 1].data, bt->ctx) != ZEL_GT;
+}
+
 enum class BtSeek { kHit, kMiss, kNoRoom };
 
 // Descends from the root, one path entry per node, to the equal entry (the
@@ -622,7 +630,8 @@ void *b_btFind(B_BTREE_T *btree, const void *lookup) {
     // Fast path: the node the cursor is in, where nearby finds land.
     B_BTREE_PATH *p = bt_cursor(btree, btree->pathlevel);
     B_BTREE_NODE *child = nullptr;
-    if (p != nullptr && p->node->used != 0 && bt_nodeSearch(btree, p, lookup, &child)) {
+    if (p != nullptr && p->node->used != 0 && bt_inRange(btree, p->node, lookup) &&
+        bt_nodeSearch(btree, p, lookup, &child)) {
         return bt_data(p);
     }
     return bt_scan(btree, lookup) == BtSeek::kHit ? bt_data(&btree->path[btree->pathlevel])
