@@ -42,7 +42,8 @@ ZEL_NODISCARD ZEL_RETCODE b_btAdd(B_BTREE_T *btree, const void *data);
 ZEL_NODISCARD ZEL_RETCODE b_btAddMultiple(B_BTREE_T *btree, uint32_t count,
                                           const void *const *data);
 /* Removes the entry equal to `lookup` and returns the stored pointer, or null
- * when there is none. Saves the successor for b_btNext and b_btPrev. */
+ * when there is none (the tree and a saved successor stay as they were).
+ * Saves the removed entry's successor for b_btNext and b_btPrev. */
 void *b_btDelete(B_BTREE_T *btree, const void *lookup);
 /* Remove and return the least or greatest entry; null when empty. The cursor
  * is left on no entry; a saved successor that is the entry removed is
