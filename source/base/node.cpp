@@ -49,18 +49,8 @@ static_assert(sizeof(ZEL_BLOB_NODE_DATA) == 16 && offsetof(ZEL_BLOB_NODE_DATA, s
 
 namespace {
 
-// Tags clear blocks and page runs up to this size; huge buffers above it are
-// cleared here.
-constexpr size_t kTagClearedMax = 626688;
 constexpr uint32_t kBlobEntryLen = sizeof(ZEL_BLOB_NODE_DATA);
 constexpr uint32_t kJoinSlotLen = sizeof(ZEL_SLOT);
-
-ZEL_RETCODE node_alloc_cleared(B_TAG_SUB subTag, size_t size, ZEL_NODE_SLOT_DATA **p) {
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAllocClear(subTag, size, p));
-    if (size > kTagClearedMax) std::memset(*p, 0, size);
-    return sOKAY;
-}
 
 // Bytes per entry of each kind, and what the kind sets in a node it reads.
 uint64_t node_len_of(SCH_KEY_INFO_C ki) {
@@ -263,7 +253,7 @@ ZEL_RETCODE node_unpack_with(ZEL_NODE *node, const B_DECODER_T *decoder, ZEL_NOD
     node->slotData = nullptr;
     ZEL_NODE_SLOT_DATA *sd = nullptr;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = node_alloc_cleared(subTag,
+    ZEL_CHECK(rc = b_tag_subAllocZero(subTag,
                                       offsetof(ZEL_NODE_SLOT_DATA, node_data) +
                                           size_t{ZEL_NODE_MAX_ENTRIES} * node->slotItemLen,
                                       &sd));

@@ -51,18 +51,7 @@ static_assert(sizeof(ZEL_ROWID_T) == 8 && sizeof(size_t) == 8, "data_len is stor
 
 namespace {
 
-// Tags clear blocks and page runs up to this size; huge buffers above it are
-// cleared here.
-constexpr size_t kTagClearedMax = 626688;
-
 #define ROW_REPORT(hErr, rc) zelErrorEx((hErr), (rc), nullptr, nullptr, 0, 0, "row.cpp", __LINE__)
-
-ZEL_RETCODE row_alloc_cleared(B_TAG_SUB subTag, size_t size, uint8_t **p) {
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAllocClear(subTag, size, p));
-    if (size > kTagClearedMax) std::memset(*p, 0, size);
-    return sOKAY;
-}
 
 const ZEL_ROW_BUFFER_INFO &row_info(const ZEL_ROW *row) {
     return row->ti->bufferInfo;
@@ -448,7 +437,7 @@ ZEL_RETCODE row_unpack_compact_buffer(ZEL_ROW *row, const B_DECODER_T *decoder, 
     const size_t size = ti->bufferInfo.row_buffer_size;
     row->data_len = size;
     ZEL_RETCODE rc;
-    if (size && (rc = row_alloc_cleared(subTag, size, &row->row_data)) != sOKAY)
+    if (size && (rc = b_tag_subAllocZero(subTag, size, &row->row_data)) != sOKAY)
         return row_fail(row, rc);
     row_set_pointers(row);
     if ((rc = b_decoderSeek(decoder, 0)) != sOKAY) return row_fail(row, rc);
@@ -484,7 +473,7 @@ ZEL_RETCODE row_unpack_expanded(ZEL_ROW *row, const B_DECODER_T *decoder, ZEL_RO
     // buffer is never smaller than the layout the pointers below assume.
     if (len > in->len - in->pos) return row_fail(row, eEOD);
     const size_t size = std::max<size_t>(len, ti->bufferInfo.row_buffer_size);
-    if (size && (rc = row_alloc_cleared(subTag, size, &row->row_data)) != sOKAY)
+    if (size && (rc = b_tag_subAllocZero(subTag, size, &row->row_data)) != sOKAY)
         return row_fail(row, rc);
     row->data_len = len;
     if (len && (rc = b_decoderDecodeBytesBulk(decoder, len, row->row_data, nullptr)) != sOKAY)
