@@ -12,6 +12,7 @@
 
 #include "../fuzz/row_catalog.h"
 #include "node.h"
+#include "oom.h"
 #include "row_fixture.h"
 #include "schema_fixture.h"
 #include "tag_fixture.h"
@@ -22,6 +23,14 @@ Bytes nf_pack(const ZEL_NODE &node, B_TAG_SUB sub, bool expanded, ZEL_RETCODE wa
     RfSink s(sub);
     EXPECT_EQ(expanded ? node_pack_expanded(&node, &s.enc) : node_pack_compact(&node, &s.enc),
               want);
+    return s.bytes();
+}
+
+// The same into caller's memory, for checks under allocation failures.
+Bytes nf_pack_static(const ZEL_NODE &node, bool expanded) {
+    RfStaticSink s;
+    EXPECT_EQ(expanded ? node_pack_expanded(&node, &s.enc) : node_pack_compact(&node, &s.enc),
+              sOKAY);
     return s.bytes();
 }
 
@@ -407,5 +416,42 @@ TEST_F(NodeLived, RandomNodesRoundTrip) {
             node_free(&back);
         }
         node_free(&node);
+    }
+}
+
+TEST_F(NodeLived, OutOfMemory) {
+    ZEL_NODE node{};
+    ASSERT_EQ(nf_unpack(&node, cat.byCode, {0x00}, sub, false), sOKAY);
+    node.used = 2;
+    const SCH_ELEM_INFO_C code = sch_key_elem_c(cat.byCode, 0);
+    nf_put(sch_elem_col(code), nf_entry(node, 1), sch_elem_offset(code),
+           sch_elem_has_value_offset(code), "key", sub);
+    const Bytes compact = nf_pack(node, sub, false), img = nf_pack(node, sub, true);
+    node_free(&node);
+    for (bool expanded : {false, true}) {
+        const Bytes empty = expanded ? Bytes(10, 0) : Bytes{0};
+        oom_check(master, {sub}, [&]() {
+            ZEL_NODE n{};
+            const ZEL_RETCODE rc =
+                nf_unpack(&n, cat.byCode, expanded ? img : compact, sub, expanded);
+            if (rc == sOKAY) {
+                EXPECT_EQ(rf_hex(nf_pack_static(n, expanded)), rf_hex(expanded ? img : compact));
+                node_free(&n);
+            }
+            EXPECT_EQ(n.slotData, nullptr);
+            return rc;
+        });
+        oom_check(master, {sub}, [&]() {
+            ZEL_NODE n{};
+            const ZEL_RETCODE rc = nf_unpack(&n, cat.itemOwner, empty, sub, expanded);
+            if (rc == sOKAY) node_free(&n);
+            return rc;
+        });
+        oom_check(master, {sub}, [&]() {
+            ZEL_NODE n{};
+            const ZEL_RETCODE rc = nf_unpack(&n, cat.photo, empty, sub, expanded);
+            if (rc == sOKAY) node_free(&n);
+            return rc;
+        });
     }
 }

@@ -44,6 +44,19 @@ struct RfSink {
     Bytes bytes() const { return Bytes(buf.data.bin, buf.data.bin + buf.len); }
 };
 
+// The same over 64 KiB of the caller's memory: no tag allocation, so that
+// checks made under allocation failures do not fail themselves.
+struct RfStaticSink {
+    std::vector<uint8_t> mem = std::vector<uint8_t>(65536);
+    B_BUFFER_T buf{};
+    B_ENCODER_T enc{};
+    RfStaticSink() {
+        b_bufferInitStatic(&buf, mem.data(), mem.size(), 0);
+        b_encoderInit(&enc, b_bufferEmitByte, b_bufferEmitBytesBulk, &buf, nullptr);
+    }
+    Bytes bytes() const { return Bytes(buf.data.bin, buf.data.bin + buf.len); }
+};
+
 struct RfSource {
     Bytes data;
     B_BUFFER_T buf{};
@@ -111,6 +124,13 @@ inline Bytes rf_pack(const ZEL_ROW &row, B_TAG_SUB sub, bool expanded = false,
                      ZEL_RETCODE want = sOKAY) {
     RfSink s(sub);
     EXPECT_EQ(expanded ? row_pack_expanded(&row, &s.enc) : row_pack_compact(&row, &s.enc), want);
+    return s.bytes();
+}
+
+// The same into caller's memory, for checks under allocation failures.
+inline Bytes rf_pack_static(const ZEL_ROW &row, bool expanded = false) {
+    RfStaticSink s;
+    EXPECT_EQ(expanded ? row_pack_expanded(&row, &s.enc) : row_pack_compact(&row, &s.enc), sOKAY);
     return s.bytes();
 }
 

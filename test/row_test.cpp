@@ -11,6 +11,7 @@
 
 #include "../fuzz/row_catalog.h"
 #include "error.h"
+#include "oom.h"
 #include "row_fixture.h"
 #include "schema_fixture.h"
 #include "tag_fixture.h"
@@ -528,4 +529,73 @@ TEST(RowHuge, ClearedAboveWhatTheTagClears) {
     sch_destroy(sch);
     b_tag_subDestroy(sub);
     b_tag_masterDestroy(master);
+}
+
+// Every unpacker and conversion under allocation failures: eNOMEMORY with
+// nothing held, or the same result as without the failure.
+TEST_F(RowLived, OutOfMemory) {
+    RfInstance inst(sub, ZEL_ROW_FORMAT_COMPACT);
+    psp_poolSetMaxPooled(&inst.dbi.bufferPool, 0);  // every record back to the tag
+    ZEL_ROW row;
+    ASSERT_EQ(rf_empty(&row, item, sub, 4), sOKAY);
+    ASSERT_EQ(rf_set(&row, "id", "5", sub), sOKAY);
+    ASSERT_EQ(rf_set(&row, "code", "xyz", sub), sOKAY);
+    const Bytes packed = rf_pack(row, sub);
+    const Bytes img = rf_pack(row, sub, true);
+    // The retired text adds a scratch allocation: a failure there drops its
+    // group with the code (kept), and the rest of the stream is read from
+    // inside the text, here to its end: eEOD.
+    Bytes withRetired = packed;
+    withRetired.pop_back();
+    withRetired.insert(withRetired.end(), {0x01, 0x01, 0x03, 'a', 'b', 'c', 0x00});
+    const std::string want = rf_hex(packed);
+
+    auto unpackOp = [&](const Bytes &in, bool expanded, DB_INSTANCE *dbi) {
+        return [&, expanded, dbi]() {
+            ZEL_ROW r;
+            const ZEL_RETCODE rc = rf_unpack(&r, item, in, sub, expanded, dbi);
+            if (rc != sOKAY) {
+                EXPECT_EQ(r.row_data, nullptr);
+                return rc;
+            }
+            if (r.format == ZEL_ROW_FORMAT_BUFFER) {
+                EXPECT_EQ(rf_text(r, "code"), "xyz");
+            }
+            row_free(&r);
+            return rc;
+        };
+    };
+    oom_check(master, {sub}, unpackOp(packed, false, nullptr));
+    oom_check(master, {sub}, unpackOp(withRetired, false, nullptr), {eEOD});
+    oom_check(master, {sub}, unpackOp(packed, false, &inst.dbi));
+    oom_check(master, {sub}, unpackOp(img, true, nullptr));
+    // Packing grows the sink.
+    oom_check(master, {sub}, [&]() {
+        RfSink s(sub);
+        ZEL_RETCODE rc = row_pack_compact(&row, &s.enc);
+        if (rc == sOKAY) rc = row_pack_expanded(&row, &s.enc);
+        return rc;
+    });
+    // Both ways, with and without an instance; a failure leaves the row as
+    // it was.
+    for (DB_INSTANCE *dbi : {static_cast<DB_INSTANCE *>(nullptr), &inst.dbi}) {
+        row.dbi = dbi;
+        oom_check(master, {sub}, [&]() {
+            ZEL_RETCODE rc = row_convert(&row, ZEL_ROW_FORMAT_COMPACT);
+            if (rc != sOKAY) {
+                EXPECT_EQ(row.format, ZEL_ROW_FORMAT_BUFFER);
+                return rc;
+            }
+            EXPECT_EQ(rf_hex(rf_pack_static(row)), want);
+            rc = row_convert(&row, ZEL_ROW_FORMAT_BUFFER);
+            if (rc != sOKAY) {
+                EXPECT_EQ(row.format, ZEL_ROW_FORMAT_COMPACT);
+                EXPECT_EQ(row_convert(&row, ZEL_ROW_FORMAT_BUFFER), sOKAY);
+                return rc;
+            }
+            EXPECT_EQ(rf_hex(rf_pack_static(row)), want);
+            return rc;
+        });
+    }
+    row_free(&row);
 }
