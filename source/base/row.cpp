@@ -217,12 +217,16 @@ ZEL_RETCODE row_skip_retired(const ZEL_ROW *row, SCH_COL_INFO_C ci, const B_DECO
         uint32_t mark;
         return b_decoderDecodeUint32(decoder, &mark);
     }
-    const ZEL_TYPE_INFO *ops = sch_type_info(sch_col_type_c(ci));
+    // A column retired before any finalisation has no byte length, which is
+    // what bounds a stored text: the type's own length serves instead.
+    SCH_TYPE_INFO_T pi = *sch_col_type_c(ci);
+    if (pi.byte_len == 0) (void)sch_type_calc_byte_len(&pi);
+    const ZEL_TYPE_INFO *ops = sch_type_info(&pi);
     if (!ops || !ops->unpack_fcn) return eNOTIMPLEMENTED;
     ZEL_VALUE v;
     zel_valueInit(&v);
     ZEL_RETCODE rc;
-    B_STREAM_CHECK(rc = ops->unpack_fcn(sch_col_type_c(ci), &v, row->subTag, decoder));
+    B_STREAM_CHECK(rc = ops->unpack_fcn(&pi, &v, row->subTag, decoder));
     v.status = vsOKAY;
     sch_col_free_fcn(ci, &v, row->subTag);
     return sOKAY;
