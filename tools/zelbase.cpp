@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Rows and index nodes as stored", zb_demo_row},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -70,6 +71,10 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"row", "encode|decode --table T ...", "a row of the sample catalogue as stored, annotated",
+     zb_cmd_row},
+    {"node", "decode --key|--ref|--blob T.X",
+     "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
 };
 
 void zb_usage(FILE *out) {
