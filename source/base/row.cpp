@@ -57,8 +57,37 @@ const ZEL_ROW_BUFFER_INFO &row_info(const ZEL_ROW *row) {
     return row->ti->bufferInfo;
 }
 
+/* ---- The catalogue as the hot loops read it: the same answers as
+ * sch_col_type_c, sch_find_col_active_ndx and sch_iterate_cols_active, read
+ * in line, since a row costs a few of these per column. */
+
+// The column's type: its domain's when it has one.
+SCH_TYPE_INFO_C row_type(SCH_COL_INFO_C ci) {
+    return ci->domain ? &ci->domain->type : &ci->type;
+}
+
 bool row_is_lob(SCH_COL_INFO_C ci) {
-    return (sch_col_data_type(ci) & ZEL_TYPE_LOB_BIT) != 0;
+    return (row_type(ci)->type & ZEL_TYPE_LOB_BIT) != 0;
+}
+
+// A column's position among the active columns, 65535 for a retired one.
+ZEL_COL_INDEX row_active_ndx(SCH_TBL_INFO_C ti, ZEL_COL_INDEX ndx) {
+    if (!ti->active_ndx) return ndx;
+    if (ti->active_pos) return ndx < ti->num_active_pos ? ti->active_pos[ndx] : ZEL_NO_INDEX;
+    return sch_find_col_active_ndx(ti, ndx);
+}
+
+// Column `id` of the table, null past its columns or for an empty slot.
+SCH_COL_INFO_C row_col(SCH_TBL_INFO_C ti, uint32_t id) {
+    return ti->cols && id < ti->next_col && id < ti->max_col ? ti->cols[id] : nullptr;
+}
+
+// Calls f(ci, active index) for each named column in id order.
+template <class F>
+void row_each_active(SCH_TBL_INFO_C ti, F f) {
+    const ZEL_COL_INDEX n = std::min(ti->next_col, ti->max_col);
+    for (ZEL_COL_INDEX i = 0; ti->cols && i < n; ++i)
+        if (SCH_COL_INFO_C ci = ti->cols[i]; ci && ci->name) f(ci, row_active_ndx(ti, i));
 }
 
 // Every field written: the row as an unpack leaves it before any data.
@@ -117,7 +146,7 @@ bool row_is_null(SCH_COL_INFO_C ci, const uint8_t *colData) {
 
 // The rules of calc_storable_buffer for the column at active index `act`.
 bool row_storable(const ZEL_ROW *row, SCH_COL_INFO_C ci, ZEL_COL_INDEX act) {
-    const ZEL_TYPE t = sch_col_data_type(ci);
+    const ZEL_TYPE t = row_type(ci)->type;
     if (t == ZEL_ROWID || ci->ref) return false;
     if (act >= row_info(row).num_cols) return false;  // no status of its own
     const VAL_STATUS st = row->data.b.col_status[act];
@@ -133,15 +162,21 @@ ZEL_RETCODE row_pack_compact_column_group_buffer(uint32_t grp_first, uint32_t gr
     B_STREAM_CHECK(rc = b_encoderEncodeUint32(encoder, grp_size));
     B_STREAM_CHECK(rc = b_encoderEncodeUint32(encoder, grp_first));
     for (uint32_t id = grp_first; id < grp_first + grp_size; ++id) {
-        SCH_COL_INFO_C ci = sch_get_col_by_index(row->ti, static_cast<ZEL_COL_INDEX>(id));
-        if (row_is_lob(ci)) {
+        SCH_COL_INFO_C ci = row_col(row->ti, id);
+        SCH_TYPE_INFO_C pi = row_type(ci);
+        if (pi->type & ZEL_TYPE_LOB_BIT) {
             B_STREAM_CHECK(rc = b_encoderEncodeUint32(encoder, 1));
             continue;
         }
-        ZEL_VALUE v;
-        zel_valueInit(&v);
-        B_STREAM_CHECK(rc = sch_col_assign_from_buff_fcn(ci, &v, row->data.b.col_data));
-        B_STREAM_CHECK(rc = sch_col_pack_buffer_fcn(ci, &v, encoder));
+        // What sch_col_assign_from_buff_fcn and sch_col_pack_buffer_fcn do
+        // for a column with a value, in line: the value borrows the row's
+        // bytes and is packed by its type.
+        const ZEL_TYPE_INFO *ops = pi->type_info;
+        if (!ops || !ops->assign_from_buff_fcn || !ops->pack_fcn) return eNOTIMPLEMENTED;
+        ZEL_VALUE v{};
+        B_STREAM_CHECK(
+            rc = ops->assign_from_buff_fcn(pi, &v, row->data.b.col_data + ci->ptr, pi->byte_len));
+        B_STREAM_CHECK(rc = ops->pack_fcn(pi, &v, encoder));
     }
     return sOKAY;
 }
@@ -182,28 +217,22 @@ ZEL_RETCODE row_pack_compact_buffer(const ZEL_ROW *row, const B_ENCODER_T *encod
     // Runs of storable columns in active order, each id one above the last.
     if (bi.num_cols && row->data.b.col_data) {
         uint32_t first = 0, size = 0, prev = 0;
-        for (auto ci = sch_iterate_cols_active(ti, nullptr, ZEL_FORWARD); ci;
-             ci = sch_iterate_cols_active(ti, ci, ZEL_FORWARD)) {
-            if (!row_storable(row, ci, sch_find_col_active_ndx(ti, ci->ndx))) {
-                if (size)
-                    B_STREAM_CHECK(
-                        rc = row_pack_compact_column_group_buffer(first, size, row, encoder));
-                size = 0;
-                continue;
-            }
-            if (size && ci->ndx <= prev + 1) {
+        rc = sOKAY;
+        row_each_active(ti, [&](SCH_COL_INFO_C ci, ZEL_COL_INDEX act) {
+            if (rc != sOKAY) return;
+            const bool stored = row_storable(row, ci, act);
+            if (stored && size && ci->ndx <= prev + 1) {
                 ++size;
             } else {
-                if (size)
-                    B_STREAM_CHECK(
-                        rc = row_pack_compact_column_group_buffer(first, size, row, encoder));
+                if (size) rc = row_pack_compact_column_group_buffer(first, size, row, encoder);
                 first = ci->ndx;
-                size = 1;
+                size = stored ? 1 : 0;
             }
             prev = ci->ndx;
-        }
-        if (size)
-            B_STREAM_CHECK(rc = row_pack_compact_column_group_buffer(first, size, row, encoder));
+        });
+        if (rc == sOKAY && size)
+            rc = row_pack_compact_column_group_buffer(first, size, row, encoder);
+        B_STREAM_CHECK(rc);
     }
     return b_encoderEncodeUint32(encoder, 0);
 }
@@ -219,7 +248,7 @@ ZEL_RETCODE row_skip_retired(const ZEL_ROW *row, SCH_COL_INFO_C ci, const B_DECO
     }
     // A column retired before any finalisation has no byte length, which is
     // what bounds a stored text: the type's own length serves instead.
-    SCH_TYPE_INFO_T pi = *sch_col_type_c(ci);
+    SCH_TYPE_INFO_T pi = *row_type(ci);
     if (pi.byte_len == 0) (void)sch_type_calc_byte_len(&pi);
     const ZEL_TYPE_INFO *ops = sch_type_info(&pi);
     if (!ops || !ops->unpack_fcn) return eNOTIMPLEMENTED;
@@ -236,25 +265,24 @@ ZEL_RETCODE row_skip_retired(const ZEL_ROW *row, SCH_COL_INFO_C ci, const B_DECO
 // an id the table never had (at or past next_col, or an empty slot) is one.
 ZEL_RETCODE row_unpack_member(ZEL_ROW *row, uint32_t id, const B_DECODER_T *decoder) {
     SCH_TBL_INFO_C ti = row->ti;
-    if (id >= ti->next_col) return eDBCORRUPTED;
-    SCH_COL_INFO_C ci = sch_get_col_by_index(ti, static_cast<ZEL_COL_INDEX>(id));
+    SCH_COL_INFO_C ci = row_col(ti, id);
     if (!ci) return eDBCORRUPTED;
-    const ZEL_COL_INDEX act = sch_find_col_active_ndx(ti, ci->ndx);
+    const ZEL_COL_INDEX act = row_active_ndx(ti, ci->ndx);
     if (act == ZEL_NO_INDEX) return row_skip_retired(row, ci, decoder);
     if (act >= row_info(row).num_cols) return eDBCORRUPTED;  // layout behind the table
     uint8_t *colData = row->data.b.col_data;
     VAL_STATUS &status = row->data.b.col_status[act];
     const ZEL_HAS_VALUE_OFFSET hvo = ci->has_value_off;
+    SCH_TYPE_INFO_C pi = row_type(ci);
     ZEL_RETCODE rc;
-    if (row_is_lob(ci)) {
+    if (pi->type & ZEL_TYPE_LOB_BIT) {
         uint32_t mark;
         B_STREAM_CHECK(rc = b_decoderDecodeUint32(decoder, &mark));
         status = vsNOVAL;
         if (hvo) colData[hvo] = 1;
         return sOKAY;
     }
-    SCH_TYPE_INFO_C pi = sch_col_type_c(ci);
-    const ZEL_TYPE_INFO *ops = sch_type_info(pi);
+    const ZEL_TYPE_INFO *ops = pi->type_info;
     if (!ops || !ops->unpack_to_buff_fcn) return eNOTIMPLEMENTED;
     uint8_t *hv = hvo ? colData + hvo : nullptr;
     B_STREAM_CHECK(rc = ops->unpack_to_buff_fcn(pi, colData + ci->ptr, hv, decoder));
@@ -294,17 +322,17 @@ ZEL_RETCODE row_unpack_links(ZEL_ROW *row, const B_DECODER_T *decoder) {
 
 ZEL_RETCODE row_unpack_columns(ZEL_ROW *row, const B_DECODER_T *decoder) {
     SCH_TBL_INFO_C ti = row->ti;
-    const ZEL_ROW_BUFFER_INFO &bi = row_info(row);
+    const ZEL_COL_INDEX numCols = row_info(row).num_cols;
     uint8_t *colData = row->data.b.col_data;
     VAL_STATUS *status = row->data.b.col_status;
-    for (auto ci = sch_iterate_cols_active(ti, nullptr, ZEL_FORWARD); ci;
-         ci = sch_iterate_cols_active(ti, ci, ZEL_FORWARD)) {
-        const ZEL_COL_INDEX act = sch_find_col_active_ndx(ti, ci->ndx);
-        if (ci->has_value_off && act < bi.num_cols) {
+    // Nullable columns start null, the others without a value (from the
+    // clearing).
+    row_each_active(ti, [&](SCH_COL_INFO_C ci, ZEL_COL_INDEX act) {
+        if (ci->has_value_off && act < numCols) {
             colData[ci->has_value_off] = 0;
             status[act] = vsNULL;
         }
-    }
+    });
     ZEL_RETCODE rc;
     for (;;) {
         uint32_t size;
@@ -318,18 +346,16 @@ ZEL_RETCODE row_unpack_columns(ZEL_ROW *row, const B_DECODER_T *decoder) {
         for (uint32_t k = 0; k < size; ++k)
             if (row_unpack_member(row, first + k, decoder) != sOKAY) break;
     }
-    for (auto ci = sch_iterate_cols_active(ti, nullptr, ZEL_FORWARD); ci;
-         ci = sch_iterate_cols_active(ti, ci, ZEL_FORWARD)) {
-        const ZEL_COL_INDEX act = sch_find_col_active_ndx(ti, ci->ndx);
-        if (act >= bi.num_cols) continue;
+    row_each_active(ti, [&](SCH_COL_INFO_C ci, ZEL_COL_INDEX act) {
+        if (act >= numCols) return;
         if (ci->ref) {
             status[act] = vsNOVAL;
-        } else if (sch_col_data_type(ci) == ZEL_ROWID) {
+        } else if (row_type(ci)->type == ZEL_ROWID) {
             row_set_rowid_column(colData + ci->ptr, row->rowid);
             if (ci->has_value_off) colData[ci->has_value_off] = 1;  // a value, as its status says
             status[act] = vsOKAY;
         }
-    }
+    });
     return sOKAY;
 }
 
@@ -524,5 +550,5 @@ void row_set_rowid_column(void *colData, ZEL_ROWID_T rowid) {
 ZEL_BOOL_T calc_storable_buffer(SCH_COL_INFO_C ci, const ZEL_ROW *row) {
     if (!ci || !row || row->format != ZEL_ROW_FORMAT_BUFFER || !row->ti || !row->data.b.col_data)
         return ZEL_FALSE;
-    return row_storable(row, ci, sch_find_col_active_ndx(row->ti, ci->ndx)) ? ZEL_TRUE : ZEL_FALSE;
+    return row_storable(row, ci, row_active_ndx(row->ti, ci->ndx)) ? ZEL_TRUE : ZEL_FALSE;
 }
