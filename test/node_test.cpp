@@ -143,6 +143,57 @@ TEST_F(NodeTest, IndexEntryByHand) {
     node_free(&node);
 }
 
+// Index nodes against the independent model of gen_row.py.
+TEST_F(NodeTest, ModelVectors) {
+    SCH_TBL_INFO t = nullptr;
+    SCH_KEY_INFO ki = nullptr;
+    rf_model_table(sch, &t, &ki);
+    const auto vectors = rf_vectors("good-node-compact.txt");
+    ASSERT_GT(vectors.size(), 50u);
+    for (const auto &v : vectors) {
+        ASSERT_EQ(v.size(), 4u);
+        const Bytes want = rf_bytes(v[3]);
+        ZEL_NODE node{};
+        ASSERT_EQ(nf_unpack(&node, ki, {0x00}, sub, false), sOKAY);
+        const auto children = rf_split(v[0], ','), ids = rf_split(v[1], ',');
+        const auto entries = v[2].empty() ? std::vector<std::string>{} : rf_split(v[2], ';');
+        node.used = static_cast<uint16_t>(entries.size());
+        for (size_t c = 0; c < children.size(); ++c)
+            node.slotData->children[c] = std::stoull(children[c]);
+        for (size_t i = 0; i < entries.size(); ++i) {
+            node.slotData->ids[i] = std::stoull(ids[i]);
+            const auto e = rf_split(entries[i], ',');
+            for (ZEL_COL_INDEX k = 0; k < 3; ++k) {
+                SCH_ELEM_INFO_C ei = sch_key_elem_c(ki, k);
+                if (e[k] != "NULL")
+                    nf_put(sch_elem_col(ei), nf_entry(node, i), sch_elem_offset(ei),
+                           sch_elem_has_value_offset(ei), e[k].c_str(), sub);
+            }
+        }
+        EXPECT_EQ(rf_hex(nf_pack(node, sub, false)), rf_hex(want)) << v[2];
+        node_free(&node);
+        ASSERT_EQ(nf_unpack(&node, ki, want, sub, false), sOKAY);
+        ASSERT_EQ(node.used, entries.size());
+        for (size_t i = 0; i < entries.size(); ++i) {
+            const auto e = rf_split(entries[i], ',');
+            for (ZEL_COL_INDEX k = 0; k < 3; ++k) {
+                SCH_ELEM_INFO_C ei = sch_key_elem_c(ki, k);
+                ZEL_VALUE val;
+                zel_valueInit(&val);
+                ASSERT_EQ(sch_elem_assign_from_buff_fcn(ei, &val, nf_entry(node, i)), sOKAY);
+                std::string text;
+                auto put = [](B_OUTPUT_CTX ctx, uint32_t c) -> ZEL_RETCODE {
+                    static_cast<std::string *>(ctx)->push_back(static_cast<char>(c));
+                    return sOKAY;
+                };
+                ASSERT_EQ(sch_col_tostring_fcn(sch_elem_col(ei), &val, 0, 0, put, &text), sOKAY);
+                EXPECT_EQ(text, e[k] == "NULL" ? "<ZEL NULL>" : e[k]);
+            }
+        }
+        node_free(&node);
+    }
+}
+
 TEST_F(NodeLived, EmptyNodeLosesItsChildWhenCompact) {
     ZEL_NODE node{};
     ASSERT_EQ(nf_unpack(&node, cat.photo, {0x00}, sub, false), sOKAY);

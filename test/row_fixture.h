@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -16,11 +17,21 @@
 #include "encoder.h"
 #include "row.h"
 #include "schema.h"
+#include "schema_fixture.h"
 #include "schema_ops.h"
 #include "tag_sub.h"
 #include "value.h"
 
 using Bytes = std::vector<uint8_t>;
+
+inline std::vector<std::string> rf_split(const std::string &s, char sep) {
+    std::vector<std::string> out;
+    size_t from = 0;
+    for (size_t at; (at = s.find(sep, from)) != std::string::npos; from = at + 1)
+        out.push_back(s.substr(from, at - from));
+    out.push_back(s.substr(from));
+    return out;
+}
 
 inline std::string rf_hex(const Bytes &b) {
     std::string s;
@@ -30,6 +41,23 @@ inline std::string rf_hex(const Bytes &b) {
         s += two;
     }
     return s;
+}
+
+inline Bytes rf_bytes(const std::string &hex) {
+    Bytes out;
+    for (size_t i = 0; i + 1 < hex.size(); i += 2)
+        out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+    return out;
+}
+
+// The lines of a vector file of test/data, split at tabs.
+inline std::vector<std::vector<std::string>> rf_vectors(const char *name) {
+    std::vector<std::vector<std::string>> out;
+    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
+    EXPECT_TRUE(in.good()) << name;
+    std::string line;
+    while (std::getline(in, line)) out.push_back(rf_split(line, '\t'));
+    return out;
 }
 
 // An encoder or decoder over a growing library buffer on `sub`.
@@ -140,6 +168,33 @@ inline ZEL_RETCODE rf_unpack(ZEL_ROW *row, SCH_TBL_INFO_C ti, const Bytes &b, B_
     RfSource src(b, sub);
     return expanded ? row_unpack_expanded(row, &src.dec, rowid, ti, sub, hErr, dbi)
                     : row_unpack_compact(row, &src.dec, rowid, ti, sub, hErr, dbi);
+}
+
+// The table of the vectors of gen_row.py: columns 0 to 11 with column 8
+// retired, and the key k (s, name, id).
+inline void rf_model_table(SCH_INFO sch, SCH_TBL_INFO *pti, SCH_KEY_INFO *pki) {
+    SCH_TBL_INFO ti = nullptr;
+    ASSERT_EQ(fx_addTable(sch, 1, "model",
+                          {{"id", ZEL_INT64, 0, 0, true},
+                           {"a", ZEL_INT32},
+                           {"name", ZEL_VARCHAR, 41},
+                           {"s", ZEL_INT16},
+                           {"ok", ZEL_BOOL},
+                           {"day", ZEL_DATE},
+                           {"x", ZEL_DOUBLE},
+                           {"u", ZEL_UINT32},
+                           {"gone", ZEL_VARCHAR, 21},
+                           {"b", ZEL_INT32, 0, 0, true},
+                           {"r", ZEL_ROWID},
+                           {"t", ZEL_TIMESTAMP}},
+                          1, 0, &ti),
+              sOKAY);
+    ASSERT_EQ(
+        fx_addKey(ti, 0, "k", ZEL_KEY_TYPE_NONUNIQUE, ZEL_KEY_METHOD_BTREE, {3, 2, 0}, true, pki),
+        sOKAY);
+    ASSERT_EQ(sch_tbl_col_drop(sch_get_col_by_index(ti, 8), ZEL_FALSE), sOKAY);
+    ASSERT_EQ(sch_tbl_finalize(ti, ZEL_TRUE), sOKAY);
+    *pti = ti;
 }
 
 // An instance with its buffer pool on `sub`, terminated with it.
