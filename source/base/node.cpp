@@ -402,6 +402,8 @@ ZEL_RETCODE node_pack_expanded(const ZEL_NODE *node, const B_ENCODER_T *encoder)
         ZEL_SLOT slot;
         std::memcpy(&slot, entry, sizeof slot);
         B_STREAM_CHECK(rc = b_encoderEncodeSlot(encoder, slot));
+        // Kept: every sort column goes out from its raw bytes, with no test
+        // for null; the reader sets no has-value byte in turn.
         if (node->ptr.ri->num_sort_cols)
             B_STREAM_CHECK(rc = node_pack_pairs(node->ptr.ri, entry + kJoinSlotLen,
                                                 NodePairs::all_raw, encoder));
