@@ -32,7 +32,9 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Paths and the document root", zb_demo_path},
     {"Rows and index nodes as stored", zb_demo_row},
+    {"Connection strings", zb_demo_uri},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -75,6 +77,11 @@ constexpr Command kCommands[] = {
      zb_cmd_row},
     {"node", "decode --key|--ref|--blob T.X",
      "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
+    {"path", "split|full|match|scan|tmpname ...",
+     "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
+    {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
+     zb_cmd_docroot},
+    {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
 };
 
 void zb_usage(FILE *out) {

@@ -54,6 +54,8 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_row(FILE *out);
+int zb_demo_path(FILE *out);
+int zb_demo_uri(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -65,6 +67,9 @@ int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
+int zb_cmd_path(int argc, char **argv);
+int zb_cmd_docroot(int argc, char **argv);
+int zb_cmd_uri(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
@@ -111,5 +116,8 @@ struct ZbAnnot {
     bool count(const char *what, uint32_t *n);
     bool fail(const char *what);
 };
+
+// One transport entry of a parsed connection string, every field, on one line.
+std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 #endif
