@@ -39,8 +39,8 @@ struct Fixed {
     }
 };
 
-ZEL_RETCODE unpack(ZEL_ROW *row, SCH_TBL_INFO_C ti, const uint8_t *data, size_t size,
-                   bool expanded, DB_INSTANCE *dbi, B_TAG_SUB sub) {
+ZEL_RETCODE unpack(ZEL_ROW *row, SCH_TBL_INFO_C ti, const uint8_t *data, size_t size, bool expanded,
+                   DB_INSTANCE *dbi, B_TAG_SUB sub) {
     B_BUFFER_T in;
     b_bufferInitStatic(&in, const_cast<uint8_t *>(data), size, size);
     B_DECODER_T dec;
