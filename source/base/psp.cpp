@@ -15,6 +15,7 @@
 #include <locale.h>
 #include <math.h>
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/random.h>
@@ -403,6 +404,10 @@ ZEL_RETCODE psp_threadJoin(psp_thread_t *thread) {
     if (result == PTHREAD_CANCELED) return ePSP_FAILURE;
     thread->rc = static_cast<ZEL_RETCODE>(reinterpret_cast<intptr_t>(result));
     return sOKAY;
+}
+
+void psp_threadYield(void) {
+    sched_yield();
 }
 
 /* ---- Files. */

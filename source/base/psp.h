@@ -55,6 +55,8 @@ ZEL_NODISCARD ZEL_RETCODE psp_threadBegin(psp_thread_t *thread, PSP_THREAD_FCN f
 /* Waits for the thread's end; its result is then in thread->rc. ePSP_DEADLOCK
  * when a thread joins itself; ePSP_FAILURE otherwise. */
 ZEL_RETCODE psp_threadJoin(psp_thread_t *thread);
+/* Lets another runnable thread have the processor (sched_yield). */
+void psp_threadYield(void);
 
 /* ---- Files. Offsets are PSP_FILE_OFFSET, transfer lengths 32-bit. */
 
