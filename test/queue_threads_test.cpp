@@ -164,6 +164,25 @@ TEST(QueueThreads, WriteRacingATimeoutIsNotLost) {
     b_queueTerm(&q);
 }
 
+// A reply queue ended as soon as its one message is read, while the writer
+// may still be inside its resume of the reader: term waits for the writer.
+TEST(QueueThreads, TermRightAfterTheReadWaitsForTheWriter) {
+    for (int round = 0; round < 2000; ++round) {
+        B_QUEUE q;
+        ASSERT_EQ(b_queueInit(&q), sOKAY);
+        B_QUEMSG reply{};
+        std::thread writer([&] {
+            for (int i = 0; i < round % 3; ++i) std::this_thread::yield();
+            ASSERT_EQ(b_queueWrite(&q, &reply), sOKAY);
+        });
+        B_QUEMSG *m = nullptr;
+        ASSERT_EQ(b_queueRead(&q, &m, PSP_WAIT_FOREVER), sOKAY);
+        EXPECT_EQ(m, &reply);
+        b_queueTerm(&q);
+        writer.join();
+    }
+}
+
 struct SumJob {
     B_THRPOOL_JOB job;
     uint64_t in;

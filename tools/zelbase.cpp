@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Queue and thread pool", zb_demo_queue},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -70,6 +71,8 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
+     "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
 };
 
 void zb_usage(FILE *out) {

@@ -48,6 +48,7 @@ int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_queue(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -57,6 +58,7 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_threads(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.

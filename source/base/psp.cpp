@@ -325,8 +325,10 @@ void psp_threadEventStart(PSP_THREAD_EVENT_T *event) {
 void psp_threadEventResume(PSP_THREAD_EVENT_T *event) {
     pthread_mutex_lock(&event->m);
     event->flag = 1;
-    pthread_cond_broadcast(&event->c);
+    /* Woken after the unlock, the waiter does not run straight into a held
+     * mutex and sleep again; the flag, set under it, is what the wait tests. */
     pthread_mutex_unlock(&event->m);
+    pthread_cond_broadcast(&event->c);
 }
 
 ZEL_RETCODE psp_threadEventWait(PSP_THREAD_EVENT_T *event, uint32_t timeout) {

@@ -37,7 +37,8 @@ ZEL_NODISCARD ZEL_RETCODE psp_threadEventInit(PSP_THREAD_EVENT_T *event);
 void psp_threadEventTerm(PSP_THREAD_EVENT_T *event);
 /* Arms the event: a following wait blocks until a resume. */
 void psp_threadEventStart(PSP_THREAD_EVENT_T *event);
-/* Sets the event: the waiter, present or later, goes on. */
+/* Sets the event: the waiter, present or later, goes on. The waiter may go on
+ * before this call has returned: the event must not be ended until it has. */
 void psp_threadEventResume(PSP_THREAD_EVENT_T *event);
 /* Blocks until resumed. `timeout` in milliseconds, PSP_WAIT_FOREVER for no
  * limit. sOKAY; sTIMEOUT when the time ran out; ePSP_DEADLOCK when the wait

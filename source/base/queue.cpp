@@ -3,15 +3,18 @@
  *
  * The one idea: a reader that finds nothing arms the event while it still
  * holds the list's lock (exclMutex), and every write and the close change
- * the list or the status and resume the event under that same lock. So
- * between the reader's last look and its sleep nothing can slip by unseen:
- * whatever comes after the look finds the event armed and resumes it. The
- * reader keeps mtMutex over the whole wait, so the event has a single
+ * the list or the status, and look whether a reader is armed, under that same
+ * lock. So between the reader's last look and its sleep nothing can slip by
+ * unseen: whatever comes after the look finds the event armed and resumes
+ * it. The reader keeps mtMutex over the whole wait, so the event has a single
  * waiter, and writers, which take only exclMutex, never wait for a sleeper.
  *
  * `armed` lets a writer skip the resume when no reader sleeps, the common
  * case of a busy queue; a stale mark left by a timed-out reader costs one
- * needless resume, and a wake that finds nothing goes back to waiting.
+ * needless resume, and a wake that finds nothing goes back to waiting. A
+ * writer resumes after letting go of exclMutex, so that the reader it wakes
+ * does not run into the held lock and sleep again; `resuming` counts such
+ * resumes in flight, and b_queueTerm waits for them.
  */
 #include "queue.h"
 
@@ -32,14 +35,6 @@ inline void b_queueTestYield() {
 #ifndef NDEBUG
     psp_threadYield();
 #endif
-}
-
-/* Under exclMutex: resumes the event when a reader has armed it. */
-inline void b_queueWake(B_QUEUE *queue) {
-    if (queue->armed != 0) {
-        queue->armed = 0;
-        psp_threadEventResume(&queue->entryEvent);
-    }
 }
 
 /* Lets go of both locks of a reader and hands back `rc`. */
@@ -81,10 +76,13 @@ ZEL_RETCODE b_queueInit(B_QUEUE *queue) {
     queue->count = 0;
     queue->status = B_QUEUE_OPEN;
     queue->armed = 0;
+    queue->resuming = 0;
     return sOKAY;
 }
 
 void b_queueTerm(B_QUEUE *queue) {
+    /* A writer may still be inside the resume of a reader that has gone on. */
+    while (__atomic_load_n(&queue->resuming, __ATOMIC_ACQUIRE) != 0) psp_threadYield();
     psp_threadMutexTerm(&queue->exclMutex);
     psp_threadMutexTerm(&queue->mtMutex);
     psp_threadEventTerm(&queue->entryEvent);
@@ -100,8 +98,16 @@ ZEL_RETCODE b_queueWrite(B_QUEUE *queue, B_QUEMSG *msg) {
     }
     queue->tail = msg;
     b_queueStore(&queue->count, queue->count + 1);
-    b_queueWake(queue);
+    const bool wake = queue->armed != 0;
+    if (wake) {
+        queue->armed = 0;
+        __atomic_fetch_add(&queue->resuming, 1, __ATOMIC_RELAXED);
+    }
     psp_threadMutexExit(&queue->exclMutex);
+    if (wake) {
+        psp_threadEventResume(&queue->entryEvent);
+        __atomic_fetch_sub(&queue->resuming, 1, __ATOMIC_RELEASE);
+    }
     return sOKAY;
 }
 
@@ -145,7 +151,10 @@ void b_queueClose(B_QUEUE *queue) {
      * otherwise clear this resume and sleep for ever. */
     psp_threadMutexEnter(&queue->exclMutex);
     b_queueStore(&queue->status, B_QUEUE_CLOSED);
-    b_queueWake(queue);
+    if (queue->armed != 0) {
+        queue->armed = 0;
+        psp_threadEventResume(&queue->entryEvent);
+    }
     psp_threadMutexExit(&queue->exclMutex);
 }
 

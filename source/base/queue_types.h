@@ -21,9 +21,9 @@ typedef struct B_QUEMSG_S {
 
 typedef enum B_QUEUE_STATUS_E { B_QUEUE_OPEN = 0, B_QUEUE_CLOSED = 1 } B_QUEUE_STATUS;
 
-/* `count`, `status` and `armed` are plain int32_t so that C callers can embed
- * the record; the queue reads `count` and `status` without a lock through
- * relaxed atomic loads. */
+/* The fields stay plain int32_t so that C callers can embed the record;
+ * those read without a lock (`count`, `status`, `resuming`) go through the
+ * compiler's atomic builtins. */
 typedef struct B_QUEUE_S {
     B_QUEMSG *head; /* oldest first */
     B_QUEMSG *tail;
@@ -33,6 +33,7 @@ typedef struct B_QUEUE_S {
     int32_t count;                 /* messages in the list */
     int32_t status;                /* a B_QUEUE_STATUS */
     int32_t armed;                 /* a reader has armed entryEvent and waits */
+    int32_t resuming;              /* writers between exclMutex and their resume */
 } B_QUEUE;
 
 typedef struct B_THRPOOL_S B_THRPOOL;
