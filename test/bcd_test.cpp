@@ -2,6 +2,7 @@
 // (test/data/gen_bcd.py), hand-worked stored bytes, the packed form's order and
 // round-trip properties, and the edge cases the arithmetic keeps on purpose.
 #include "bcd.h"
+#include "bcd_kernel_internal.h"
 
 #include <gtest/gtest.h>
 
@@ -319,6 +320,33 @@ TEST(BcdDivide, SameAsWorkQuotientThenReduction) {
     ExpectSameAsWorkThenAssign(zel_bcdDiv, zel_bcdWorkDiv);
 }
 
+// The grid, the general limbs and the digit iteration store the same quotient
+// wherever each applies (the fuzzer bcd_div_fuzz drives this further).
+TEST(BcdDivide, ThreePathsAgreeDigitForDigit) {
+    std::mt19937_64 rng(11);
+    int applied[3] = {};
+    using zel::detail::BcdDivPath;
+    for (int i = 0; i < 3000; ++i) {
+        ZEL_BCD_T a = RandomBcd(rng), b = RandomBcd(rng), want;
+        const auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(i % 5);
+        const ZEL_RETCODE want_rc = zel_bcdDiv(&a, &b, mode, &want);
+        int k = 0;
+        for (BcdDivPath path : {BcdDivPath::kGrid, BcdDivPath::kLimbs, BcdDivPath::kDigits}) {
+            ZEL_BCD_T got;
+            ZEL_RETCODE rc = sOKAY;
+            if (zel::detail::zel_bcd_div_by(path, &a, &b, mode, &got, &rc)) {
+                ++applied[k];
+                ASSERT_EQ(rc, want_rc) << Text(a) << " / " << Text(b) << " path " << k;
+                ASSERT_EQ(Text(got), Text(want)) << Text(a) << " / " << Text(b) << " path " << k;
+            }
+            ++k;
+        }
+    }
+    EXPECT_GT(applied[0], 2500);
+    EXPECT_GT(applied[1], 2500);
+    EXPECT_GT(applied[2], 2500);
+}
+
 TEST(BcdDivide, RandomQuotientTimesDivisorIsNearDividend) {
     std::mt19937_64 rng(7);
     for (int i = 0; i < 400; ++i) {
@@ -613,6 +641,38 @@ TEST(BcdFloating, ThroughText) {
     b = Parse("0.5");
     EXPECT_EQ(zel_bcdToFloat(&b, &f), sOKAY);
     EXPECT_EQ(f, 0.5f);
+}
+
+// Every double below 1e32 has at most 32 integer digits and is taken; the
+// logarithm's truncated integer part decides, so the whole top decade fits.
+TEST(BcdFloating, TopDecadeFromPython) {
+    int n = 0;
+    for (const std::string &line : Lines("good-bcd-fromdouble.txt")) {
+        const size_t blank = line.find(' ');
+        const double d = std::strtod(line.substr(0, blank).c_str(), nullptr);
+        const std::string want = line.substr(blank + 1);
+        ZEL_BCD_T b;
+        if (want == "RANGE") {
+            EXPECT_EQ(zel_bcdFromDouble(d, &b), eRANGE) << line;
+            continue;
+        }
+        ASSERT_EQ(zel_bcdFromDouble(d, &b), sOKAY) << line;
+        EXPECT_EQ(Text(b), want) << line;
+        ++n;
+    }
+    EXPECT_GT(n, 200);
+    // 2^104 has 32 digits and survives the round trip through a double.
+    ZEL_BCD_T p = Parse("20282409603651670423947251286016");
+    double d = 0;
+    EXPECT_EQ(zel_bcdToDouble(&p, &d), sOKAY);
+    EXPECT_EQ(d, 0x1p104);
+}
+
+// An exponent that would carry the digit count past 32 bits is out of range;
+// the sum is never formed in 32 bits.
+TEST(BcdText, ExponentPastThirtyTwoBitsIsOutOfRange) {
+    ZEL_BCD_T b;
+    EXPECT_EQ(zel_bcdFromString("11111111111e2147483639", &b), eRANGE);
 }
 
 TEST(BcdCompare, SignsZerosAndUnnormalised) {

@@ -20,8 +20,7 @@
 #include "convert_text_internal.h"
 #include "datetime.h"
 #include "psp.h"
-#include "tag_stack.h"
-#include "tag_sub.h"
+#include "tag_ref_internal.h"
 #include "uuid.h"
 
 using zel::detail::CNV_SYM_ANY;
@@ -359,14 +358,7 @@ class CnvText {
     CnvText() = default;
     CnvText(const CnvText &) = delete;
     CnvText &operator=(const CnvText &) = delete;
-    ~CnvText() {
-        if (heap_ == nullptr) return;
-        if (tag_.type == CONV_TAG_TYPE_SUB) {
-            b_tag_subFree(tag_.u.sub, heap_);
-        } else {
-            b_tag_stackFree(tag_.u.stack, heap_);
-        }
-    }
+    ~CnvText() { tag_.release(heap_); }
 
     ZEL_RETCODE init(const CNVCB *cb) {
         if (cb->pvSrc == nullptr) return cb->tSrcLen == 0 ? sOKAY : eINVNULLARG;
@@ -380,15 +372,11 @@ class CnvText {
         len_ = cb->tSrcLen;
         char *copy = local_;
         if (len_ >= sizeof local_) {
-            ZEL_RETCODE rc;
-            if (cb->tag.type == CONV_TAG_TYPE_SUB) {
-                ZEL_CHECK(rc = b_tag_subAlloc(cb->tag.u.sub, len_ + 1, &heap_));
-            } else if (cb->tag.type == CONV_TAG_TYPE_STACK) {
-                ZEL_CHECK(rc = b_tag_stackAlloc(cb->tag.u.stack, len_ + 1, &heap_));
-            } else {
-                return eNOMEMORY;
-            }
-            tag_ = cb->tag;
+            // The control block's tag; none at all gives eNOMEMORY.
+            tag_ = cb->tag.type == CONV_TAG_TYPE_SUB     ? zel::detail::TagRef(cb->tag.u.sub)
+                   : cb->tag.type == CONV_TAG_TYPE_STACK ? zel::detail::TagRef(cb->tag.u.stack)
+                                                         : zel::detail::TagRef();
+            ZEL_CHECK(tag_.alloc(len_ + 1, &heap_));
             copy = heap_;
         }
         std::memcpy(copy, src, len_);
@@ -405,7 +393,7 @@ class CnvText {
     const char *str_ = "";
     size_t len_ = 0;
     char *heap_ = nullptr;
-    convTag tag_{};
+    zel::detail::TagRef tag_;
     char local_[128];
 };
 

@@ -1039,24 +1039,6 @@ uint16_t sch_type_num_elems(SCH_TYPE_INFO_C pi) {
 uint16_t sch_type_byte_len(SCH_TYPE_INFO_C pi) {
     return pi ? pi->byte_len : 0;
 }
-uint8_t sch_type_prec(SCH_TYPE_INFO_C pi) {
-    if (!pi) return 0;
-    const int f = ZEL_TYPE_FAMILY(pi->type);
-    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
-    if (f == ZEL_FAMILY_DATETIME && pi->type != ZEL_DATE) return pi->x.t.prec;
-    return 0;
-}
-uint8_t sch_type_scale(SCH_TYPE_INFO_C pi) {
-    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_DECIMAL ? pi->x.d.scale : 0;
-}
-uint16_t sch_type_length(SCH_TYPE_INFO_C pi) {
-    if (!pi) return 0;
-    const int f = ZEL_TYPE_FAMILY(pi->type);
-    if ((f == ZEL_FAMILY_BINARY || f == ZEL_FAMILY_CHAR) && !(pi->type & ZEL_TYPE_LOB_BIT))
-        return f == ZEL_FAMILY_CHAR ? pi->x.c.len : pi->x.b.len;
-    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
-    return 0;
-}
 const char *sch_type_check_str(SCH_TYPE_INFO_C pi) {
     return pi ? pi->check_str : nullptr;
 }
@@ -1065,9 +1047,6 @@ const char *sch_type_check_name(SCH_TYPE_INFO_C pi) {
 }
 const ZEL_TYPE_INFO *sch_type_info(SCH_TYPE_INFO_C pi) {
     return pi ? pi->type_info : nullptr;
-}
-void *sch_type_locale(SCH_TYPE_INFO_C pi) {
-    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_CHAR ? pi->x.c.locale : nullptr;
 }
 ZEL_RETCODE sch_type_set_use_locale(SCH_TYPE_INFO pi, ZEL_BOOL_T val) {
     if (!pi) return eINVNULLARG;
