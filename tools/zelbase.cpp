@@ -33,6 +33,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
     {"Queue and thread pool", zb_demo_queue},
+    {"Parser driver", zb_demo_yyparse},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -73,6 +74,8 @@ constexpr Command kCommands[] = {
      zb_cmd_types},
     {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
      "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
+    {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
+     zb_cmd_parse},
 };
 
 void zb_usage(FILE *out) {

@@ -120,6 +120,12 @@ inline void yy_copy(void *dst, const void *src, size_t size) {
     }
 }
 
+/* The next token; a negative one is the end of input. */
+inline int32_t yy_lex(const B_YYPDATA *pd, void *yylval) {
+    const int16_t next = pd->yylex(pd->yyctx, yylval);
+    return next < 0 ? 0 : next;
+}
+
 template <size_t N>
 ZEL_RETCODE yy_run(B_YYPDATA *pd) {
     const B_YYTABLES *t = pd->yytab;
@@ -137,19 +143,17 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
     uint8_t *yyv = pd->yyv;
     int32_t state = 0, errflag = 0, depth = -1;
     int32_t tok = -1; /* the look-ahead; -1: none */
-    const auto lex = [&] {
-        const int16_t next = pd->yylex(ctx, yylval);
-        tok = next < 0 ? 0 : next; /* a negative token is the end of input */
-    };
+    int32_t limit = pd->yymaxdepth - 1;
 
     for (;;) {
         /* 1. Push. Growth comes one entry early: the empty rule's default
          * value is read from the slot above the top. */
-        if (++depth >= pd->yymaxdepth - 1) {
+        if (++depth >= limit) {
             ZEL_RETCODE rc;
             if ((rc = yy_grow(pd)) != sOKAY) return rc;
             yys = pd->yys;
             yyv = pd->yyv;
+            limit = pd->yymaxdepth - 1;
         }
         yys[depth] = int16_t(state);
         yy_copy<N>(yyv + size_t(depth) * ts, yyval, ts);
@@ -158,7 +162,7 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
             /* 2. Shift test. */
             int32_t n = yypact[state];
             if (n > kYyFlag) {
-                if (tok < 0) lex();
+                if (tok < 0) tok = yy_lex(pd, yylval);
                 n += tok;
                 if (n >= 0 && n < yylast && yychk[yyact[n]] == tok) {
                     yy_copy<N>(yyval, yylval, ts);
@@ -172,7 +176,7 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
             /* 3. Default, or the state's row of exceptions. */
             int32_t rule = t->yydef[state];
             if (rule == -2) {
-                if (tok < 0) lex();
+                if (tok < 0) tok = yy_lex(pd, yylval);
                 const int16_t *x = t->yyexca;
                 while (x[0] != -1 || x[1] != state) x += 2;
                 do {
