@@ -48,6 +48,8 @@ int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_path(FILE *out);
+int zb_demo_uri(FILE *out);
 int zb_demo_queue(FILE *out);
 int zb_demo_yyparse(FILE *out);
 
@@ -59,6 +61,9 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_path(int argc, char **argv);
+int zb_cmd_docroot(int argc, char **argv);
+int zb_cmd_uri(int argc, char **argv);
 int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
 
@@ -70,5 +75,8 @@ int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace);
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
 int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
+
+// One transport entry of a parsed connection string, every field, on one line.
+std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 #endif

@@ -33,7 +33,7 @@ constexpr char END = CNV_SYM_END;
 constexpr char DIG = CNV_SYM_DIGIT;
 constexpr char ANY = CNV_SYM_ANY;
 
-/* ---- The scanner. */
+// ---- The scanner.
 
 constexpr bool cnv_textIsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -106,7 +106,7 @@ void cnv_textRun(const B_ACTION *const (&table)[N], const CnvDense<N> &dense, st
     }
 }
 
-/* ---- Number syntax. Rows are symbol, rule, shift, next state. */
+// ---- Number syntax. Rows are symbol, rule, shift, next state.
 
 constexpr int CNV_NUM_STOP = 5;
 constexpr B_ACTION cnv_textNum0[] = {{'+', 0, 1, 1},  {'-', 1, 1, 1}, {DIG, 0, 0, 1},
@@ -184,7 +184,7 @@ ZEL_RETCODE cnv_textParseNumber(std::string_view text, CnvNumber *out) {
     return sOKAY;
 }
 
-/* ---- Date literals. */
+// ---- Date literals.
 
 constexpr int CNV_DATE_STOP = 24;
 enum : int16_t { CNV_DATE_BAD = 1, CNV_DATE_YEAR = 2, CNV_DATE_MONTH = 3, CNV_DATE_DAY = 4 };
@@ -228,9 +228,9 @@ constexpr const B_ACTION *dateStateTable[CNV_DATE_STOP] = {
     cnv_textDate18, cnv_textDate19, cnv_textDate20, cnv_textDate21, cnv_textDate22, cnv_textDate23};
 constexpr auto cnv_textDateDense = cnv_textDense(dateStateTable);
 
-/* ---- Escape clauses. A negative state stops. Every state that can meet the
- * end of the text has a row for it (or a catch-all that stops or hands the
- * end back to state 0), so the scan never runs past the terminator. */
+// ---- Escape clauses. A negative state stops. Every state that can meet the
+// end of the text has a row for it (or a catch-all that stops or hands the
+// end back to state 0), so the scan never runs past the terminator.
 
 constexpr int CNV_ESC_STATES = 59;
 enum : int16_t {
@@ -350,9 +350,9 @@ constexpr const B_ACTION *EscStateTable[CNV_ESC_STATES] = {
     cnv_textEsc54, cnv_textEsc55, cnv_textEsc56, cnv_textEsc57, cnv_textEsc58};
 constexpr auto cnv_textEscDense = cnv_textDense(EscStateTable);
 
-/* ---- The source text of a control block, terminated. A text whose
- * terminator lies within tSrcLen is used in place; one without is copied, to
- * a local buffer when short, else to the conversion's tag. */
+// ---- The source text of a control block, terminated. A text whose
+// terminator lies within tSrcLen is used in place; one without is copied, to
+// a local buffer when short, else to the conversion's tag.
 class CnvText {
   public:
     CnvText() = default;
@@ -568,7 +568,7 @@ ZEL_RETCODE cnv_textDateRewrite(std::string_view text, ZEL_DATE_FORMAT fmt, char
     return sOKAY;
 }
 
-/* ---- Escape rewriting: one pass that writes only when `out` is not null. */
+// ---- Escape rewriting: one pass that writes only when `out` is not null.
 
 constexpr size_t CNV_ESC_TEXT_MAX = 65534;  // positions count in 16 bits
 

@@ -258,7 +258,7 @@ ZEL_RETCODE sch_bucket_get_buffer_info(SCH_KEY_INFO_C ki, ZEL_BUCKET_BUFFER_INFO
     return sOKAY;
 }
 
-/* ---- Multiplier variants. */
+// ---- Multiplier variants.
 
 uint32_t sch_col_offset_with_mult(SCH_COL_INFO_C ci, uint32_t multiplier, uint32_t *col_length) {
     if (!ci || !col_length) return 0;
