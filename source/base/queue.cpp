@@ -22,29 +22,29 @@
 
 namespace {
 
-/* `count` and `status` are read without a lock (b_queueCount, callers
- * polling): their stores are atomic so that such a read sees a whole value. */
+// `count` and `status` are read without a lock (b_queueCount, callers
+// polling): their stores are atomic so that such a read sees a whole value.
 inline void b_queueStore(int32_t *field, int32_t value) {
     __atomic_store_n(field, value, __ATOMIC_RELAXED);
 }
 
-/* Test builds give up the processor between a reader's last look at the
- * queue and its arming of the event, which widens the window in which a
- * close or a write could be lost if either were not done under exclMutex. */
+// Test builds give up the processor between a reader's last look at the
+// queue and its arming of the event, which widens the window in which a
+// close or a write could be lost if either were not done under exclMutex.
 inline void b_queueTestYield() {
 #ifndef NDEBUG
     psp_threadYield();
 #endif
 }
 
-/* Lets go of both locks of a reader and hands back `rc`. */
+// Lets go of both locks of a reader and hands back `rc`.
 inline ZEL_RETCODE b_queueLeave(B_QUEUE *queue, ZEL_RETCODE rc) {
     psp_threadMutexExit(&queue->exclMutex);
     psp_threadMutexExit(&queue->mtMutex);
     return rc;
 }
 
-/* Under both locks with a message queued: unlinks the oldest. */
+// Under both locks with a message queued: unlinks the oldest.
 ZEL_RETCODE b_queueFetch(B_QUEUE *queue, B_QUEMSG **pMsg) {
     B_QUEMSG *msg = queue->head;
     queue->head = msg->next;
@@ -81,7 +81,7 @@ ZEL_RETCODE b_queueInit(B_QUEUE *queue) {
 }
 
 void b_queueTerm(B_QUEUE *queue) {
-    /* A writer may still be inside the resume of a reader that has gone on. */
+    // A writer may still be inside the resume of a reader that has gone on.
     while (__atomic_load_n(&queue->resuming, __ATOMIC_ACQUIRE) != 0) psp_threadYield();
     psp_threadMutexTerm(&queue->exclMutex);
     psp_threadMutexTerm(&queue->mtMutex);
@@ -136,8 +136,8 @@ ZEL_RETCODE b_queueRead(B_QUEUE *queue, B_QUEMSG **pMsg, uint32_t timeout) {
         psp_threadMutexEnter(&queue->exclMutex);
         if (queue->head != nullptr) return b_queueFetch(queue, pMsg);
         if (queue->status == B_QUEUE_CLOSED) return b_queueLeave(queue, sBASE_QUEUE_CLOSED);
-        /* Woken with nothing to read (a stale resume): wait again, a timed
-         * read only for what is left of its time. */
+        // Woken with nothing to read (a stale resume): wait again, a timed
+        // read only for what is left of its time.
         if (timed) {
             const uint64_t spent = (psp_timeMeasureNanoSecs() - start) / kNanosPerMilli;
             if (spent >= timeout) return b_queueLeave(queue, sTIMEOUT);
@@ -147,8 +147,8 @@ ZEL_RETCODE b_queueRead(B_QUEUE *queue, B_QUEMSG **pMsg, uint32_t timeout) {
 }
 
 void b_queueClose(B_QUEUE *queue) {
-    /* Under exclMutex: a reader between its last look and its arming would
-     * otherwise clear this resume and sleep for ever. */
+    // Under exclMutex: a reader between its last look and its arming would
+    // otherwise clear this resume and sleep for ever.
     psp_threadMutexEnter(&queue->exclMutex);
     b_queueStore(&queue->status, B_QUEUE_CLOSED);
     if (queue->armed != 0) {

@@ -17,10 +17,10 @@ ZEL_RETCODE b_thrpoolWorker(void *arg) {
     B_QUEUE *queue = &static_cast<B_THRPOOL_THREAD *>(arg)->thrPool->queue;
     for (;;) {
         B_QUEMSG *msg = nullptr;
-        /* Anything but a message ends the worker: closed, or a wait that
-         * cannot be done. */
+        // Anything but a message ends the worker: closed, or a wait that
+        // cannot be done.
         if (b_queueRead(queue, &msg, PSP_WAIT_FOREVER) != sOKAY || msg == nullptr) break;
-        /* B_THRPOOL_JOB begins with its B_QUEMSG. */
+        // B_THRPOOL_JOB begins with its B_QUEMSG.
         auto *job = reinterpret_cast<B_THRPOOL_JOB *>(msg);
         const ZEL_RETCODE rc = job->fcn(job);
         job->rc = rc;
@@ -36,8 +36,8 @@ ZEL_RETCODE b_thrpoolInit(B_THRPOOL *thrPool, uint32_t maxThreads, B_THRPOOL_THR
     thrPool->numThreads = 0;
     thrPool->maxThreads = maxThreads;
     thrPool->threads = threads;
-    /* Exactly maxThreads attempts; each goes to the first free entry, so the
-     * started workers stay packed at the front of the caller's array. */
+    // Exactly maxThreads attempts; each goes to the first free entry, so the
+    // started workers stay packed at the front of the caller's array.
     for (uint32_t attempt = 0; attempt < maxThreads; ++attempt) {
         B_THRPOOL_THREAD *entry = &threads[thrPool->numThreads];
         entry->thrPool = thrPool;

@@ -21,36 +21,36 @@
 
 namespace {
 
-constexpr int32_t kYyFlag = -1000; /* yypact: the state has only its default */
+constexpr int32_t kYyFlag = -1000;  // yypact: the state has only its default
 constexpr int32_t kYyGrowth = 5;
 constexpr uint64_t kYyMinEntries = 8;
 
-/* Entries the stack blocks hold for a given yymaxdepth. yymaxdepth moves by
- * 5, which callers see, but the memory beneath it doubles, so deep input
- * costs a logarithmic number of moves. A function of yymaxdepth alone, so no
- * field is needed to remember it. */
-inline uint64_t yy_entries(int32_t maxdepth) {
+// Entries the stack blocks hold for a given yymaxdepth. yymaxdepth moves by
+// 5, which callers see, but the memory beneath it doubles, so deep input
+// costs a logarithmic number of moves. A function of yymaxdepth alone, so no
+// field is needed to remember it.
+inline uint64_t b_yyEntries(int32_t maxdepth) {
     const uint64_t m = uint64_t(maxdepth < 0 ? 0 : maxdepth);
     return std::bit_ceil(m < kYyMinEntries ? kYyMinEntries : m);
 }
 
-/* Bytes of the value stack: a block of 0 bytes is never asked for, so a
- * value size of 0 still gets 1 byte. false when the size overflows. */
-inline bool yy_valueBytes(uint64_t entries, size_t toksize, size_t *bytes) {
+// Bytes of the value stack: a block of 0 bytes is never asked for, so a
+// value size of 0 still gets 1 byte. false when the size overflows.
+inline bool b_yyValueBytes(uint64_t entries, size_t toksize, size_t *bytes) {
     if (toksize != 0 && entries > SIZE_MAX / toksize) return false;
     const size_t n = size_t(entries) * toksize;
     *bytes = n == 0 ? 1 : n;
     return true;
 }
 
-/* The four blocks: allocated cleared at the first parse (all or none), and
- * cleared again at every later one. */
-ZEL_RETCODE yy_open(B_YYPDATA *pd) {
+// The four blocks: allocated cleared at the first parse (all or none), and
+// cleared again at every later one.
+ZEL_RETCODE b_yyOpen(B_YYPDATA *pd) {
     const size_t valBytes = pd->yytoksize == 0 ? 1 : pd->yytoksize;
     if (pd->yys != nullptr) {
-        const uint64_t entries = yy_entries(pd->yymaxdepth);
+        const uint64_t entries = b_yyEntries(pd->yymaxdepth);
         size_t stackBytes = 0;
-        (void)yy_valueBytes(entries, pd->yytoksize, &stackBytes);
+        (void)b_yyValueBytes(entries, pd->yytoksize, &stackBytes);
         std::memset(pd->yys, 0, size_t(entries) * sizeof(int16_t));
         std::memset(pd->yyv, 0, stackBytes);
         std::memset(pd->yyval, 0, valBytes);
@@ -58,9 +58,9 @@ ZEL_RETCODE yy_open(B_YYPDATA *pd) {
         return sOKAY;
     }
     if (pd->yymaxdepth < 0) pd->yymaxdepth = 0;
-    const uint64_t entries = yy_entries(pd->yymaxdepth);
+    const uint64_t entries = b_yyEntries(pd->yymaxdepth);
     size_t stackBytes = 0;
-    if (!yy_valueBytes(entries, pd->yytoksize, &stackBytes)) return eNOMEMORY;
+    if (!b_yyValueBytes(entries, pd->yytoksize, &stackBytes)) return eNOMEMORY;
     B_TAG_SUB sub = pd->yysubtag;
     int16_t *s = nullptr;
     uint8_t *v = nullptr;
@@ -82,16 +82,16 @@ fail:
     return rc;
 }
 
-/* Both stacks grow by 5 entries. On failure both stand as they were (one of
- * them may have more room underneath, which does no harm). */
-ZEL_RETCODE yy_grow(B_YYPDATA *pd) {
+// Both stacks grow by 5 entries. On failure both stand as they were (one of
+// them may have more room underneath, which does no harm).
+ZEL_RETCODE b_yyGrow(B_YYPDATA *pd) {
     if (pd->yymaxdepth > INT32_MAX - kYyGrowth) return eNOMEMORY;
     const int32_t next = pd->yymaxdepth + kYyGrowth;
-    const uint64_t have = yy_entries(pd->yymaxdepth), want = yy_entries(next);
+    const uint64_t have = b_yyEntries(pd->yymaxdepth), want = b_yyEntries(next);
     if (want > have) {
         size_t haveBytes = 0, wantBytes = 0;
-        if (!yy_valueBytes(want, pd->yytoksize, &wantBytes)) return eNOMEMORY;
-        (void)yy_valueBytes(have, pd->yytoksize, &haveBytes);
+        if (!b_yyValueBytes(want, pd->yytoksize, &wantBytes)) return eNOMEMORY;
+        (void)b_yyValueBytes(have, pd->yytoksize, &haveBytes);
         ZEL_RETCODE rc;
         void *s = pd->yys;
         ZEL_CHECK(rc = b_tag_subReallocAny(pd->yysubtag, s, size_t(have) * sizeof(int16_t),
@@ -109,9 +109,9 @@ ZEL_RETCODE yy_grow(B_YYPDATA *pd) {
     return sOKAY;
 }
 
-/* Copies one value: N bytes, or the run-time size when N is 0. */
+// Copies one value: N bytes, or the run-time size when N is 0.
 template <size_t N>
-inline void yy_copy(void *dst, const void *src, size_t size) {
+inline void b_yyCopy(void *dst, const void *src, size_t size) {
     if constexpr (N != 0) {
         (void)size;
         std::memcpy(dst, src, N);
@@ -120,14 +120,14 @@ inline void yy_copy(void *dst, const void *src, size_t size) {
     }
 }
 
-/* The next token; a negative one is the end of input. */
-inline int32_t yy_lex(const B_YYPDATA *pd, void *yylval) {
+// The next token; a negative one is the end of input.
+inline int32_t b_yyLex(const B_YYPDATA *pd, void *yylval) {
     const int16_t next = pd->yylex(pd->yyctx, yylval);
     return next < 0 ? 0 : next;
 }
 
 template <size_t N>
-ZEL_RETCODE yy_run(B_YYPDATA *pd) {
+ZEL_RETCODE b_yyRun(B_YYPDATA *pd) {
     const B_YYTABLES *t = pd->yytab;
     const int16_t *const yyact = t->yyact;
     const int16_t *const yypact = t->yypact;
@@ -142,30 +142,30 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
     int16_t *yys = pd->yys;
     uint8_t *yyv = pd->yyv;
     int32_t state = 0, errflag = 0, depth = -1;
-    int32_t tok = -1; /* the look-ahead; -1: none */
+    int32_t tok = -1;  // the look-ahead; -1: none
     int32_t limit = pd->yymaxdepth - 1;
 
     for (;;) {
-        /* 1. Push. Growth comes one entry early: the empty rule's default
-         * value is read from the slot above the top. */
-        if (++depth >= limit) {
+        // 1. Push. Growth comes one entry early: the empty rule's default
+        // value is read from the slot above the top.
+        if (++depth >= limit) [[unlikely]] {
             ZEL_RETCODE rc;
-            if ((rc = yy_grow(pd)) != sOKAY) return rc;
+            if ((rc = b_yyGrow(pd)) != sOKAY) return rc;
             yys = pd->yys;
             yyv = pd->yyv;
             limit = pd->yymaxdepth - 1;
         }
         yys[depth] = int16_t(state);
-        yy_copy<N>(yyv + size_t(depth) * ts, yyval, ts);
+        b_yyCopy<N>(yyv + size_t(depth) * ts, yyval, ts);
 
         for (;;) {
-            /* 2. Shift test. */
+            // 2. Shift test.
             int32_t n = yypact[state];
             if (n > kYyFlag) {
-                if (tok < 0) tok = yy_lex(pd, yylval);
+                if (tok < 0) tok = b_yyLex(pd, yylval);
                 n += tok;
                 if (n >= 0 && n < yylast && yychk[yyact[n]] == tok) {
-                    yy_copy<N>(yyval, yylval, ts);
+                    b_yyCopy<N>(yyval, yylval, ts);
                     tok = -1;
                     if (errflag > 0) --errflag;
                     state = yyact[n];
@@ -173,25 +173,25 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
                 }
             }
 
-            /* 3. Default, or the state's row of exceptions. */
+            // 3. Default, or the state's row of exceptions.
             int32_t rule = t->yydef[state];
             if (rule == -2) {
-                if (tok < 0) tok = yy_lex(pd, yylval);
+                if (tok < 0) tok = b_yyLex(pd, yylval);
                 const int16_t *x = t->yyexca;
                 while (x[0] != -1 || x[1] != state) x += 2;
                 do {
                     x += 2;
                 } while (x[0] >= 0 && x[0] != tok);
                 rule = x[1];
-                /* deliberate: an accept after an error is eBASE_SYNTAX until
-                 * three tokens were shifted since (the error token's shift
-                 * does not count) */
+                // deliberate: an accept after an error is eBASE_SYNTAX until
+                // three tokens were shifted since (the error token's shift
+                // does not count)
                 if (rule < 0) return errflag == 0 ? sOKAY : eBASE_SYNTAX;
             }
 
-            if (rule == 0) {
-                /* 6. Error. Right after a recovery the look-ahead is dropped
-                 * and the same state tries again. */
+            if (rule == 0) [[unlikely]] {
+                // 6. Error. Right after a recovery the look-ahead is dropped
+                // and the same state tries again.
                 if (errflag == 3) {
                     if (tok == 0) return eBASE_SYNTAX;
                     tok = -1;
@@ -199,8 +199,8 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
                 }
                 for (;; --depth) {
                     if (depth < 0) {
-                        /* deliberate: called only when recovery has emptied
-                         * the stack, not at each error */
+                        // deliberate: called only when recovery has emptied
+                        // the stack, not at each error
                         if (pd->yysyntaxerr != nullptr) pd->yysyntaxerr(ctx);
                         return eBASE_SYNTAX;
                     }
@@ -211,21 +211,22 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
                     }
                 }
                 errflag = 3;
-                yy_copy<N>(yyval, yylval, ts);
+                b_yyCopy<N>(yyval, yylval, ts);
                 break;
             }
 
-            /* 5. Reduce. */
+            // 5. Reduce.
             uint8_t *const top = yyv + size_t(depth) * ts;
             depth -= t->yyr2[rule];
-            /* deliberate: the default value is the slot just above the new
-             * top, also for an empty rule, whose slot may hold an old value */
-            yy_copy<N>(yyval, yyv + size_t(depth + 1) * ts, ts);
+            // deliberate: the default value is the slot just above the new
+            // top, also for an empty rule, whose slot may hold an old value
+            b_yyCopy<N>(yyval, yyv + size_t(depth + 1) * ts, ts);
             const int32_t nt = t->yyr1[rule];
             const int32_t g = t->yypgo[nt] + yys[depth] + 1;
             state = (g < yylast && yychk[yyact[g]] == -nt) ? yyact[g] : yyact[t->yypgo[nt]];
             const ZEL_RETCODE rc = pd->yyacts(ctx, top, int16_t(rule), yyval);
-            if (rc != sOKAY) return rc; /* statuses too, unchanged */
+            if (rc != sOKAY) [[unlikely]]
+                return rc;  // statuses too, unchanged
             break;
         }
     }
@@ -235,16 +236,16 @@ ZEL_RETCODE yy_run(B_YYPDATA *pd) {
 
 ZEL_RETCODE b_yyparse(B_YYPDATA *yypd) {
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = yy_open(yypd));
+    ZEL_CHECK(rc = b_yyOpen(yypd));
     switch (yypd->yytoksize) {
         case 8:
-            return yy_run<8>(yypd);
+            return b_yyRun<8>(yypd);
         case 16:
-            return yy_run<16>(yypd);
+            return b_yyRun<16>(yypd);
         case 32:
-            return yy_run<32>(yypd);
+            return b_yyRun<32>(yypd);
         default:
-            return yy_run<0>(yypd);
+            return b_yyRun<0>(yypd);
     }
 }
 
