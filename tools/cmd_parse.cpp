@@ -56,7 +56,10 @@ struct ZbParse {
 
 std::string zb_parse_stack(const int16_t *s, size_t n) {
     std::string t;
-    for (size_t i = 0; i < n; ++i) t += (i ? " " : "") + std::to_string(s[i]);
+    for (size_t i = 0; i < n; ++i) {
+        if (i != 0) t += ' ';
+        t += std::to_string(s[i]);
+    }
     return t;
 }
 
@@ -85,6 +88,12 @@ uint64_t zb_parse_divide(uint64_t a, uint64_t b) {
     return uint64_t(int64_t(a) / int64_t(b));
 }
 
+std::string zb_parse_equals(uint64_t v) {
+    std::string s = " = ";
+    s += std::to_string(int64_t(v));
+    return s;
+}
+
 uint64_t zb_parse_value(const uint8_t *slot) {
     uint64_t v;
     std::memcpy(&v, slot, sizeof v);
@@ -102,11 +111,15 @@ void zb_parse_catchUp(ZbParse *p, size_t depth) {
         if (i == 0) {
             what = "start";
         } else if (sym < 0) {
-            what = std::string("goto ") + p->g->nnames[-sym];
+            what = "goto ";
+            what += p->g->nnames[-sym];
         } else {
-            what = std::string("shift ") + p->g->tnames[sym];
-            if (sym == p->g->number)
-                what += " " + std::to_string(zb_parse_value(p->pd.yyv + i * sizeof(uint64_t)));
+            what = "shift ";
+            what += p->g->tnames[sym];
+            if (sym == p->g->number) {
+                what += ' ';
+                what += std::to_string(zb_parse_value(p->pd.yyv + i * sizeof(uint64_t)));
+            }
         }
         std::fprintf(p->out, "  %-34s -> %-4d stack %s\n", what.c_str(), s[i],
                      zb_parse_stack(s, i + 1).c_str());
@@ -127,7 +140,7 @@ ZEL_RETCODE zb_parse_act(B_PYYCONTEXT ctx, B_PYYSTYPE top, int16_t rule, B_PYYST
             case 2:
                 v = at(2);
                 p->results.push_back(v);
-                note = " = " + std::to_string(int64_t(v));
+                note = zb_parse_equals(v);
                 break;
             case 3:
                 ++p->recovered;
@@ -157,11 +170,12 @@ ZEL_RETCODE zb_parse_act(B_PYYCONTEXT ctx, B_PYYSTYPE top, int16_t rule, B_PYYST
             default:
                 break;
         }
-        if (rule >= 4) note = " = " + std::to_string(int64_t(v));
+        if (rule >= 4) note = zb_parse_equals(v);
     }
     std::memcpy(val, &v, sizeof v);
     if (!p->trace) {
-        p->reduced += (p->reduced.empty() ? "" : " ") + std::to_string(rule);
+        if (!p->reduced.empty()) p->reduced += ' ';
+        p->reduced += std::to_string(rule);
         return sOKAY;
     }
     char label[96];
