@@ -37,6 +37,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Paths and the document root", zb_demo_path},
     {"Rows and index nodes as stored", zb_demo_row},
     {"Connection strings", zb_demo_uri},
+    {"Queue and thread pool", zb_demo_queue},
+    {"Parser driver", zb_demo_yyparse},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -88,6 +90,10 @@ constexpr Command kCommands[] = {
     {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
      zb_cmd_docroot},
     {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
+    {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
+     "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
+    {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
+     zb_cmd_parse},
 };
 
 void zb_usage(FILE *out) {

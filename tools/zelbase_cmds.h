@@ -58,6 +58,8 @@ int zb_demo_row(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
+int zb_demo_queue(FILE *out);
+int zb_demo_yyparse(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -74,6 +76,13 @@ int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
+int zb_cmd_threads(int argc, char **argv);
+int zb_cmd_parse(int argc, char **argv);
+
+// Runs `text` through a built-in grammar ("calc", "parens"), printing every
+// shift, goto and reduction (trace) or only the rule numbers, then the values
+// and the code; 0 when accepted without error.
+int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
