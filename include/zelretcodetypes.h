@@ -651,6 +651,9 @@ typedef enum ZEL_RETCODE_E {
     eEMBED_UNKNOWN_COMMAND = -30001,
     eEMBED_ILLEGAL_NAMESPACE = -30002,
     eEMBED_CONTENT_MISMATCH = -30003,
+    /* No code: makes the enumeration hold any 32-bit value in C++ as in C, so
+     * that a code from elsewhere passes through unharmed. */
+    ZEL_RETCODE_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_RETCODE;
 
 #define ZEL_RETCODE_GROUP_COUNT 18

@@ -22,18 +22,23 @@
 #define ZEL_NODISCARD __attribute__((warn_unused_result))
 #endif
 
-/* Evaluates an expression that assigns a ZEL_RETCODE and returns it from the
- * enclosing function when it is a failure: ZEL_CHECK(rc = f(...)). */
-#define ZEL_CHECK(expr)          \
-    do {                         \
-        if ((expr) < 0) return rc; \
+/* Evaluates a ZEL_RETCODE expression once and returns that very value from the
+ * enclosing function when it is a failure: ZEL_CHECK(rc = f(...)), or
+ * ZEL_CHECK(f(...)). Whatever variable the expression assigns, the value
+ * returned is the one tested. */
+#define ZEL_CHECK(expr)                                        \
+    do {                                                       \
+        const ZEL_RETCODE zel_check_rc_ = (ZEL_RETCODE)(expr); \
+        if (zel_check_rc_ < 0) return zel_check_rc_;           \
     } while (0)
 
-/* As ZEL_CHECK, but jumps to a label so that the caller can release what it
- * took on the way: ZEL_CHECK_GOTO(rc = f(...), cleanup). */
-#define ZEL_CHECK_GOTO(expr, label) \
-    do {                            \
-        if ((expr) < 0) goto label; \
+/* Stores the code of `expr` in `rc` and jumps to `label` when it is a
+ * failure, so that the caller can release what it took on the way and return
+ * rc: ZEL_CHECK_GOTO(rc, f(...), cleanup). */
+#define ZEL_CHECK_GOTO(rc, expr, label) \
+    do {                                \
+        (rc) = (expr);                  \
+        if ((rc) < 0) goto label;       \
     } while (0)
 
 typedef enum ZEL_BOOL_E { ZEL_FALSE = 0, ZEL_TRUE = 1 } ZEL_BOOL_T;

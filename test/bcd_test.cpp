@@ -615,6 +615,38 @@ TEST(BcdFloating, ThroughText) {
     EXPECT_EQ(f, 0.5f);
 }
 
+// Every double below 1e32 has at most 32 integer digits and is taken; the
+// logarithm's truncated integer part decides, so the whole top decade fits.
+TEST(BcdFloating, TopDecadeFromPython) {
+    int n = 0;
+    for (const std::string &line : Lines("good-bcd-fromdouble.txt")) {
+        const size_t blank = line.find(' ');
+        const double d = std::strtod(line.substr(0, blank).c_str(), nullptr);
+        const std::string want = line.substr(blank + 1);
+        ZEL_BCD_T b;
+        if (want == "RANGE") {
+            EXPECT_EQ(zel_bcdFromDouble(d, &b), eRANGE) << line;
+            continue;
+        }
+        ASSERT_EQ(zel_bcdFromDouble(d, &b), sOKAY) << line;
+        EXPECT_EQ(Text(b), want) << line;
+        ++n;
+    }
+    EXPECT_GT(n, 200);
+    // 2^104 has 32 digits and survives the round trip through a double.
+    ZEL_BCD_T p = Parse("20282409603651670423947251286016");
+    double d = 0;
+    EXPECT_EQ(zel_bcdToDouble(&p, &d), sOKAY);
+    EXPECT_EQ(d, 0x1p104);
+}
+
+// An exponent that would carry the digit count past 32 bits is out of range;
+// the sum is never formed in 32 bits.
+TEST(BcdText, ExponentPastThirtyTwoBitsIsOutOfRange) {
+    ZEL_BCD_T b;
+    EXPECT_EQ(zel_bcdFromString("11111111111e2147483639", &b), eRANGE);
+}
+
 TEST(BcdCompare, SignsZerosAndUnnormalised) {
     ZEL_BCD_T a = Parse("1.50"), b = Parse("1.5"), z = Parse("0"), nz = z;
     EXPECT_EQ(zel_bcdCompare(&a, &b), ZEL_EQ);

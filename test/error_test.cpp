@@ -57,8 +57,8 @@ TEST(ErrorLookup, AgreesWithAMapOverTheWholeRange) {
 }
 
 TEST(ErrorLookup, UnknownCodesGetEachLookupsOwnAnswer) {
-    const int32_t unknown[] = {1,      -2,     9999,   10044,  28999,     29001,    -10112,
-                               -10999, -14563, -15175, -30004, INT32_MIN, INT32_MAX};
+    const int32_t unknown[] = {1,      -2,     9999,   10044,  28999,   29001,     -10112,
+                               -10999, -14563, -15175, -30004, -424242, INT32_MIN, INT32_MAX};
     for (int32_t c : unknown) {
         const ZEL_RETCODE code = static_cast<ZEL_RETCODE>(c);
         EXPECT_EQ(zelErrorLookup(code), nullptr) << c;

@@ -1,18 +1,20 @@
 // Tests of the sub tag: the three routes and their boundaries, reallocation
 // between routes, accounting, the usage report, seeded masters running out,
-// random churn against a model, and several threads on one master.
+// random churn against a model, fault injection and growth that passes the
+// page runs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "tag_check.h"
 #include "tag_master_psp.h"
+#include "tag_stack.h"
 #include "tag_sub.h"
 
 namespace {
@@ -457,53 +459,55 @@ TEST(SubTagSeed, OutOfMemoryLoop) {
     EXPECT_GT(failures, 10);
 }
 
-// Four threads, each with its own sub tag on one master, churn small blocks
-// and page runs; the master's mutex is the only lock.
-TEST(SubTagThreads, FourOwnersOnOneMaster) {
-    B_TAG_MASTER master = nullptr;
-    ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master), sOKAY);
-    std::vector<int> failures(4, 0);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; t++) {
-        threads.emplace_back([master, t, &failures] {
-            B_TAG_SUB sub = nullptr;
-            if (b_tag_subCreate(master, &sub) != sOKAY) {
-                failures[t]++;
-                return;
-            }
-            std::mt19937 rng(100 + t);
-            std::vector<std::pair<void *, std::pair<size_t, uint32_t>>> live;
-            for (uint32_t step = 0; step < 20000; step++) {
-                if (live.empty() || rng() % 2 == 0) {
-                    const size_t n = rng() % 20 == 0 ? 2033 + rng() % 40000 : rng() % 2033;
-                    void *p = nullptr;
-                    if (b_tag_subAlloc(sub, n, &p) != sOKAY) {
-                        failures[t]++;
-                        continue;
-                    }
-                    fill(p, std::min<size_t>(n, 64), step);
-                    live.push_back({p, {n, step}});
-                } else {
-                    const size_t i = rng() % live.size();
-                    auto [p, info] = live[i];
-                    if (!check(p, std::min<size_t>(info.first, 64), info.second)) failures[t]++;
-                    b_tag_subFree(sub, p);
-                    live[i] = live.back();
-                    live.pop_back();
-                }
-            }
-            for (auto &[p, info] : live) b_tag_subFree(sub, p);
-            int64_t cur = 0, max = 0;
-            b_tag_subMemUsage(sub, &cur, &max, nullptr);
-            if (cur != kTagBytes) failures[t]++;
-            b_tag_subDestroy(sub);
-        });
+// The fault point counts public requests of every tag on the master: the
+// n-th fails with eNOMEMORY, changes nothing, and fires once.
+TEST_F(SubTag, FaultPointCountsRequestsOfEveryTag) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master_, 4096, 4096, &stack), sOKAY);
+    void *a = nullptr, *b = nullptr, *c = nullptr;
+    ASSERT_EQ(b_tag_masterFailAllocation(master_, 3), sOKAY);
+    ASSERT_EQ(b_tag_subAlloc(sub_, 40, &a), sOKAY);     // 1
+    ASSERT_EQ(b_tag_stackAlloc(stack, 40, &b), sOKAY);  // 2
+    void *untouched = &c;
+    c = untouched;
+    EXPECT_EQ(b_tag_subRealloc(sub_, a, 5000, &c), eNOMEMORY);  // 3
+    EXPECT_EQ(c, untouched);
+    EXPECT_EQ(b_tag_masterFailureGiven(master_), ZEL_TRUE);
+    ASSERT_EQ(b_tag_subRealloc(sub_, a, 5000, &a), sOKAY);  // fired once only
+    ASSERT_EQ(b_tag_masterFailAllocation(master_, 1), sOKAY);
+    EXPECT_EQ(b_tag_masterFailureGiven(master_), ZEL_FALSE);
+    B_TAG_SUB other = nullptr;
+    EXPECT_EQ(b_tag_subCreate(master_, &other), eNOMEMORY);
+    EXPECT_EQ(other, nullptr);
+    ASSERT_EQ(b_tag_masterFailAllocation(master_, 0), sOKAY);
+    b_tag_subFree(sub_, a);
+    b_tag_stackDestroy(stack);
+    EXPECT_EQ(current(), kTagBytes);
+}
+
+// Growth that the routes refuse moves: a page run becomes a huge buffer and a
+// huge buffer a bigger one, the held bytes carried over; zeroed memory of any
+// size.
+TEST_F(SubTag, ReallocAnyPassesThePageRuns) {
+    uint8_t *p = nullptr;
+    ASSERT_EQ(b_tag_subReallocAny(sub_, nullptr, 0, 600000, &p), sOKAY);
+    std::memset(p, 0x5a, 600000);
+    uint8_t *q = p;
+    EXPECT_EQ(b_tag_subRealloc(sub_, p, 700000, &q), eREALLOCMEMORY);
+    ASSERT_EQ(b_tag_subReallocAny(sub_, p, 600000, 700000, &p), sOKAY);
+    ASSERT_EQ(b_tag_subReallocAny(sub_, p, 700000, 3 << 20, &p), sOKAY);
+    EXPECT_EQ(p[0], 0x5a);
+    EXPECT_EQ(p[599999], 0x5a);
+    b_tag_subFree(sub_, p);
+    for (size_t n : {size_t{100}, size_t{5000}, size_t{700000}}) {
+        ASSERT_EQ(b_tag_subAlloc(sub_, n, &p), sOKAY);
+        std::memset(p, 0xff, n);
+        b_tag_subFree(sub_, p);
+        ASSERT_EQ(b_tag_subAllocZero(sub_, n, &p), sOKAY);
+        EXPECT_EQ(std::count(p, p + n, 0), static_cast<ptrdiff_t>(n)) << n;
+        b_tag_subFree(sub_, p);
     }
-    for (auto &th : threads) th.join();
-    for (int t = 0; t < 4; t++) EXPECT_EQ(failures[t], 0) << t;
-    EXPECT_TRUE(tag_checkMaster(master));
-    EXPECT_EQ(tag_checkMasterBytes(master), 4096);
-    b_tag_masterDestroy(master);
+    EXPECT_EQ(current(), kTagBytes);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "buffer.h"
 #include "psp.h"
 #include "coder_bytes.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
 
@@ -615,6 +616,30 @@ TEST_F(TypesTest, CopyIntoValue) {
     blob.type_info->free_fcn(&dst, sub);
     EXPECT_EQ(blob.type_info->pack_fcn, nullptr);
     EXPECT_EQ(blob.type_info->tostring, nullptr);
+}
+
+// A copy whose allocation fails says so: an INT32[300] column and a
+// 5,000-byte large object never "succeed" with nothing copied.
+TEST_F(TypesTest, CopyOutOfMemoryIsReported) {
+    std::vector<int32_t> xs(300, 7);
+    const std::string big(5000, 'b');
+    const SCH_TYPE_INFO_T arr = col(ZEL_INT32, 300), blob = col(ZEL_BLOB);
+    const ZEL_VALUE a = ptrVal(ZEL_INT32, xs.data(), 0, 300),
+                    bv = ptrVal(ZEL_BLOB, big.data(), big.size());
+    for (const auto &[pi, src] : {std::pair{&arr, &a}, std::pair{&blob, &bv}}) {
+        const int faults = oom_check(master, {sub}, [&, pi = pi, src = src] {
+            ZEL_VALUE dst = val(ZEL_NOVAL);
+            const ZEL_RETCODE rc = pi->type_info->copy_fcn(pi, &dst, src, 1 << 20, sub);
+            if (rc == sOKAY) {
+                EXPECT_EQ(std::memcmp(dst.vt.pv, src->vt.pv, pi == &arr ? 1200 : 5000), 0);
+                pi->type_info->free_fcn(&dst, sub);
+            } else {
+                EXPECT_EQ(dst.type, ZEL_NOVAL);
+            }
+            return rc;
+        });
+        EXPECT_GT(faults, 0);
+    }
 }
 
 TEST_F(TypesTest, NativeBuffersInAndOut) {

@@ -1610,9 +1610,16 @@ ZEL_RETCODE zel_bcdFromString(const char *str, ZEL_BCD_T *bcd) {
     int prec = std::max(ps.int_digits, ps.sig_digits);
     int32_t sexp = static_cast<int32_t>(ps.exp_value);
     if (ps.exp_sign < 0) sexp = static_cast<int32_t>(0u - ps.exp_value);
+    // The sum is formed in 64 bits: a 32-bit sum could overflow. Past the
+    // 32-bit range the text is out of range.
+    const int64_t wide = int64_t{ps.int_digits} + sexp;
+    if (wide > INT32_MAX || wide < INT32_MIN) {
+        ps.flags |= kFlagOverflow;
+        ps.rc = eRANGE;
+    }
     // The exponent is kept in 8 bits, so a large one wraps: deliberate, as
     // texts stored with it must read back the same.
-    int exp = static_cast<int8_t>(static_cast<uint8_t>(ps.int_digits + sexp));
+    int exp = static_cast<int8_t>(static_cast<uint8_t>(wide));
     if (ps.exp_value != 0) {
         if (exp > prec) prec = exp;
         if (exp < 0) prec -= exp;
@@ -1766,9 +1773,11 @@ ZEL_RETCODE zel_bcdFromDouble(double dv, ZEL_BCD_T *bcd) {
     ZEL_RETCODE pending = sOKAY;
     int scale = 14;
     if (dv != 0.0) {
-        double mag = psp_mathDoubleLog10(psp_mathDoubleAbs(dv));
-        if (mag > 31.0) return eRANGE;
-        scale = 14 - static_cast<int>(mag);  // truncated towards zero
+        // The logarithm's integer part, truncated towards zero, is what is
+        // compared: every double below 1e32 has at most 32 integer digits.
+        const int mag = static_cast<int>(psp_mathDoubleLog10(psp_mathDoubleAbs(dv)));
+        if (mag > 31) return eRANGE;
+        scale = 14 - mag;
         if (scale > kMaxPrec) {
             scale = kMaxPrec;
             pending = sPRECISIONLOSS;

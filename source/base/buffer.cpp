@@ -32,7 +32,10 @@ ZEL_RETCODE b_bufferRealloc(B_BUFFER_T *buffer, size_t newSize) {
         ZEL_CHECK(rc = b_tag_subAlloc(buffer->subTag, newSize, &mem));
         std::memset(mem, 0, buffer->len < newSize ? buffer->len : newSize);
     } else {
-        ZEL_CHECK(rc = b_tag_subAllocOrRealloc(buffer->subTag, buffer->data.ptr, newSize, &mem));
+        // Past a page run the tag refuses to resize; b_tag_subReallocAny then
+        // moves the held bytes to a fresh buffer.
+        ZEL_CHECK(
+            rc = b_tag_subReallocAny(buffer->subTag, buffer->data.ptr, buffer->len, newSize, &mem));
     }
     buffer->data.ptr = mem;
     buffer->size = newSize;

@@ -63,6 +63,10 @@ inline char psp_asciiUpper(char c) {
     return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c;
 }
 
+inline char psp_asciiLower(char c) {
+    return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c;
+}
+
 uint64_t psp_clockNanos(clockid_t clock) {
     struct timespec ts;
     clock_gettime(clock, &ts);
@@ -74,12 +78,16 @@ uint64_t psp_clockNanos(clockid_t clock) {
 struct PspThreadStart {
     PSP_THREAD_FCN fcn;
     void *arg;
+    char name[16];  // the kernel keeps 15 bytes and the terminator; "" for none
 };
 
-/* The thread's ZEL_RETCODE travels back to the joiner as the pthread result. */
+/* The thread names itself before the caller's function runs, so that the
+ * function always sees its name. Its ZEL_RETCODE travels back to the joiner
+ * as the pthread result. */
 void *psp_threadTrampoline(void *p) {
     PspThreadStart start = *static_cast<PspThreadStart *>(p);
     free(p);
+    if (start.name[0] != '\0') pthread_setname_np(pthread_self(), start.name);
     ZEL_RETCODE rc = start.fcn(start.arg);
     return reinterpret_cast<void *>(static_cast<intptr_t>(rc));
 }
@@ -379,17 +387,13 @@ ZEL_RETCODE psp_threadBegin(psp_thread_t *thread, PSP_THREAD_FCN fcn, size_t sta
     }
     start->fcn = fcn;
     start->arg = arg;
+    psp_strncpyZ(start->name, name, sizeof start->name);
     pthread_t id;
     int err = pthread_create(&id, &attr, psp_threadTrampoline, start);
     pthread_attr_destroy(&attr);
     if (err != 0) {
         free(start);
         return err == EAGAIN ? eNOMEMORY : ePSP_FAILURE;
-    }
-    if (name != nullptr) {
-        char cut[16];  // the kernel keeps 15 bytes and the terminator
-        psp_strncpyZ(cut, name, sizeof cut);
-        pthread_setname_np(id, cut);
     }
     thread->id = id;
     thread->rc = sOKAY;
@@ -743,6 +747,9 @@ ZEL_RETCODE psp_collateInit(psp_collate_t *collate, const char *locale_name) {
     if (collate == nullptr || locale_name == nullptr) return eINVNULLARG;
     /* "" would mean the environment's locale; the library reads no environment. */
     if (locale_name[0] == '\0') return eINVLOCALE;
+    /* newlocale need not set errno when a locale is merely unknown: clear it,
+     * so that a stale ENOMEM of an earlier call is not taken for this one. */
+    errno = 0;
     locale_t loc = newlocale(LC_COLLATE_MASK, locale_name, locale_t(0));
     if (loc == locale_t(0)) return errno == ENOMEM ? eNOMEMORY : eINVLOCALE;
     collate->locale = loc;
@@ -838,10 +845,12 @@ int psp_strncmp(const char *a, const char *b, size_t n) {
 }
 
 int psp_strcasecmp(const char *a, const char *b) {
-    /* ASCII only, whatever locale the host process has set. */
+    /* ASCII only, whatever locale the host process has set. Folded to lower
+     * case, as the C library folds: the sorted word tables searched with it
+     * ('_' sorts after the letters) are in order only under that fold. */
     for (;; ++a, ++b) {
-        int ca = static_cast<unsigned char>(psp_asciiUpper(*a));
-        int cb = static_cast<unsigned char>(psp_asciiUpper(*b));
+        int ca = static_cast<unsigned char>(psp_asciiLower(*a));
+        int cb = static_cast<unsigned char>(psp_asciiLower(*b));
         if (ca != cb || ca == 0) return ca - cb;
     }
 }

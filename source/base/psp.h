@@ -194,7 +194,8 @@ int psp_mathDoubleIsFinite(double x);
 int psp_strcmp(const char *a, const char *b);
 int psp_strncmp(const char *a, const char *b, size_t n);
 /* The texts must not be null. psp_strcasecmp: 0 when equal but for ASCII
- * letter case, whatever the process's locale. */
+ * letter case, whatever the process's locale; otherwise ordered as the texts
+ * folded to lower case. */
 int psp_strcasecmp(const char *a, const char *b);
 /* Copies and always leaves a terminating zero within `dst_size` (nothing when
  * it is 0; a null `src` copies as ""); returns dst. */

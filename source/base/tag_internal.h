@@ -1,7 +1,8 @@
 /*
  * tag_internal.h - the records behind the master and sub tag handles, shared
- * only by tag_master_psp.cpp and tag_sub.cpp. Callers use the handles of
- * tag_types.h and the functions of tag_master_psp.h and tag_sub.h.
+ * only by the three tag modules (master, sub, stack). Callers use the handles
+ * of tag_types.h and the functions of tag_master_psp.h, tag_sub.h and
+ * tag_stack.h.
  *
  * Large block (634880 bytes, 155 pages; page 0 is the header page):
  *
@@ -85,6 +86,10 @@ typedef struct B_MASTER_BLOCK_HEADER_S {
     /* Pages ever carved, header pages included: a high-water mark of the heap,
      * not of cur_pages_allocated. */
     int64_t max_pages_allocated;
+    /* Fault injection (test and debug builds): allocations still to go before
+     * the armed one fails, 0 when none is armed; and whether it fired. */
+    uint64_t fault_countdown;
+    ZEL_BOOL_T fault_given;
 } B_MASTER_BLOCK_HEADER_T;
 
 typedef union SUB_BLOCK_S SUB_BLOCK_T;
@@ -165,7 +170,25 @@ ZEL_NODISCARD ZEL_RETCODE tag_masterReallocPages(B_TAG_MASTER tag_master, void *
                                                  uint16_t new_pages, int16_t *pPage_increment,
                                                  void **pBlock);
 
+/* b_tag_masterAllocPages without the fault point: for the tags' own page
+ * requests, whose caller's request was already counted. */
+ZEL_NODISCARD ZEL_RETCODE tag_masterAllocPagesUncounted(B_TAG_MASTER tag_master, uint16_t size,
+                                                        ZEL_BOOL_T clear, void **pBlock);
+
+/* Test and debug builds: ZEL_TRUE when this allocation through `tag_master` is
+ * the one armed by b_tag_masterFailAllocation. Each public allocating entry of
+ * the master, sub and stack tags asks once, so one request is one fault point. */
+ZEL_BOOL_T tag_masterFault(B_TAG_MASTER tag_master);
+
 ZEL_EXTERN_C_END
+
+#if !defined(NDEBUG) || defined(ZEL_TAG_FAULTS)
+#define B_TAG_FAULTS 1
+#define B_TAG_FAULT(tag_master) (tag_masterFault(tag_master) == ZEL_TRUE)
+#else
+#define B_TAG_FAULTS 0
+#define B_TAG_FAULT(tag_master) ((void)(tag_master), false)
+#endif
 
 /* Under AddressSanitizer, memory a tag holds but no caller owns (free slots,
  * free page runs) is poisoned, so that a use after free or an overrun into a

@@ -284,6 +284,8 @@ ZEL_RETCODE b_tag_masterCreate(void *buf, size_t buf_size, B_TAG_MASTER *pTag_ma
     master->min_size_lookup = &master->header.size_lookup;
     master->use_mutex = ZEL_TRUE; /* declared only; the mutex is taken regardless */
     master->cur_pages_allocated = 1;
+    master->fault_countdown = 0;
+    master->fault_given = ZEL_FALSE;
     master->max_pages_allocated = 1;
     rc = psp_threadMutexInit(&master->mutex);
     if (rc < 0) {
@@ -322,6 +324,12 @@ void b_tag_masterDestroy(B_TAG_MASTER tag_master) {
 
 ZEL_RETCODE b_tag_masterAllocPages(B_TAG_MASTER tag_master, uint16_t size, ZEL_BOOL_T clear,
                                    void **pBlock) {
+    if (B_TAG_FAULT(tag_master)) return eNOMEMORY;
+    return tag_masterAllocPagesUncounted(tag_master, size, clear, pBlock);
+}
+
+ZEL_RETCODE tag_masterAllocPagesUncounted(B_TAG_MASTER tag_master, uint16_t size, ZEL_BOOL_T clear,
+                                          void **pBlock) {
     Master *master = tag_masterHeader(tag_master);
     void *block;
     ZEL_RETCODE rc;
@@ -347,6 +355,34 @@ void b_tag_masterFreePages(B_TAG_MASTER tag_master, void *block, int16_t *pPage_
         tag_masterAddCount(master->cur_pages_allocated, -pages);
     }
     if (pPage_increment != nullptr) *pPage_increment = static_cast<int16_t>(-pages);
+}
+
+ZEL_BOOL_T tag_masterFault(B_TAG_MASTER tag_master) {
+    Master *master = tag_masterHeader(tag_master);
+    uint64_t left = __atomic_load_n(&master->fault_countdown, __ATOMIC_RELAXED);
+    /* A loop of compare-and-swap, so that two threads never both take the
+     * last count or wrap it. */
+    while (left != 0) {
+        if (__atomic_compare_exchange_n(&master->fault_countdown, &left, left - 1, true,
+                                        __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
+            if (left != 1) return ZEL_FALSE;
+            __atomic_store_n(&master->fault_given, ZEL_TRUE, __ATOMIC_RELAXED);
+            return ZEL_TRUE;
+        }
+    }
+    return ZEL_FALSE;
+}
+
+ZEL_RETCODE b_tag_masterFailAllocation(B_TAG_MASTER tag_master, uint64_t n) {
+    if (!B_TAG_FAULTS) return eNOTIMPLEMENTED;
+    Master *master = tag_masterHeader(tag_master);
+    __atomic_store_n(&master->fault_given, ZEL_FALSE, __ATOMIC_RELAXED);
+    __atomic_store_n(&master->fault_countdown, n, __ATOMIC_RELAXED);
+    return sOKAY;
+}
+
+ZEL_BOOL_T b_tag_masterFailureGiven(B_TAG_MASTER tag_master) {
+    return __atomic_load_n(&tag_masterHeader(tag_master)->fault_given, __ATOMIC_RELAXED);
 }
 
 void b_tag_masterMemUsage(B_TAG_MASTER tag_master, int64_t *pCurrent, int64_t *pMaximum) {

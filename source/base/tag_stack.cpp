@@ -29,6 +29,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "tag_internal.h"
 #include "tag_master_psp.h"
 
 static_assert(sizeof(STACK_BLOCK_HEADER_T) == 32);
@@ -110,8 +111,8 @@ ZEL_RETCODE b_tag_stack_next_block(B_TAG_STACK tag, size_t size, size_t len, uin
         }
         void *run = nullptr;
         ZEL_RETCODE rc;
-        ZEL_CHECK(rc = b_tag_masterAllocPages(tag->tag_master, static_cast<uint16_t>(pages),
-                                              ZEL_FALSE, &run));
+        ZEL_CHECK(rc = tag_masterAllocPagesUncounted(tag->tag_master, static_cast<uint16_t>(pages),
+                                                     ZEL_FALSE, &run));
         next = static_cast<STACK_BLOCK_T *>(run);
         next->header.next = nullptr;
         next->header.prev = cur;
@@ -199,10 +200,12 @@ void b_tag_stackDestroy(B_TAG_STACK tag_stack) {
 }
 
 ZEL_RETCODE b_tag_stackAlloc(B_TAG_STACK tag_stack, size_t size, void *pBuf) {
+    if (B_TAG_FAULT(tag_stack->tag_master)) return eNOMEMORY;
     return b_tag_stack_alloc(tag_stack, size, pBuf);
 }
 
 ZEL_RETCODE b_tag_stackAllocClear(B_TAG_STACK tag_stack, size_t size, void *pBuf) {
+    if (B_TAG_FAULT(tag_stack->tag_master)) return eNOMEMORY;
     uint8_t *place;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = b_tag_stack_alloc(tag_stack, size, &place));
@@ -212,6 +215,7 @@ ZEL_RETCODE b_tag_stackAllocClear(B_TAG_STACK tag_stack, size_t size, void *pBuf
 }
 
 ZEL_RETCODE b_tag_stackAllocCopy(B_TAG_STACK tag_stack, const void *src, size_t size, void *pBuf) {
+    if (B_TAG_FAULT(tag_stack->tag_master)) return eNOMEMORY;
     uint8_t *place;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = b_tag_stack_alloc(tag_stack, size, &place));
@@ -237,6 +241,7 @@ ZEL_RETCODE b_tag_stackRealloc(B_TAG_STACK tag_stack, void *old_buf, size_t new_
     if (old == nullptr || !b_tag_stack_rollback(tag_stack, old)) {
         return b_tag_stackAlloc(tag_stack, new_size, pBuf);
     }
+    if (B_TAG_FAULT(tag_stack->tag_master)) return eNOMEMORY;  // the top stays at old_buf
     STACK_BLOCK_T *old_block = tag_stack->current;
     uint8_t *place;
     ZEL_RETCODE rc;

@@ -159,6 +159,11 @@ void tag_subCount(TAG_SUB_HEADER_T *header, int64_t delta) {
     }
 }
 
+/* The fault point of one public request (test and debug builds). */
+bool tag_subFault(B_TAG_SUB tag_sub) {
+    return B_TAG_FAULT(tag_subHeader(tag_sub)->tag_master);
+}
+
 void tag_subStore(void *pBuf, void *value) {
     *static_cast<void **>(pBuf) = value;
 }
@@ -169,7 +174,7 @@ void tag_subStore(void *pBuf, void *value) {
     const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];
     void *memory;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_masterAllocPages(header->tag_master, 1, ZEL_FALSE, &memory));
+    ZEL_CHECK(rc = tag_masterAllocPagesUncounted(header->tag_master, 1, ZEL_FALSE, &memory));
     auto *page = static_cast<SUB_BLOCK_T *>(memory);
     header->num_pages[index]++;
     header->free[index] = page;
@@ -208,8 +213,8 @@ ZEL_RETCODE tag_subAlloc(B_TAG_SUB tag_sub, size_t size, bool clear, void *pBuf)
         if (clear) std::memset(result, 0, layout.size);
     } else if (size <= B_TAG_SUB_PAGES_MAX) {
         const auto pages = static_cast<uint16_t>((size + kPageMask) / B_PAGE_SIZE);
-        ZEL_CHECK(rc = b_tag_masterAllocPages(header->tag_master, pages,
-                                              clear ? ZEL_TRUE : ZEL_FALSE, &result));
+        ZEL_CHECK(rc = tag_masterAllocPagesUncounted(header->tag_master, pages,
+                                                     clear ? ZEL_TRUE : ZEL_FALSE, &result));
         const int64_t bytes = int64_t{pages} * B_PAGE_SIZE;
         header->large_size_allocated += bytes;
         tag_subCount(header, bytes);
@@ -286,7 +291,7 @@ ZEL_RETCODE tag_subReallocByAllocAndFree(B_TAG_SUB tag_sub, void *old_buf, size_
                                          size_t copy, void *pBuf) {
     void *buf;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAlloc(tag_sub, new_size, &buf));
+    ZEL_CHECK(rc = tag_subAlloc(tag_sub, new_size, false, &buf));
     std::memcpy(buf, old_buf, copy);
     tag_subFree(tag_sub, old_buf);
     tag_subStore(pBuf, buf);
@@ -339,7 +344,7 @@ extern "C" {
 ZEL_RETCODE b_tag_subCreate(B_TAG_MASTER tag_master, B_TAG_SUB *pTag_sub) {
     void *memory;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_masterAllocPages(tag_master, 1, ZEL_FALSE, &memory));
+    ZEL_CHECK(rc = b_tag_masterAllocPages(tag_master, 1, ZEL_FALSE, &memory));  // counted
     auto *page = static_cast<SUB_BLOCK_T *>(memory);
     TAG_SUB_HEADER_T *header = &page->tag;
     std::memset(header, 0, sizeof(*header));
@@ -376,14 +381,26 @@ void b_tag_subDestroy(B_TAG_SUB tag_sub) {
 }
 
 ZEL_RETCODE b_tag_subAlloc(B_TAG_SUB tag_sub, size_t size, void *pBuf) {
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
     return tag_subAlloc(tag_sub, size, false, pBuf);
 }
 
 ZEL_RETCODE b_tag_subAllocClear(B_TAG_SUB tag_sub, size_t size, void *pBuf) {
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
     return tag_subAlloc(tag_sub, size, true, pBuf);
 }
 
+ZEL_RETCODE b_tag_subAllocZero(B_TAG_SUB tag_sub, size_t size, void *pBuf) {
+    void *buf;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_subAllocClear(tag_sub, size, &buf));
+    if (size > B_TAG_SUB_PAGES_MAX) std::memset(buf, 0, size);  // huge buffers come uncleared
+    tag_subStore(pBuf, buf);
+    return sOKAY;
+}
+
 ZEL_RETCODE b_tag_subAllocCopy(B_TAG_SUB tag_sub, const void *src, size_t size, void *pBuf) {
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
     void *buf;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = tag_subAlloc(tag_sub, size, false, &buf));
@@ -401,17 +418,42 @@ ZEL_RETCODE b_tag_subAllocOrSetNull(B_TAG_SUB tag_sub, size_t size, void *pBuf) 
         tag_subStore(pBuf, nullptr);
         return sOKAY;
     }
-    return tag_subAlloc(tag_sub, size, false, pBuf);
+    return b_tag_subAlloc(tag_sub, size, pBuf);
 }
 
 ZEL_RETCODE b_tag_subRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t new_size, void *pBuf) {
     if (old_buf == nullptr) return eINVNULLARG;
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
     return tag_subRealloc(tag_sub, old_buf, new_size, pBuf);
 }
 
 ZEL_RETCODE b_tag_subAllocOrRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t size, void *pBuf) {
-    if (old_buf == nullptr) return tag_subAlloc(tag_sub, size, false, pBuf);
-    return tag_subRealloc(tag_sub, old_buf, size, pBuf);
+    if (old_buf == nullptr) return b_tag_subAlloc(tag_sub, size, pBuf);
+    return b_tag_subRealloc(tag_sub, old_buf, size, pBuf);
+}
+
+ZEL_RETCODE b_tag_subReallocAny(B_TAG_SUB tag_sub, void *old_buf, size_t old_len, size_t new_size,
+                                void *pBuf) {
+    if (old_buf == nullptr) return b_tag_subAlloc(tag_sub, new_size, pBuf);
+    ZEL_RETCODE rc = b_tag_subRealloc(tag_sub, old_buf, new_size, pBuf);
+    if (rc != eREALLOCMEMORY) return rc;
+    // A huge buffer holds whole pages: a size that still fits stays in place.
+    if (!tag_subIsPageRun(old_buf)) {
+        const BLOCK_HEADER_HUGE_T &huge = tag_subPageOf(old_buf)->huge;
+        if (new_size <= huge.size - kHugeHeader) {
+            tag_subStore(pBuf, old_buf);
+            return sOKAY;
+        }
+    }
+    // A move takes an eighth more than asked, so that a buffer growing in
+    // small steps moves a logarithmic number of times, not once per step.
+    const size_t room = new_size <= SIZE_MAX / 9 * 8 ? new_size + new_size / 8 : new_size;
+    void *buf;
+    ZEL_CHECK(rc = b_tag_subAlloc(tag_sub, room, &buf));
+    std::memcpy(buf, old_buf, std::min(old_len, new_size));
+    tag_subFree(tag_sub, old_buf);
+    tag_subStore(pBuf, buf);
+    return sOKAY;
 }
 
 ZEL_RETCODE b_tag_subAllocOrReallocClear(B_TAG_SUB tag_sub, void *old_buf, size_t old_size,
@@ -434,6 +476,7 @@ ZEL_RETCODE b_tag_subReallocClear(B_TAG_SUB tag_sub, void *old_buf, size_t old_s
 
 ZEL_RETCODE b_tag_subReallocCopyString(B_TAG_SUB tag_sub, void *old_str, const char *src,
                                        void *pBuf) {
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
     const size_t size = std::strlen(src) + 1;
     void *buf;
     ZEL_RETCODE rc;

@@ -18,6 +18,9 @@ void b_tag_subDestroy(B_TAG_SUB tag_sub);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAlloc(B_TAG_SUB tag_sub, size_t size, void *pBuf);
 /* Zeroes the whole class or run; huge buffers are not cleared. */
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocClear(B_TAG_SUB tag_sub, size_t size, void *pBuf);
+/* `size` bytes all zeroed, whatever the route (b_tag_subAllocClear leaves a
+ * huge buffer as the platform gave it). */
+ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocZero(B_TAG_SUB tag_sub, size_t size, void *pBuf);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocCopy(B_TAG_SUB tag_sub, const void *src, size_t size,
                                              void *pBuf);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subCopyString(B_TAG_SUB tag_sub, const char *src, void *pBuf);
@@ -29,9 +32,16 @@ ZEL_NODISCARD ZEL_RETCODE b_tag_subRealloc(B_TAG_SUB tag_sub, void *old_buf, siz
                                            void *pBuf);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocOrRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t size,
                                                   void *pBuf);
+/* Growth that the tag's routes never refuse: as b_tag_subAllocOrRealloc, but
+ * where the tag answers eREALLOCMEMORY (a huge buffer, or a page run asked to
+ * pass B_TAG_SUB_PAGES_MAX) a fresh buffer is allocated, the first `old_len`
+ * bytes (at most new_size) copied and the old one freed. On failure the old
+ * buffer stands. */
+ZEL_NODISCARD ZEL_RETCODE b_tag_subReallocAny(B_TAG_SUB tag_sub, void *old_buf, size_t old_len,
+                                              size_t new_size, void *pBuf);
 /* As realloc, then zero bytes old_size to new_size when growing. */
-ZEL_NODISCARD ZEL_RETCODE b_tag_subReallocClear(B_TAG_SUB tag_sub, void *old_buf,
-                                                size_t old_size, size_t new_size, void *pBuf);
+ZEL_NODISCARD ZEL_RETCODE b_tag_subReallocClear(B_TAG_SUB tag_sub, void *old_buf, size_t old_size,
+                                                size_t new_size, void *pBuf);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocOrReallocClear(B_TAG_SUB tag_sub, void *old_buf,
                                                        size_t old_size, size_t new_size,
                                                        void *pBuf);
@@ -41,8 +51,7 @@ ZEL_NODISCARD ZEL_RETCODE b_tag_subReallocCopyString(B_TAG_SUB tag_sub, void *ol
 void b_tag_subFree(B_TAG_SUB tag_sub, void *buf);
 void b_tag_subFreeCanBeNull(B_TAG_SUB tag_sub, void *buf);
 /* How many elements an allocation of that many will really hold. */
-size_t b_tag_subElements(B_TAG_SUB tag_sub, size_t size_of_one_element,
-                         size_t number_of_elements);
+size_t b_tag_subElements(B_TAG_SUB tag_sub, size_t size_of_one_element, size_t number_of_elements);
 /* Current and peak bytes; `report` null or an array of B_TAG_SUB_REPORT_ROWS. */
 void b_tag_subMemUsage(B_TAG_SUB tag_sub, int64_t *pCurrent, int64_t *pMaximum,
                        B_TAG_SUB_REPORT_T *report);

@@ -551,8 +551,7 @@ struct B_TYPE_FIXED {
         if (subTag == nullptr) {
             a = const_cast<void *>(from);  // assign: borrow the caller's bytes
         } else {
-            ZEL_RETCODE arc = sOKAY;
-            ZEL_CHECK(arc = b_tag_subAlloc(subTag, std::max<size_t>(fit * W, 1), &a));
+            ZEL_CHECK(b_tag_subAlloc(subTag, std::max<size_t>(fit * W, 1), &a));
             std::memcpy(a, from, fit * W);
         }
         b_typeSetValue(dst, pi, vsOKAY, fit, 0, b_typePtr(a));
@@ -1549,8 +1548,7 @@ ZEL_RETCODE b_typeLobCopy(Pi pi, ZEL_VALUE *dst, const ZEL_VALUE *src, size_t ma
         n = maxExtraBytes;
         rc = sTRUNCATE;
     }
-    ZEL_RETCODE arc = sOKAY;
-    ZEL_CHECK(arc = b_typeOwnBytes(pi, dst, src->vt.pv, n, false, subTag));
+    ZEL_CHECK(b_typeOwnBytes(pi, dst, src->vt.pv, n, false, subTag));
     return rc;
 }
 }  // namespace

@@ -17,9 +17,10 @@
 
 // As ZEL_CHECK, but a status answer stops the stream too: a byte callback
 // that does not say sOKAY has delivered or taken no byte.
-#define B_STREAM_CHECK(expr)            \
-    do {                                \
-        if ((expr) != sOKAY) return rc; \
+#define B_STREAM_CHECK(expr)                                  \
+    do {                                                      \
+        const ZEL_RETCODE b_stream_rc_ = (ZEL_RETCODE)(expr); \
+        if (b_stream_rc_ != sOKAY) return b_stream_rc_;       \
     } while (0)
 
 namespace zel::detail {

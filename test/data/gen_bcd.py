@@ -2,8 +2,9 @@
 """Vectors for the decimal module, from Python's decimal module as the oracle.
 
 Run once from this directory: python3 gen_bcd.py
-Writes good-bcd-arith.txt, good-bcd-text.txt, good-bcd-divmethod.txt and
-good-bcd-workrcp.txt (fixed seed, so re-running gives the same files).
+Writes good-bcd-arith.txt, good-bcd-text.txt, good-bcd-divmethod.txt,
+good-bcd-workrcp.txt and good-bcd-fromdouble.txt (fixed seed, so re-running
+gives the same files).
 
 good-bcd-arith.txt, one case per line, fields separated by one blank:
     op mode a b result code
@@ -19,6 +20,11 @@ good-bcd-text.txt:  text | value | code   (the text may hold blanks)
 good-bcd-divmethod.txt: lines as in good-bcd-arith.txt, quotients from a
 model of the library's reciprocal method (reciprocal_method below), to be
 matched digit for digit and code for code.
+
+good-bcd-fromdouble.txt: hex-double text -- a double of the top decade
+[1e31, 1e32) (or just outside it) as float.hex(), and the decimal the library
+must make of it: "%.*f" with 14 less the truncated logarithm as the scale
+(0 here), which carries at most 32 integer digits; RANGE from 1e32 on.
 
 good-bcd-workrcp.txt: rcp x r -- r the 40-digit reciprocal of x (up to 40
 digits) in the work form, from the same model, with the digits the work
@@ -273,7 +279,25 @@ def work_reciprocal_cases():
     return lines
 
 
+def from_double_cases():
+    import math
+    rng = random.Random(31)
+    values = [1e31, 3e31, 2.0**104, 9.999999999999999e31, 1e32, 9.99e31, -3e31,
+              math.nextafter(1e31, 0), math.nextafter(1e32, 0), 1.5e32]
+    values += [rng.uniform(1e31, 1e32) * rng.choice((1, -1)) for _ in range(200)]
+    lines = []
+    for d in values:
+        mag = int(math.log10(abs(d)))  # truncated towards zero, as the library
+        if mag > 31:
+            lines.append(f"{d.hex()} RANGE")
+        else:
+            lines.append(f"{d.hex()} {'%.*f' % (max(0, 14 - mag), d)}")
+    return lines
+
+
 if __name__ == "__main__":
+    with open("good-bcd-fromdouble.txt", "w") as f:
+        f.write("\n".join(from_double_cases()) + "\n")
     with open("good-bcd-arith.txt", "w") as f:
         f.write("\n".join(arith_cases()) + "\n")
     with open("good-bcd-text.txt", "w") as f:
