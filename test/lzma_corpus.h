@@ -29,28 +29,28 @@ struct SplitMix64 {
     uint64_t below(uint64_t n) { return next() % n; }
 };
 
-inline const char *const kFirst[] = {"Anna",  "Bert",  "Carla", "Dieter", "Eva",   "Frank",
-                                     "Greta", "Hans",  "Ines",  "Jonas",  "Karin", "Lukas",
-                                     "Maria", "Nils",  "Olga",  "Paul"};
-inline const char *const kLast[] = {"Schmidt", "Meyer", "Weber",   "Wagner", "Becker", "Hoffmann",
+inline const char *const kFirst[] = {"Anna",  "Bert", "Carla", "Dieter", "Eva",   "Frank",
+                                     "Greta", "Hans", "Ines",  "Jonas",  "Karin", "Lukas",
+                                     "Maria", "Nils", "Olga",  "Paul"};
+inline const char *const kLast[] = {"Schmidt", "Meyer",   "Weber", "Wagner", "Becker",  "Hoffmann",
                                     "Koch",    "Richter", "Klein", "Wolf",   "Neumann", "Braun"};
 inline const char *const kCities[] = {"Berlin",    "Hamburg", "Munich",  "Cologne", "Frankfurt",
                                       "Stuttgart", "Leipzig", "Dresden", "Bremen",  "Hanover"};
 inline const char *const kWords[] = {
-    "the",    "of",      "and",     "a",      "to",      "in",      "is",       "was",
-    "that",   "for",     "it",      "with",   "as",      "his",     "on",       "be",
-    "at",     "by",      "had",     "this",   "not",     "but",     "from",     "or",
-    "have",   "an",      "they",    "which",  "one",     "were",    "her",      "all",
-    "she",    "there",   "would",   "their",  "we",      "him",     "been",     "has",
-    "when",   "who",     "will",    "more",   "no",      "if",      "out",      "so",
-    "said",   "what",    "up",      "its",    "about",   "into",    "than",     "them",
-    "can",    "only",    "other",   "new",    "some",    "could",   "time",     "these",
-    "two",    "may",     "then",    "do",     "first",   "any",     "my",       "now",
-    "such",   "like",    "our",     "over",   "man",     "me",      "even",     "most",
-    "made",   "after",   "also",    "did",    "many",    "before",  "must",     "through",
-    "back",   "years",   "where",   "much",   "your",    "way",     "well",     "down",
-    "should", "because", "each",    "just",   "river",   "house",   "garden",   "winter",
-    "morning", "letter", "window",  "village", "mountain", "silence", "harbour", "question"};
+    "the",     "of",      "and",    "a",       "to",       "in",      "is",      "was",
+    "that",    "for",     "it",     "with",    "as",       "his",     "on",      "be",
+    "at",      "by",      "had",    "this",    "not",      "but",     "from",    "or",
+    "have",    "an",      "they",   "which",   "one",      "were",    "her",     "all",
+    "she",     "there",   "would",  "their",   "we",       "him",     "been",    "has",
+    "when",    "who",     "will",   "more",    "no",       "if",      "out",     "so",
+    "said",    "what",    "up",     "its",     "about",    "into",    "than",    "them",
+    "can",     "only",    "other",  "new",     "some",     "could",   "time",    "these",
+    "two",     "may",     "then",   "do",      "first",    "any",     "my",      "now",
+    "such",    "like",    "our",    "over",    "man",      "me",      "even",    "most",
+    "made",    "after",   "also",   "did",     "many",     "before",  "must",    "through",
+    "back",    "years",   "where",  "much",    "your",     "way",     "well",    "down",
+    "should",  "because", "each",   "just",    "river",    "house",   "garden",  "winter",
+    "morning", "letter",  "window", "village", "mountain", "silence", "harbour", "question"};
 inline const char *const kFamilies[] = {"text", "binary", "expanded", "prose", "node"};
 constexpr int kFamilyCount = 5;
 constexpr uint64_t kPrices[] = {199, 250, 999, 1250, 4999};
@@ -204,11 +204,21 @@ inline Bytes object(int family, uint64_t seed, size_t size) {
     SplitMix64 r(seed * 0x100 + static_cast<uint64_t>(family));
     Bytes out;
     switch (family) {
-        case 0: text_rows(r, out, size); break;
-        case 1: binary_rows(r, out, size); break;
-        case 2: expanded_rows(r, out, size); break;
-        case 3: prose(r, out, size); break;
-        default: index_nodes(r, out, size); break;
+        case 0:
+            text_rows(r, out, size);
+            break;
+        case 1:
+            binary_rows(r, out, size);
+            break;
+        case 2:
+            expanded_rows(r, out, size);
+            break;
+        case 3:
+            prose(r, out, size);
+            break;
+        default:
+            index_nodes(r, out, size);
+            break;
     }
     out.resize(size);
     return out;

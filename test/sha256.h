@@ -25,7 +25,8 @@ inline std::string sha256_hex(const uint8_t *data, size_t size) {
     std::vector<uint8_t> msg(data, data + size);
     msg.push_back(0x80);
     while (msg.size() % 64 != 56) msg.push_back(0);
-    for (int i = 7; i >= 0; i--) msg.push_back(static_cast<uint8_t>((uint64_t{size} * 8) >> (8 * i)));
+    for (int i = 7; i >= 0; i--)
+        msg.push_back(static_cast<uint8_t>((uint64_t{size} * 8) >> (8 * i)));
     auto rotr = [](uint32_t x, int n) { return (x >> n) | (x << (32 - n)); };
     for (size_t block = 0; block < msg.size(); block += 64) {
         uint32_t w[64];
@@ -40,9 +41,10 @@ inline std::string sha256_hex(const uint8_t *data, size_t size) {
         }
         uint32_t a = h[0], b = h[1], c = h[2], d = h[3], e = h[4], f = h[5], g = h[6], hh = h[7];
         for (int i = 0; i < 64; i++) {
-            const uint32_t t1 = hh + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) + ((e & f) ^ (~e & g)) +
-                                k[i] + w[i];
-            const uint32_t t2 = (rotr(a, 2) ^ rotr(a, 13) ^ rotr(a, 22)) + ((a & b) ^ (a & c) ^ (b & c));
+            const uint32_t t1 =
+                hh + (rotr(e, 6) ^ rotr(e, 11) ^ rotr(e, 25)) + ((e & f) ^ (~e & g)) + k[i] + w[i];
+            const uint32_t t2 =
+                (rotr(a, 2) ^ rotr(a, 13) ^ rotr(a, 22)) + ((a & b) ^ (a & c) ^ (b & c));
             hh = g;
             g = f;
             f = e;

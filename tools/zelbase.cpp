@@ -70,6 +70,8 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
+     zb_cmd_lzma},
 };
 
 void zb_usage(FILE *out) {

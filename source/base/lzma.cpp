@@ -237,28 +237,42 @@ void re_finish(LzmaEncoder *e) {
 
 /* ------------------------------------------------------------ range decoder */
 
-/* The decoder's registers. When the input gives anything but sOKAY, its code
- * sticks in `stop` and zeros stand in for the missing bytes; the caller looks
+/* The input function of a stream, and the first code it gave other than
+ * sOKAY. From then on zeros stand in for the missing bytes; the caller looks
  * once per packet and throws the packet away. */
-struct LzmaDecoder {
+struct LzmaInput {
     RANGE_DECODER_INPUT_FCN fcn;
     void *user_data;
-    uint32_t range;
-    uint32_t code;
     ZEL_RETCODE stop;
 };
 
-inline uint32_t rd_next(LzmaDecoder *d) {
+/* The decoder's registers. Bytes come straight from `next` while it is below
+ * `end` (the source's bytes, when the input is the library's own function),
+ * then through the input function. Its address is never taken, so that it
+ * can live in registers. */
+struct LzmaDecoder {
+    const uint8_t *next;
+    const uint8_t *end;
+    uint32_t range;
+    uint32_t code;
+    LzmaInput *input;
+};
+
+[[gnu::noinline]] uint32_t rd_next_slow(LzmaInput *in) {
     uint8_t byte = 0;
-    const ZEL_RETCODE rc = d->fcn(d->user_data, &byte);
+    const ZEL_RETCODE rc = in->fcn(in->user_data, &byte);
     if (rc == sOKAY) return byte;
-    if (d->stop == sOKAY) d->stop = rc;
+    if (in->stop == sOKAY) in->stop = rc;
     return 0;
 }
 
+inline uint32_t rd_next(LzmaDecoder *d) {
+    return d->next != d->end ? *d->next++ : rd_next_slow(d->input);
+}
+
 /* Kept: the first of the five bytes is not checked to be zero. */
-void rd_start(LzmaDecoder *d, const B_RANGE_DECODER_T *rec) {
-    *d = LzmaDecoder{rec->input_fcn, rec->user_data, UINT32_MAX, 0, sOKAY};
+void rd_start(LzmaDecoder *d, LzmaInput *in, const uint8_t *next, const uint8_t *end) {
+    *d = LzmaDecoder{next, end, UINT32_MAX, 0, in};
     for (int i = 0; i < 5; i++) d->code = (d->code << 8) | rd_next(d);
 }
 
@@ -283,7 +297,7 @@ inline uint32_t rd_decode_context_bit(LzmaDecoder *d, RANGE_PROB *p) {
     return 1;
 }
 
-uint32_t rd_decode_direct_bits(LzmaDecoder *d, uint32_t bits) {
+inline uint32_t rd_decode_direct_bits(LzmaDecoder *d, uint32_t bits) {
     uint32_t value = 0;
     while (bits-- != 0) {
         rd_before_bit(d);
@@ -301,7 +315,7 @@ inline uint32_t rd_decode_rctree(LzmaDecoder *d, RANGE_PROB *probs, uint32_t bit
     return m - (1u << bits);
 }
 
-uint32_t rd_decode_rctree_reverse(LzmaDecoder *d, RANGE_PROB *probs, uint32_t bits) {
+inline uint32_t rd_decode_rctree_reverse(LzmaDecoder *d, RANGE_PROB *probs, uint32_t bits) {
     uint32_t m = 1;
     uint32_t value = 0;
     for (uint32_t i = 0; i < bits; i++) {
@@ -318,7 +332,7 @@ inline uint32_t rd_decode_literal(LzmaDecoder *d, RANGE_PROB *probs) {
     return symbol - 0x100;
 }
 
-uint32_t rd_decode_matched_literal(LzmaDecoder *d, RANGE_PROB *probs, uint32_t match_byte) {
+inline uint32_t rd_decode_matched_literal(LzmaDecoder *d, RANGE_PROB *probs, uint32_t match_byte) {
     uint32_t symbol = 1;
     while (symbol < 0x100) {
         const uint32_t match_bit = (match_byte >> 7) & 1;
@@ -685,7 +699,8 @@ ZEL_RETCODE lzma_compress_output_fcn(void *user_data, uint8_t byte) {
     auto *z = static_cast<B_LZMA_T *>(user_data);
     B_BUFFER_T *out = z->output;
     ZEL_RETCODE rc;
-    if (z->output_pos >= out->size) ZEL_CHECK(rc = b_bufferIncreaseSize(out, out->size + kGrowStep));
+    if (z->output_pos >= out->size)
+        ZEL_CHECK(rc = b_bufferIncreaseSize(out, out->size + kGrowStep));
     out->data.bin[z->output_pos++] = byte;
     return sOKAY;
 }
@@ -698,9 +713,15 @@ ZEL_RETCODE lzma_compress_packets(B_LZMA_T *z, const uint8_t *data, uint32_t n) 
         const LzmaChoice c = lzma_find_match(z, data, n);
         const uint32_t state = z->state;
         switch (c.type) {
-            case LZMA_LIT_PACKET: lzma_encode_LIT(z, &e, data, ip); break;
-            case LZMA_MATCH_PACKET: lzma_encode_MATCH(z, &e, ip, c.pos, c.len); break;
-            default: lzma_encode_REP(z, &e, ip, c.pos, c.len); break;
+            case LZMA_LIT_PACKET:
+                lzma_encode_LIT(z, &e, data, ip);
+                break;
+            case LZMA_MATCH_PACKET:
+                lzma_encode_MATCH(z, &e, ip, c.pos, c.len);
+                break;
+            default:
+                lzma_encode_REP(z, &e, ip, c.pos, c.len);
+                break;
         }
         lzma_give_list(z, z->curr_byte);
         z->curr_byte = nullptr;
@@ -731,7 +752,7 @@ ZEL_RETCODE lzma_compress(B_LZMA_T *z, const B_BUFFER_T *src, B_BUFFER_T *dst) {
      * and fails where it must. */
     if (dst->subTag != nullptr) (void)b_bufferIncreaseSize(dst, dst->len + n + n / 32 + 64);
     /* Written byte by byte through the buffer, before the coder starts. */
-    ZEL_CHECK_GOTO(rc = b_vintEncodeUIntmax(n, b_bufferEmitByte, dst), fail);
+    ZEL_CHECK_GOTO(rc, b_vintEncodeUIntmax(n, b_bufferEmitByte, dst), fail);
     z->output = dst;
     z->output_pos = static_cast<uint32_t>(dst->len);
     z->input = src;
@@ -789,7 +810,7 @@ ZEL_RETCODE lzma_output_room(B_BUFFER_T *out, size_t need) {
     return b_bufferIncreaseSize(out, out->size + steps * kGrowStep);
 }
 
-uint32_t lzma_decode_len(LzmaDecoder *d, LZMA_PROBS *p, uint32_t pos_state) {
+inline uint32_t lzma_decode_len(LzmaDecoder *d, LZMA_PROBS *p, uint32_t pos_state) {
     if (rd_decode_context_bit(d, &p->choice) == 0)
         return kMatchMin + rd_decode_rctree(d, &p->low[8 * pos_state], 3);
     if (rd_decode_context_bit(d, &p->choice2) == 0)
@@ -797,7 +818,7 @@ uint32_t lzma_decode_len(LzmaDecoder *d, LZMA_PROBS *p, uint32_t pos_state) {
     return kMatchMin + 16 + rd_decode_rctree(d, p->high, 8);
 }
 
-uint32_t lzma_decode_distance(LzmaDecoder *d, LZMA_PROBS *p, uint32_t len) {
+inline uint32_t lzma_decode_distance(LzmaDecoder *d, LZMA_PROBS *p, uint32_t len) {
     const uint32_t slot = rd_decode_rctree(d, p->dist_slot[std::min(len - kMatchMin, 3u)], 6);
     if (slot < 4) return slot;
     const uint32_t footer = (slot >> 1) - 1;
@@ -821,44 +842,64 @@ void lzma_output_copy(uint8_t *out, uint32_t pos, uint32_t dist, uint32_t len) {
 }
 
 /* Runs the packets into z->output; the final output position is z->output_pos.
- * sOKAY (also when the input ended), 2 on a short repeat, or a failure. */
+ * sOKAY (also when the input ended), 2 on a short repeat, or a failure. The
+ * state, distances and output address live in locals: every byte stored may
+ * alias the context, and the loop would reload them all. */
 ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
     LZMA_PROBS *p = &z->probs;
     B_BUFFER_T *out = z->output;
+    uint8_t *buf = out->data.bin;
+    size_t room = out->size;
+    const size_t size = z->result_size;
+    const uint32_t pb_mask = z->pb_mask;
+    uint32_t state = 0;
+    uint32_t reps[4] = {0, 0, 0, 0};
+    /* The source's own bytes are read in place; the input function then
+     * answers for its end. */
+    const uint8_t *next = nullptr;
+    const uint8_t *end = nullptr;
+    if (z->decoder.input_fcn == lzma_decompress_input_fcn && z->input->len != 0) {
+        next = z->input->data.bin + z->input_pos;
+        end = z->input->data.bin + z->input->len;
+        z->input_pos = static_cast<uint32_t>(z->input->len); /* what the function sees */
+    }
+    LzmaInput in = {z->decoder.input_fcn, z->decoder.user_data, sOKAY};
     LzmaDecoder d;
-    rd_start(&d, &z->decoder);
+    rd_start(&d, &in, next, end);
     uint32_t pos = 0;
     ZEL_RETCODE rc = sOKAY;
-    while (d.stop == sOKAY && pos < z->result_size) {
-        const uint32_t pos_state = pos & z->pb_mask;
-        const uint32_t state = z->state;
+    while (in.stop == sOKAY && pos < size) {
+        const uint32_t pos_state = pos & pb_mask;
         if (rd_decode_context_bit(&d, &p->is_match[state][pos_state]) == 0) {
-            RANGE_PROB *probs = lzma_lit_probs(z, pos, pos == 0 ? 0 : out->data.bin[pos - 1]);
+            RANGE_PROB *probs = lzma_lit_probs(z, pos, pos == 0 ? 0 : buf[pos - 1]);
             const uint32_t byte =
-                state < kLitStates
-                    ? rd_decode_literal(&d, probs)
-                    : rd_decode_matched_literal(&d, probs, out->data.bin[pos - z->reps[0] - 1]);
-            if (d.stop != sOKAY) break;
-            if (pos >= out->size && (rc = lzma_output_room(out, size_t{pos} + 1)) != sOKAY) break;
-            out->data.bin[pos++] = static_cast<uint8_t>(byte);
-            z->state = lzma_next_state_LIT[state];
+                state < kLitStates ? rd_decode_literal(&d, probs)
+                                   : rd_decode_matched_literal(&d, probs, buf[pos - reps[0] - 1]);
+            if (in.stop != sOKAY) break;
+            if (pos >= room) {
+                if ((rc = lzma_output_room(out, size_t{pos} + 1)) != sOKAY) break;
+                buf = out->data.bin;
+                room = out->size;
+            }
+            buf[pos++] = static_cast<uint8_t>(byte);
+            state = lzma_next_state_LIT[state];
             continue;
         }
         uint32_t len;
         if (rd_decode_context_bit(&d, &p->rep[state]) == 0) {
             len = lzma_decode_len(&d, p, pos_state);
             const uint32_t dist = lzma_decode_distance(&d, p, len);
-            if (d.stop != sOKAY) break;
-            z->reps[3] = z->reps[2];
-            z->reps[2] = z->reps[1];
-            z->reps[1] = z->reps[0];
-            z->reps[0] = dist;
-            z->state = lzma_next_state_MATCH[state];
+            if (in.stop != sOKAY) break;
+            reps[3] = reps[2];
+            reps[2] = reps[1];
+            reps[1] = reps[0];
+            reps[0] = dist;
+            state = lzma_next_state_MATCH[state];
         } else {
             uint32_t rep;
             if (rd_decode_context_bit(&d, &p->rep0[state]) == 0) {
                 if (rd_decode_context_bit(&d, &p->rep0_long[state][pos_state]) == 0) {
-                    if (d.stop != sOKAY) break;
+                    if (in.stop != sOKAY) break;
                     /* Kept: a short repeat ends decoding with the value 2 and
                      * copies nothing; the encoder never writes one. */
                     rc = static_cast<ZEL_RETCODE>(LZMA_SHORTREP_PACKET);
@@ -871,27 +912,31 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
                 rep = rd_decode_context_bit(&d, &p->rep2[state]) == 0 ? 2 : 3;
             }
             len = lzma_decode_len(&d, p, pos_state);
-            if (d.stop != sOKAY) break;
-            const uint32_t dist = z->reps[rep];
-            for (uint32_t i = rep; i > 0; i--) z->reps[i] = z->reps[i - 1];
-            z->reps[0] = dist;
-            z->state = lzma_next_state_LONGREP[state];
+            if (in.stop != sOKAY) break;
+            const uint32_t dist = reps[rep];
+            for (uint32_t i = rep; i > 0; i--) reps[i] = reps[i - 1];
+            reps[0] = dist;
+            state = lzma_next_state_LONGREP[state];
         }
-        if (z->reps[0] >= pos) {
+        if (reps[0] >= pos) {
             rc = eDBCORRUPTED;
             break;
         }
-        if (size_t{pos} + len > out->size &&
-            (rc = lzma_output_room(out, size_t{pos} + len)) != sOKAY) {
-            break;
+        if (size_t{pos} + len > room) {
+            if ((rc = lzma_output_room(out, size_t{pos} + len)) != sOKAY) break;
+            buf = out->data.bin;
+            room = out->size;
         }
-        lzma_output_copy(out->data.bin, pos, z->reps[0], len);
+        lzma_output_copy(buf, pos, reps[0], len);
         pos += len;
     }
+    z->state = state;
+    std::memcpy(z->reps, reps, sizeof reps);
     z->decoder.range = d.range;
     z->decoder.code = d.code;
+    if (next != nullptr) z->input_pos = static_cast<uint32_t>(d.next - z->input->data.bin);
     z->output_pos = pos;
-    if (rc == sOKAY && d.stop != sEOS) rc = d.stop;
+    if (rc == sOKAY && in.stop != sEOS) rc = in.stop;
     return rc;
 }
 
@@ -908,12 +953,13 @@ ZEL_RETCODE b_lzmaInit(B_LZMA_T *lzma, B_TAG_SUB subTag) {
     lzma->lp_mask = (1u << kLp) - 1;
     lzma->pb_mask = (1u << kPb) - 1;
     ZEL_RETCODE rc;
-    ZEL_CHECK_GOTO(rc = b_tag_subAlloc(subTag, kLitLen * sizeof(RANGE_PROB), &lzma->probs.lit),
+    ZEL_CHECK_GOTO(rc, b_tag_subAlloc(subTag, kLitLen * sizeof(RANGE_PROB), &lzma->probs.lit),
                    fail);
     for (int i = 0; i < 2; i++) {
         /* The list and room for the most entries it can hold, in one block. */
         LZMA_MATCHES *list = nullptr;
-        ZEL_CHECK_GOTO(rc = b_tag_subAllocClear(
+        ZEL_CHECK_GOTO(rc,
+                       b_tag_subAllocClear(
                            subTag, sizeof(LZMA_MATCHES) + kMatchesMax * sizeof(LZ77_SEQ), &list),
                        fail);
         list->matches.size = kMatchesMax;
@@ -941,8 +987,8 @@ ZEL_RETCODE b_lzmaCompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *ds
     return lzma_compress(lzma, src, dst);
 }
 
-ZEL_RETCODE b_lzmaTrace(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst,
-                        LZMA_TRACE_FCN fcn, void *ctx) {
+ZEL_RETCODE b_lzmaTrace(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst, LZMA_TRACE_FCN fcn,
+                        void *ctx) {
     if (lzma == nullptr) return eINVNULLARG;
     lzma->trace_fcn = fcn;
     lzma->trace_ctx = ctx;
@@ -965,7 +1011,8 @@ ZEL_RETCODE b_lzmaDecompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *
     if (size > kSourceMax) return eDBCORRUPTED;
     lzma->result_size = static_cast<size_t>(size);
     const size_t coded = src->len - lzma->input_pos;
-    ZEL_CHECK(rc = b_bufferIncreaseSize(dst, std::min(lzma->result_size, lzma_output_bound(coded))));
+    ZEL_CHECK(rc =
+                  b_bufferIncreaseSize(dst, std::min(lzma->result_size, lzma_output_bound(coded))));
     lzma->state = 0;
     std::memset(lzma->reps, 0, sizeof lzma->reps);
     lzma_init_probs(lzma);

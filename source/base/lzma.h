@@ -9,8 +9,10 @@
  * A context (about 390 KiB) holds the match finder's tables: allocate it
  * from a tag, not on the stack. One thread at a time per context.
  */
-#ifndef LZMA_H
-#define LZMA_H
+/* Not LZMA_H: liblzma's lzma.h guards itself with that name, and a program
+ * may well include both. */
+#ifndef ZEL_LZMA_H
+#define ZEL_LZMA_H
 
 #include <stddef.h>
 #include <stdint.h>
@@ -176,9 +178,8 @@ ZEL_NODISCARD ZEL_RETCODE b_lzmaTrace(B_LZMA_T *lzma, const B_BUFFER_T *src, B_B
  * before. eEOD or eINVVARINT for a bad length varint, eDBCORRUPTED for a
  * length above 0xFFFFFFFF or a distance reaching before the output's start;
  * the buffer's code when dst cannot grow. On a failure dst's len is left. */
-ZEL_NODISCARD ZEL_RETCODE b_lzmaDecompress(B_LZMA_T *lzma, const B_BUFFER_T *src,
-                                           B_BUFFER_T *dst);
+ZEL_NODISCARD ZEL_RETCODE b_lzmaDecompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst);
 
 ZEL_EXTERN_C_END
 
-#endif /* LZMA_H */
+#endif /* ZEL_LZMA_H */
