@@ -15,7 +15,7 @@
 
 namespace {
 
-// ---------------------------------------------------------------- lookups
+// ---- Lookups.
 
 TEST(ErrorLookup, EveryRowRoundTrips) {
     for (int i = 0; i < no_zel_errors; ++i) {
@@ -118,7 +118,7 @@ TEST(ErrorLookup, GroupRangeByNameInAnyCase) {
     EXPECT_EQ(zelErrorGroupRange(nullptr, &first, &last), eINVNULLARG);
 }
 
-// ---------------------------------------------------------------- the object
+// ---- The object.
 
 // A user handler answer that is no code: hand back the code received.
 constexpr ZEL_RETCODE kEcho = static_cast<ZEL_RETCODE>(1);
@@ -441,7 +441,7 @@ TEST_F(ErrorObject, StatCopiesOnAStackTag) {
     b_tag_stackDestroy(stack);
 }
 
-// ---------------------------------------------------------------- out of memory
+// ---- Out of memory.
 
 // A master tag seeded with a small buffer runs dry. Filler blocks take the
 // memory, and they are given back one at a time until the report fits. Each
