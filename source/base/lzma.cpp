@@ -100,7 +100,7 @@ uint32_t lzma_calc_dist_slot(uint32_t dist) {
     return 2 * (bits - 1) + ((dist >> (bits - 2)) & 1);
 }
 
-/* ------------------------------------------------------------ range encoder */
+// ---- Range encoder.
 
 /* The encoder's registers while one stream is coded; the record takes them
  * back at the end. A failure of the output sticks: later bytes are dropped,
@@ -235,7 +235,7 @@ void re_finish(LzmaEncoder *e) {
     for (int i = 0; i < 5; i++) re_normalize(e);
 }
 
-/* ------------------------------------------------------------ range decoder */
+// ---- Range decoder.
 
 /* The input function of a stream, and the first code it gave other than
  * sOKAY. From then on zeros stand in for the missing bytes; the caller looks
@@ -348,7 +348,7 @@ inline uint32_t rd_decode_matched_literal(LzmaDecoder *d, RANGE_PROB *probs, uin
     return symbol - 0x100;
 }
 
-/* ------------------------------------------------------------ match finder */
+// ---- Match finder.
 
 /* Equal bytes of data[a..] and data[b..] from `len` on, up to `cap`; a < b
  * and b + cap within the data. */
@@ -474,7 +474,7 @@ void lzmaDict_clear(B_LZMA_DICT_T *dict, const uint8_t *data, uint32_t n) {
     lzmaDict_reset(dict);
 }
 
-/* ------------------------------------------------------------ chooser */
+// ---- Choosing a packet.
 
 LZMA_MATCHES *lzma_take_list(B_LZMA_T *z) {
     LZMA_MATCHES *list = z->avail;
@@ -579,7 +579,7 @@ LzmaChoice lzma_find_match(B_LZMA_T *z, const uint8_t *data, uint32_t n) {
     return LzmaChoice{LZMA_LONGREP_PACKET, rep, rep_len};
 }
 
-/* ------------------------------------------------------------ packets */
+// ---- Coding packets.
 
 /* Kept: one length coder serves matches and repeats alike (the published
  * model has a second for repeats); stored streams are coded with it. */
@@ -693,7 +693,7 @@ void lzma_encode_REP(B_LZMA_T *z, LzmaEncoder *e, uint32_t ip, uint32_t rep, uin
     z->state = lzma_next_state_LONGREP[z->state];
 }
 
-/* ------------------------------------------------------------ compress */
+// ---- Compress.
 
 ZEL_RETCODE lzma_compress_output_fcn(void *user_data, uint8_t byte) {
     auto *z = static_cast<B_LZMA_T *>(user_data);
@@ -775,7 +775,7 @@ fail:
     return rc;
 }
 
-/* ------------------------------------------------------------ decompress */
+// ---- Decompress.
 
 ZEL_RETCODE lzma_decompress_input_fcn(void *user_data, uint8_t *byte) {
     auto *z = static_cast<B_LZMA_T *>(user_data);
