@@ -64,8 +64,8 @@ void roundTrip(Fixture &f, const uint8_t *data, size_t size, uint32_t threshold)
     b_bufferInitStatic(&src, const_cast<uint8_t *>(data), size, size);
     b_bufferInit(&stored, f.sub);
     b_bufferInit(&back, f.sub);
-    check(dbobj_compress(f.lzma, ZEL_COMPRESS_LZMA, threshold, ZEL_ITEM_FORMAT_EXPANDED, &src, &stored) ==
-          sOKAY);
+    check(dbobj_compress(f.lzma, ZEL_COMPRESS_LZMA, threshold, ZEL_ITEM_FORMAT_EXPANDED, &src,
+                         &stored) == sOKAY);
     check(stored.len % 16 == 0);
     if (size < threshold) check(stored.len == (size + 1 + 15) / 16 * 16);
     ZEL_ITEM_FORMAT fmt = ZEL_ITEM_FORMAT_COMPACT;

@@ -168,8 +168,8 @@ TEST_F(DbobjTest, Failures) {
               eNOTIMPLEMENTED);
     EXPECT_EQ(dst.len, 1u);  // the header stands
     b_bufferReset(&dst);
-    EXPECT_EQ(dbobj_compress(z, static_cast<ZEL_COMPRESS_METHOD>(3), 0, ZEL_ITEM_FORMAT_COMPACT, &src,
-                             &dst),
+    EXPECT_EQ(dbobj_compress(z, static_cast<ZEL_COMPRESS_METHOD>(3), 0, ZEL_ITEM_FORMAT_COMPACT,
+                             &src, &dst),
               eSYS_ERROR);
     EXPECT_EQ(dbobj_compress(z, ZEL_COMPRESS_NONE, 0, ZEL_ITEM_FORMAT_COMPACT, nullptr, &dst),
               eINVNULLARG);
@@ -185,10 +185,10 @@ TEST_F(DbobjTest, Failures) {
         bool compressor;
         ZEL_RETCODE rc;
     } cases[] = {
-        {{0x13, 0}, nullptr, true, eSYS_ERROR},        // method 3
-        {{0x10, 0}, nullptr, true, eSYS_ERROR},        // method 0
-        {{0xFB}, nullptr, true, eINVVARINT},           // no varint starts so
-        {{0x80}, nullptr, true, eEOD},                 // a 2-byte varint cut
+        {{0x13, 0}, nullptr, true, eSYS_ERROR},                   // method 3
+        {{0x10, 0}, nullptr, true, eSYS_ERROR},                   // method 0
+        {{0xFB}, nullptr, true, eINVVARINT},                      // no varint starts so
+        {{0x80}, nullptr, true, eEOD},                            // a 2-byte varint cut
         {{0xE8, 0xF7, 0xDF, 0xBF, 0x80}, nullptr, true, eRANGE},  // 2^32
         {lzmaObj, nullptr, false, eNOTIMPLEMENTED},
         {{0x12, 0xE8, 0xF7, 0xDF, 0xBF, 0x80, 0, 0, 0, 0, 0}, nullptr, true, eDBCORRUPTED},
@@ -252,37 +252,44 @@ TEST_F(DbobjTest, OutOfMemory) {
     b_bufferInitStatic(&src, const_cast<uint8_t *>(in.data()), in.size(), in.size());
     for (ZEL_COMPRESS_METHOD m : {ZEL_COMPRESS_NONE, ZEL_COMPRESS_LZMA}) {
         const Bytes want = wrap(in, m, 0);
-        EXPECT_GT(oom_check(master, {sub}, [&] {
-            B_BUFFER_T dst;
-            b_bufferInit(&dst, sub);
-            const ZEL_RETCODE rc = dbobj_compress(z, m, 0, ZEL_ITEM_FORMAT_COMPACT, &src, &dst);
-            if (rc == sOKAY) {
-                EXPECT_TRUE(Bytes(dst.data.bin, dst.data.bin + dst.len) == want);
-            }
-            b_bufferTerm(&dst);
-            return rc;
-        }), 0);
+        EXPECT_GT(
+            oom_check(master, {sub},
+                      [&] {
+                          B_BUFFER_T dst;
+                          b_bufferInit(&dst, sub);
+                          const ZEL_RETCODE rc =
+                              dbobj_compress(z, m, 0, ZEL_ITEM_FORMAT_COMPACT, &src, &dst);
+                          if (rc == sOKAY) {
+                              EXPECT_TRUE(Bytes(dst.data.bin, dst.data.bin + dst.len) == want);
+                          }
+                          b_bufferTerm(&dst);
+                          return rc;
+                      }),
+            0);
         uint8_t key = 3;
         const ZEL_ENCRYPT_T xorCipher = {&key, xorFcn};
         Bytes enciphered = want;
         ASSERT_EQ(xorFcn(&key, enciphered.data(), enciphered.size()), sOKAY);
-        EXPECT_GT(oom_check(master, {sub}, [&] {
-            B_BUFFER_T buf, dst;
-            b_bufferInit(&buf, sub);
-            b_bufferSetStatic(&buf, enciphered.data(), enciphered.size());
-            b_bufferInit(&dst, sub);
-            ZEL_ITEM_FORMAT fmt = ZEL_ITEM_FORMAT_EXPANDED;
-            const ZEL_RETCODE rc = dbobj_convert_in(&dst, &buf, &xorCipher, &fmt, z);
-            if (rc == sOKAY) {
-                EXPECT_EQ(fmt, ZEL_ITEM_FORMAT_COMPACT);
-                EXPECT_TRUE(std::equal(in.begin(), in.end(), dst.data.bin));
-            } else {
-                EXPECT_EQ(fmt, ZEL_ITEM_FORMAT_EXPANDED);
-            }
-            b_bufferTerm(&dst);
-            b_bufferTerm(&buf);
-            return rc;
-        }), 0);
+        EXPECT_GT(oom_check(master, {sub},
+                            [&] {
+                                B_BUFFER_T buf, dst;
+                                b_bufferInit(&buf, sub);
+                                b_bufferSetStatic(&buf, enciphered.data(), enciphered.size());
+                                b_bufferInit(&dst, sub);
+                                ZEL_ITEM_FORMAT fmt = ZEL_ITEM_FORMAT_EXPANDED;
+                                const ZEL_RETCODE rc =
+                                    dbobj_convert_in(&dst, &buf, &xorCipher, &fmt, z);
+                                if (rc == sOKAY) {
+                                    EXPECT_EQ(fmt, ZEL_ITEM_FORMAT_COMPACT);
+                                    EXPECT_TRUE(std::equal(in.begin(), in.end(), dst.data.bin));
+                                } else {
+                                    EXPECT_EQ(fmt, ZEL_ITEM_FORMAT_EXPANDED);
+                                }
+                                b_bufferTerm(&dst);
+                                b_bufferTerm(&buf);
+                                return rc;
+                            }),
+                  0);
     }
 }
 

@@ -360,51 +360,59 @@ TEST_F(LzmaTest, Refusals) {
 }
 
 TEST_F(LzmaTest, OutOfMemory) {
-    EXPECT_GT(oom_check(master, {sub}, [&] {
-        B_LZMA_T *ctx = nullptr;
-        ZEL_RETCODE rc = b_tag_subAlloc(sub, sizeof(B_LZMA_T), &ctx);
-        if (rc != sOKAY) return rc;
-        rc = b_lzmaInit(ctx, sub);
-        if (rc == sOKAY) {
-            EXPECT_NE(ctx->probs.lit, nullptr);
-            b_lzmaTerm(ctx);
-        } else {
-            EXPECT_EQ(ctx->probs.lit, nullptr) << "a failed init leaves the context cleared";
-        }
-        b_tag_subFree(sub, ctx);
-        return rc;
-    }), 0);
+    EXPECT_GT(oom_check(master, {sub},
+                        [&] {
+                            B_LZMA_T *ctx = nullptr;
+                            ZEL_RETCODE rc = b_tag_subAlloc(sub, sizeof(B_LZMA_T), &ctx);
+                            if (rc != sOKAY) return rc;
+                            rc = b_lzmaInit(ctx, sub);
+                            if (rc == sOKAY) {
+                                EXPECT_NE(ctx->probs.lit, nullptr);
+                                b_lzmaTerm(ctx);
+                            } else {
+                                EXPECT_EQ(ctx->probs.lit, nullptr)
+                                    << "a failed init leaves the context cleared";
+                            }
+                            b_tag_subFree(sub, ctx);
+                            return rc;
+                        }),
+              0);
     const Bytes in = lzma_corpus::object(0, 2, 5000);
     const Bytes packed = compress(in);
     B_BUFFER_T src;
     b_bufferInitStatic(&src, const_cast<uint8_t *>(in.data()), in.size(), in.size());
-    EXPECT_GT(oom_check(master, {sub}, [&] {
-        B_BUFFER_T dst;
-        b_bufferInit(&dst, sub);
-        ZEL_RETCODE rc = b_bufferEmitString(&dst, "ab");
-        if (rc == sOKAY) rc = b_lzmaCompress(z, &src, &dst);
-        if (rc == sOKAY) {
-            EXPECT_TRUE(Bytes(dst.data.bin + 2, dst.data.bin + dst.len) == packed);
-        } else {
-            EXPECT_EQ(dst.len, dst.data.ptr == nullptr ? 0u : 2u);
-        }
-        b_bufferTerm(&dst);
-        return rc;
-    }), 0);
+    EXPECT_GT(
+        oom_check(master, {sub},
+                  [&] {
+                      B_BUFFER_T dst;
+                      b_bufferInit(&dst, sub);
+                      ZEL_RETCODE rc = b_bufferEmitString(&dst, "ab");
+                      if (rc == sOKAY) rc = b_lzmaCompress(z, &src, &dst);
+                      if (rc == sOKAY) {
+                          EXPECT_TRUE(Bytes(dst.data.bin + 2, dst.data.bin + dst.len) == packed);
+                      } else {
+                          EXPECT_EQ(dst.len, dst.data.ptr == nullptr ? 0u : 2u);
+                      }
+                      b_bufferTerm(&dst);
+                      return rc;
+                  }),
+        0);
     B_BUFFER_T psrc;
     b_bufferInitStatic(&psrc, const_cast<uint8_t *>(packed.data()), packed.size(), packed.size());
-    EXPECT_GT(oom_check(master, {sub}, [&] {
-        B_BUFFER_T dst;
-        b_bufferInit(&dst, sub);
-        const ZEL_RETCODE rc = b_lzmaDecompress(z, &psrc, &dst);
-        if (rc == sOKAY) {
-            EXPECT_TRUE(Bytes(dst.data.bin, dst.data.bin + dst.len) == in);
-        } else {
-            EXPECT_EQ(dst.len, 0u);
-        }
-        b_bufferTerm(&dst);
-        return rc;
-    }), 0);
+    EXPECT_GT(oom_check(master, {sub},
+                        [&] {
+                            B_BUFFER_T dst;
+                            b_bufferInit(&dst, sub);
+                            const ZEL_RETCODE rc = b_lzmaDecompress(z, &psrc, &dst);
+                            if (rc == sOKAY) {
+                                EXPECT_TRUE(Bytes(dst.data.bin, dst.data.bin + dst.len) == in);
+                            } else {
+                                EXPECT_EQ(dst.len, 0u);
+                            }
+                            b_bufferTerm(&dst);
+                            return rc;
+                        }),
+              0);
 }
 
 }  // namespace

@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Stored objects, plain and with LZMA", zb_demo_dbobj},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -72,6 +73,8 @@ constexpr Command kCommands[] = {
      zb_cmd_types},
     {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
      zb_cmd_lzma},
+    {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
+     "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
 };
 
 void zb_usage(FILE *out) {

@@ -36,7 +36,8 @@ constexpr size_t kBlock = 16;
 constexpr uint32_t kMethodMask = 0x0F;
 constexpr uint32_t kFormatMask = 0xF0;
 
-ZEL_RETCODE dbobj_body(void *compressInfo, uint32_t method, const B_BUFFER_T *src, B_BUFFER_T *dst) {
+ZEL_RETCODE dbobj_body(void *compressInfo, uint32_t method, const B_BUFFER_T *src,
+                       B_BUFFER_T *dst) {
     ZEL_RETCODE rc;
     switch (method) {
         case ZEL_COMPRESS_NONE: {
@@ -99,14 +100,15 @@ ZEL_RETCODE dbobj_unwrap(B_BUFFER_T *dst, B_BUFFER_T *buffer, ZEL_ENCRYPT_C enc_
 
 extern "C" {
 
-ZEL_RETCODE dbobj_compress(void *compressInfo, ZEL_COMPRESS_METHOD method, uint32_t rowCompressMinSize,
-                           ZEL_ITEM_FORMAT itemFormat, const B_BUFFER_T *src, B_BUFFER_T *dst) {
+ZEL_RETCODE dbobj_compress(void *compressInfo, ZEL_COMPRESS_METHOD method,
+                           uint32_t rowCompressMinSize, ZEL_ITEM_FORMAT itemFormat,
+                           const B_BUFFER_T *src, B_BUFFER_T *dst) {
     if (src == nullptr || dst == nullptr) return eINVNULLARG;
     /* An object of exactly the threshold's length is compressed. */
     const uint32_t effective = src->len < rowCompressMinSize ? ZEL_COMPRESS_NONE : method;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_vintEncodeUIntmax(effective | static_cast<uint32_t>(itemFormat), b_bufferEmitByte,
-                                       dst));
+    ZEL_CHECK(rc = b_vintEncodeUIntmax(effective | static_cast<uint32_t>(itemFormat),
+                                       b_bufferEmitByte, dst));
     return dbobj_body(compressInfo, effective, src, dst);
 }
 

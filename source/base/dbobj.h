@@ -44,8 +44,9 @@ ZEL_NODISCARD ZEL_RETCODE dbobj_compress(void *compressInfo, ZEL_COMPRESS_METHOD
  * buffer or a cipher without decFcn, what decFcn answers, the decoder's and
  * the buffer's codes; dst's contents are then undefined and the buffer may
  * have been deciphered. */
-ZEL_NODISCARD ZEL_RETCODE dbobj_convert_in(B_BUFFER_T *dst, B_BUFFER_T *buffer, ZEL_ENCRYPT_C enc_in,
-                                           ZEL_ITEM_FORMAT *item_format, void *compress_info);
+ZEL_NODISCARD ZEL_RETCODE dbobj_convert_in(B_BUFFER_T *dst, B_BUFFER_T *buffer,
+                                           ZEL_ENCRYPT_C enc_in, ZEL_ITEM_FORMAT *item_format,
+                                           void *compress_info);
 
 ZEL_EXTERN_C_END
 
