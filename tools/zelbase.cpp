@@ -33,6 +33,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
     {"Stored objects, plain and with LZMA", zb_demo_dbobj},
+    {"Paths and the document root", zb_demo_path},
+    {"Connection strings", zb_demo_uri},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -75,6 +77,11 @@ constexpr Command kCommands[] = {
      zb_cmd_lzma},
     {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
      "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
+    {"path", "split|full|match|scan|tmpname ...",
+     "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
+    {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
+     zb_cmd_docroot},
+    {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
 };
 
 void zb_usage(FILE *out) {

@@ -49,6 +49,8 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_dbobj(FILE *out);
+int zb_demo_path(FILE *out);
+int zb_demo_uri(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -60,6 +62,9 @@ int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
 int zb_cmd_dbobj(int argc, char **argv);
+int zb_cmd_path(int argc, char **argv);
+int zb_cmd_docroot(int argc, char **argv);
+int zb_cmd_uri(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
@@ -68,5 +73,7 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // The annotated table (offset, bytes, meaning) of a stored object of `len`
 // bytes whose body (the packed bytes, or the LZMA stream) is `body` bytes.
 void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
+// One transport entry of a parsed connection string, every field, on one line.
+std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 #endif
