@@ -51,8 +51,8 @@ constexpr uint32_t kMatchMax = 273;
 constexpr uint32_t kMatchesMax = kMatchMax - kMatchMin + 1;
 constexpr uint32_t kLitStates = 7; /* states below this follow a literal */
 constexpr uint32_t kNone = UINT32_MAX;
-constexpr uint32_t kGrowStep = 256; /* output growth, both ways */
-constexpr size_t kSourceMax = UINT32_MAX;
+constexpr uint32_t kGrowStep = 256;       /* output growth, both ways */
+constexpr size_t kSourceMax = UINT32_MAX; /* positions are 32 bits */
 
 /* Everything from is_match on is one block of models, reset by copying. */
 constexpr size_t kProbBlock =
@@ -88,8 +88,9 @@ void lzma_init_probs(B_LZMA_T *z) {
 
 /* The literal models of a position: 768 per context of the previous byte's
  * top lc bits and the position's low lp bits. */
-RANGE_PROB *lzma_lit_probs(B_LZMA_T *z, uint32_t pos, uint32_t prev_byte) {
-    const uint32_t ctx = (prev_byte >> (8 - z->props.lc)) + ((pos & z->lp_mask) << z->props.lc);
+RANGE_PROB *lzma_lit_probs(B_LZMA_T *z, size_t pos, uint32_t prev_byte) {
+    const uint32_t low = static_cast<uint32_t>(pos) & z->lp_mask;
+    const uint32_t ctx = (prev_byte >> (8 - z->props.lc)) + (low << z->props.lc);
     return z->probs.lit + kLitModels * ctx;
 }
 
@@ -699,6 +700,7 @@ ZEL_RETCODE lzma_compress_output_fcn(void *user_data, uint8_t byte) {
     auto *z = static_cast<B_LZMA_T *>(user_data);
     B_BUFFER_T *out = z->output;
     ZEL_RETCODE rc;
+    if (z->output_pos == UINT32_MAX) return eRANGE; /* the position is 32 bits */
     if (z->output_pos >= out->size)
         ZEL_CHECK(rc = b_bufferIncreaseSize(out, out->size + kGrowStep));
     out->data.bin[z->output_pos++] = byte;
@@ -742,9 +744,7 @@ ZEL_RETCODE lzma_compress(B_LZMA_T *z, const B_BUFFER_T *src, B_BUFFER_T *dst) {
     if (z == nullptr || src == nullptr || dst == nullptr) return eINVNULLARG;
     if (z->probs.lit == nullptr) return eINVFCNSEQ;
     const size_t n = src->len;
-    /* The output position is 32 bits: the source and what dst holds with a
-     * margin for an output a little larger than the source. */
-    if (n >= kSourceMax || dst->len > kSourceMax - n - n / 16 - 1024) return eRANGE;
+    if (n > kSourceMax) return eRANGE;
     const size_t saved_len = dst->len;
     ZEL_RETCODE rc;
     /* Room for the output at once, where dst can grow; a source that will not
@@ -753,6 +753,8 @@ ZEL_RETCODE lzma_compress(B_LZMA_T *z, const B_BUFFER_T *src, B_BUFFER_T *dst) {
     if (dst->subTag != nullptr) (void)b_bufferIncreaseSize(dst, dst->len + n + n / 32 + 64);
     /* Written byte by byte through the buffer, before the coder starts. */
     ZEL_CHECK_GOTO(rc, b_vintEncodeUIntmax(n, b_bufferEmitByte, dst), fail);
+    rc = eRANGE; /* the output position is 32 bits, and so is dst's len here */
+    if (dst->len > kSourceMax) goto fail;
     z->output = dst;
     z->output_pos = static_cast<uint32_t>(dst->len);
     z->input = src;
@@ -829,15 +831,22 @@ inline uint32_t lzma_decode_distance(LzmaDecoder *d, LZMA_PROBS *p, uint32_t len
 }
 
 /* Copies `len` bytes from `dist` + 1 back; overlapping runs repeat. */
-void lzma_output_copy(uint8_t *out, uint32_t pos, uint32_t dist, uint32_t len) {
+void lzma_output_copy(uint8_t *out, size_t pos, uint32_t dist, uint32_t len) {
     const uint8_t *from = out + pos - dist - 1;
     uint8_t *to = out + pos;
-    if (dist == 0) {
+    const uint32_t span = dist + 1;
+    if (span == 1) {
         std::memset(to, *from, len);
-    } else if (dist + 1 >= len) {
+    } else if (span >= len) {
         std::memcpy(to, from, len);
     } else {
-        for (uint32_t i = 0; i < len; i++) to[i] = from[i];
+        /* An overlapping run repeats its first `span` bytes: copy in chunks
+         * that never reach past what is already written. */
+        uint32_t i = 0;
+        if (span >= 8) {
+            for (; i + 8 <= len; i += 8) std::memcpy(to + i, from + i, 8);
+        }
+        for (; i < len; i++) to[i] = from[i];
     }
 }
 
@@ -845,7 +854,7 @@ void lzma_output_copy(uint8_t *out, uint32_t pos, uint32_t dist, uint32_t len) {
  * sOKAY (also when the input ended), 2 on a short repeat, or a failure. The
  * state, distances and output address live in locals: every byte stored may
  * alias the context, and the loop would reload them all. */
-ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
+ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z, size_t *out_len) {
     LZMA_PROBS *p = &z->probs;
     B_BUFFER_T *out = z->output;
     uint8_t *buf = out->data.bin;
@@ -866,10 +875,10 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
     LzmaInput in = {z->decoder.input_fcn, z->decoder.user_data, sOKAY};
     LzmaDecoder d;
     rd_start(&d, &in, next, end);
-    uint32_t pos = 0;
+    size_t pos = 0; /* a last copy may pass the size, and 32 bits */
     ZEL_RETCODE rc = sOKAY;
     while (in.stop == sOKAY && pos < size) {
-        const uint32_t pos_state = pos & pb_mask;
+        const uint32_t pos_state = static_cast<uint32_t>(pos) & pb_mask;
         if (rd_decode_context_bit(&d, &p->is_match[state][pos_state]) == 0) {
             RANGE_PROB *probs = lzma_lit_probs(z, pos, pos == 0 ? 0 : buf[pos - 1]);
             const uint32_t byte =
@@ -877,7 +886,7 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
                                    : rd_decode_matched_literal(&d, probs, buf[pos - reps[0] - 1]);
             if (in.stop != sOKAY) break;
             if (pos >= room) {
-                if ((rc = lzma_output_room(out, size_t{pos} + 1)) != sOKAY) break;
+                if ((rc = lzma_output_room(out, pos + 1)) != sOKAY) break;
                 buf = out->data.bin;
                 room = out->size;
             }
@@ -922,8 +931,8 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
             rc = eDBCORRUPTED;
             break;
         }
-        if (size_t{pos} + len > room) {
-            if ((rc = lzma_output_room(out, size_t{pos} + len)) != sOKAY) break;
+        if (pos + len > room) {
+            if ((rc = lzma_output_room(out, pos + len)) != sOKAY) break;
             buf = out->data.bin;
             room = out->size;
         }
@@ -935,7 +944,8 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z) {
     z->decoder.range = d.range;
     z->decoder.code = d.code;
     if (next != nullptr) z->input_pos = static_cast<uint32_t>(d.next - z->input->data.bin);
-    z->output_pos = pos;
+    z->output_pos = static_cast<uint32_t>(pos);
+    *out_len = pos;
     if (rc == sOKAY && in.stop != sEOS) rc = in.stop;
     return rc;
 }
@@ -1001,7 +1011,7 @@ ZEL_RETCODE b_lzmaTrace(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst, 
 ZEL_RETCODE b_lzmaDecompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst) {
     if (lzma == nullptr || src == nullptr || dst == nullptr) return eINVNULLARG;
     if (lzma->probs.lit == nullptr) return eINVFCNSEQ;
-    if (src->len >= kSourceMax) return eRANGE;
+    if (src->len > kSourceMax) return eRANGE;
     lzma->input = src;
     lzma->input_pos = static_cast<uint32_t>(std::min(src->pos, src->len));
     lzma->output = dst;
@@ -1016,9 +1026,10 @@ ZEL_RETCODE b_lzmaDecompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *
     lzma->state = 0;
     std::memset(lzma->reps, 0, sizeof lzma->reps);
     lzma_init_probs(lzma);
-    rc = lzma_decompress_packets(lzma);
+    size_t len = 0;
+    rc = lzma_decompress_packets(lzma, &len);
     if (rc < 0) return rc;
-    dst->len = lzma->output_pos;
+    dst->len = len;
     return rc;
 }
 

@@ -164,9 +164,9 @@ ZEL_NODISCARD ZEL_RETCODE b_lzmaInit(B_LZMA_T *lzma, B_TAG_SUB subTag);
 void b_lzmaTerm(B_LZMA_T *lzma);
 
 /* Compresses src's bytes 0 to len, appending the length varint and the coded
- * bytes to dst. eRANGE for a source of 4 GiB or more; the buffer's code when
- * dst cannot grow (eTRUNCATED for a static one, the tag's otherwise), with
- * dst's len as it was. */
+ * bytes to dst. eRANGE for a source of 4 GiB or more (or a dst that would
+ * pass 4 GiB); the buffer's code when dst cannot grow (eTRUNCATED for a
+ * static one, the tag's otherwise). On a failure dst's len is as it was. */
 ZEL_NODISCARD ZEL_RETCODE b_lzmaCompress(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst);
 /* As b_lzmaCompress, and calls `fcn` with each packet as it is coded. */
 ZEL_NODISCARD ZEL_RETCODE b_lzmaTrace(B_LZMA_T *lzma, const B_BUFFER_T *src, B_BUFFER_T *dst,
