@@ -751,7 +751,9 @@ ZEL_RETCODE lzma_compress(B_LZMA_T *z, const B_BUFFER_T *src, B_BUFFER_T *dst) {
      * compress grows by about 2 percent. If this fails, growth goes on by 256
      * and fails where it must. */
     if (dst->subTag != nullptr) (void)b_bufferIncreaseSize(dst, dst->len + n + n / 32 + 64);
-    /* Written byte by byte through the buffer, before the coder starts. */
+    /* Kept: the length as a stored varint, written byte by byte before the
+     * coder starts, and no LZMA header, properties or end marker; stored
+     * objects are framed so. */
     ZEL_CHECK_GOTO(rc, b_vintEncodeUIntmax(n, b_bufferEmitByte, dst), fail);
     rc = eRANGE; /* the output position is 32 bits, and so is dst's len here */
     if (dst->len > kSourceMax) goto fail;
@@ -850,7 +852,7 @@ void lzma_output_copy(uint8_t *out, size_t pos, uint32_t dist, uint32_t len) {
     }
 }
 
-/* Runs the packets into z->output; the final output position is z->output_pos.
+/* Runs the packets into z->output; the output length goes to *out_len.
  * sOKAY (also when the input ended), 2 on a short repeat, or a failure. The
  * state, distances and output address live in locals: every byte stored may
  * alias the context, and the loop would reload them all. */
@@ -946,6 +948,8 @@ ZEL_RETCODE lzma_decompress_packets(B_LZMA_T *z, size_t *out_len) {
     if (next != nullptr) z->input_pos = static_cast<uint32_t>(d.next - z->input->data.bin);
     z->output_pos = static_cast<uint32_t>(pos);
     *out_len = pos;
+    /* Kept: an input that ends is no error; what was decoded stands, so a
+     * cut object gives a shorter result and sOKAY. */
     if (rc == sOKAY && in.stop != sEOS) rc = in.stop;
     return rc;
 }
