@@ -55,6 +55,7 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_row(FILE *out);
+int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
@@ -71,6 +72,8 @@ int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
+int zb_cmd_lzma(int argc, char **argv);
+int zb_cmd_dbobj(int argc, char **argv);
 int zb_cmd_file(int argc, char **argv);
 int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
@@ -130,6 +133,9 @@ struct ZbAnnot {
     bool fail(const char *what);
 };
 
+// The annotated table (offset, bytes, meaning) of a stored object of `len`
+// bytes whose body (the packed bytes, or the LZMA stream) is `body` bytes.
+void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
