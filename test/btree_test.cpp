@@ -220,6 +220,19 @@ TEST_F(BtTest, DeleteDuringScanGivesTheSuccessorOnceAndPrevThePredecessor) {
     }
 }
 
+TEST_F(BtTest, SavedSuccessorOnWhichAnAddLeftTheCursor) {
+    // Deleting 0 folds {6} over {0},{255} into the root {6,255} and saves 6;
+    // adding 0 splits the root again and leaves the cursor on 6 at slot 0 of
+    // the new root, with child 0 marked visited by the search. Next gives 6
+    // from there, and Prev must still go down to 0.
+    init(2);
+    for (uint64_t k : {255, 0, 6}) ASSERT_EQ(b_btAdd(&bt, P(k)), sOKAY);
+    ASSERT_EQ(b_btDelete(&bt, P(0)), P(0));
+    ASSERT_EQ(b_btAdd(&bt, P(0)), sOKAY);
+    EXPECT_EQ(b_btNext(&bt), P(6));
+    EXPECT_EQ(b_btPrev(&bt), P(0));
+}
+
 TEST_F(BtTest, AlternatingNextAndPrevAcrossEntryZeroOfUpperNodes) {
     // Next climbs from the last entry of child 0 to entry 0 of the node
     // above; Prev from there must come back down into child 0.

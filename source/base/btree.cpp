@@ -538,9 +538,14 @@ void *bt_next(B_BTREE_T *bt) {
         void *v = bt->next_value;
         bt->next_value = nullptr;
         // The delete left the cursor on v; any call since that moved it
-        // (a missed delete, an add, a delete at an end) puts it back.
-        const B_BTREE_PATH *p = bt_cursor(bt, bt->pathlevel);
-        if (p == nullptr || p->slot >= p->node->used || bt_data(p) != v) (void)bt_scan(bt, v);
+        // (a missed delete, an add, a delete at an end) puts it back. On v,
+        // whatever lies below it is still to be visited going back.
+        B_BTREE_PATH *p = bt_cursor(bt, bt->pathlevel);
+        if (p == nullptr || p->slot >= p->node->used || bt_data(p) != v) {
+            (void)bt_scan(bt, v);
+        } else {
+            p->slot_zero_used = ZEL_FALSE;
+        }
         return v;
     }
     B_BTREE_PATH *p = bt_cursor(bt, bt->pathlevel);
