@@ -7,18 +7,14 @@
 // rebuilt from the walk (every option written out with its value as a
 // separate element) must be valid and walk the same.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "cmdline.h"
+#include "fuzz_tags.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 // Every kind of row, with a long-only row and a short-only one.
 const ZEL_CMDLINE_OPT kTable[] = {

@@ -32,6 +32,7 @@ constexpr DemoSection kDemoSections[] = {
     {"A catalogue of two related tables", zb_demo_schema},
     {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
+    {"Rows and index nodes as stored", zb_demo_row},
     {"Connection strings", zb_demo_uri},
     {"Command line", zb_demo_cmdline},
 };
@@ -77,6 +78,10 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"row", "encode|decode --table T ...", "a row of the sample catalogue as stored, annotated",
+     zb_cmd_row},
+    {"node", "decode --key|--ref|--blob T.X",
+     "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
     {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
      zb_cmd_file},
     {"log", "[--file F] [--*-level L] [--category C] TEXT",
