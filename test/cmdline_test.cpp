@@ -259,8 +259,18 @@ TEST(CmdlineErrors, FailingStandardOutput) {
                                     nullptr, nullptr),
                   sOKAY);
     }
-    FdRedirect err(2, full());
     Line bad{"t", "--bogus"};
+    {
+        // The banner fails, the message still goes out; the banner's code.
+        FdRedirect out(1, full());
+        FdCapture err(2);
+        const ZEL_RETCODE rc = zel_cmdlineInitEx(&cmd, "BANNER", bad.argc(), bad.argv.data(),
+                                                 nullptr, kTable, nullptr, nullptr);
+        EXPECT_LT(rc, 0);
+        EXPECT_NE(rc, eBASE_COMMAND);
+        EXPECT_EQ(err.Text(), Error("Unknown option '--bogus' ('--help' for more information)"));
+    }
+    FdRedirect err(2, full());
     const ZEL_RETCODE rc = zel_cmdlineInitEx(&cmd, nullptr, bad.argc(), bad.argv.data(), nullptr,
                                              kTable, nullptr, nullptr);
     EXPECT_LT(rc, 0);

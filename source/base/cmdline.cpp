@@ -144,14 +144,15 @@ ZEL_RETCODE cmd_usageErr(const ZEL_CMDLINE *cmd, const char *format, const char 
     if (len > 0 && std::strchr("*:=|", opt[0]) != nullptr) opt[0] = '-';
     char message[kMessageSize];
     if (b_snprintf(message, sizeof message, format, opt) < 0) message[0] = '\0';
-    if (cmd->banner != nullptr) ZEL_CHECK(cmd_printBanner(cmd->banner));
+    /* The message goes out even when the banner could not. */
+    const ZEL_RETCODE out = cmd->banner != nullptr ? cmd_printBanner(cmd->banner) : sOKAY;
     B_FILE_T err;
     ZEL_CHECK(b_fileOpenStderr(&err));
     (void)b_filePuts(&err, "error: ");
     (void)b_filePuts(&err, message);
     (void)b_filePutc(&err, '\n');
     ZEL_CHECK(cmd_finish(&err));
-    return eBASE_COMMAND;
+    return out < 0 ? out : eBASE_COMMAND;
 }
 
 ZEL_RETCODE cmd_usageErr(const ZEL_CMDLINE *cmd, const char *format, const char *text) {
