@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "buffer.h"
 #include "decoder.h"
 #include "encoder.h"
@@ -18,10 +19,6 @@
 #include "tag_sub.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 struct Fixed {
     B_TAG_SUB sub = nullptr;

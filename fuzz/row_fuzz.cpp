@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "buffer.h"
 #include "decoder.h"
 #include "encoder.h"
@@ -19,10 +20,6 @@
 #include "tag_sub.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 struct Fixed {
     B_TAG_SUB sub = nullptr;

@@ -33,7 +33,10 @@ constexpr DemoSection kDemoSections[] = {
     {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
     {"Rows and index nodes as stored", zb_demo_row},
+    {"Stored objects, plain and with LZMA", zb_demo_dbobj},
     {"Connection strings", zb_demo_uri},
+    {"Queue and thread pool", zb_demo_queue},
+    {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
 };
 
@@ -82,6 +85,10 @@ constexpr Command kCommands[] = {
      zb_cmd_row},
     {"node", "decode --key|--ref|--blob T.X",
      "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
+    {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
+     zb_cmd_lzma},
+    {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
+     "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
     {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
      zb_cmd_file},
     {"log", "[--file F] [--*-level L] [--category C] TEXT",
@@ -91,6 +98,10 @@ constexpr Command kCommands[] = {
     {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
      zb_cmd_docroot},
     {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
+    {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
+     "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
+    {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
+     zb_cmd_parse},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
 };

@@ -94,9 +94,12 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_row(FILE *out);
+int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
+int zb_demo_queue(FILE *out);
+int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
@@ -109,11 +112,20 @@ int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
+int zb_cmd_lzma(int argc, char **argv);
+int zb_cmd_dbobj(int argc, char **argv);
 int zb_cmd_file(int argc, char **argv);
 int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
+int zb_cmd_threads(int argc, char **argv);
+int zb_cmd_parse(int argc, char **argv);
+
+// Runs `text` through a built-in grammar ("calc", "parens"), printing every
+// shift, goto and reduction (trace) or only the rule numbers, then the values
+// and the code; 0 when accepted without error.
+int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace);
 int zb_cmd_cmdline(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
@@ -169,6 +181,9 @@ struct ZbAnnot {
     bool fail(const char *what);
 };
 
+// The annotated table (offset, bytes, meaning) of a stored object of `len`
+// bytes whose body (the packed bytes, or the LZMA stream) is `body` bytes.
+void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 

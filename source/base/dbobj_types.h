@@ -3,9 +3,12 @@
  * decoded: a row (ZEL_ROW) in one of its in-memory formats, a B-tree node
  * (ZEL_NODE) of an index, a reference or a blob directory, and the minimal
  * database instance (DB_INSTANCE) that the row formats consult for their
- * buffer pool and configured format. The formats that read and write them
- * (row.h, node.h and the object kinds built later) include this header, so
- * none of them needs another's. Compiles as C11 and as C++20.
+ * buffer pool and configured format; and the vocabulary of the wrapping every
+ * stored object gets (dbobj.h): the compression methods, the one-byte object
+ * header and the record through which the engine deciphers what it read. The
+ * formats that read and write them (row.h, node.h and the object kinds built
+ * later) include this header, so none of them needs another's. Compiles as
+ * C11 and as C++20.
  */
 #ifndef DBOBJ_TYPES_H
 #define DBOBJ_TYPES_H
@@ -32,11 +35,35 @@ typedef enum ZEL_ROW_FORMAT_E {
     ZEL_ROW_FORMAT_COMPACT = 3 /* the packed stream kept in a B_BUFFER_T */
 } ZEL_ROW_FORMAT;
 
-/* How a stored object's body is compressed. */
+/* How an object's body is stored; the low four bits of its header. The last
+ * enumerator makes the type span 32 bits, so that another value (refused with
+ * a code) is representable in C++ too. */
 typedef enum ZEL_COMPRESS_METHOD_E {
     ZEL_COMPRESS_NONE = 1,
-    ZEL_COMPRESS_LZMA = 2
+    ZEL_COMPRESS_LZMA = 2,
+    ZEL_COMPRESS_METHOD_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_COMPRESS_METHOD;
+
+/* The header of a stored object: a compression method or'ed with an item
+ * format (ZEL_ITEM_FORMAT_COMPACT 16, ZEL_ITEM_FORMAT_EXPANDED 32). */
+typedef enum ZEL_OBJ_FORMAT_E {
+    OBJ_COMPACT_NONE = 17,
+    OBJ_COMPACT_LZMA = 18,
+    OBJ_EXPANDED_NONE = 33,
+    OBJ_EXPANDED_LZMA = 34,
+    ZEL_OBJ_FORMAT_FORCE_INT32 = 0x7FFFFFFF /* as above */
+} ZEL_OBJ_FORMAT;
+
+/* Deciphers `length` bytes at `bytes` in place; `data` is the record's. */
+typedef ZEL_RETCODE (*ZEL_DECRYPT_FCN)(void *data, uint8_t *bytes, size_t length);
+
+/* The engine's cipher of stored objects, as far as reading needs it. The
+ * cipher itself and the enciphering on the way out are the engine's. */
+typedef struct ZEL_ENCRYPT_S {
+    void *data;
+    ZEL_DECRYPT_FCN decFcn;
+} ZEL_ENCRYPT_T;
+typedef const struct ZEL_ENCRYPT_S *ZEL_ENCRYPT_C;
 
 /* ---- The database instance, as far as the object formats need it. */
 

@@ -145,7 +145,10 @@ typedef enum ZEL_ENC_TYPE_E {
 /* Stored forms of index items. */
 typedef enum ZEL_ITEM_FORMAT_E {
     ZEL_ITEM_FORMAT_COMPACT = 16,
-    ZEL_ITEM_FORMAT_EXPANDED = 32
+    ZEL_ITEM_FORMAT_EXPANDED = 32,
+    /* Spans 32 bits, so that any format a stored header names (its high
+     * four bits) is representable in C++ too. */
+    ZEL_ITEM_FORMAT_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_ITEM_FORMAT;
 
 /* ---- Computed layouts. */
