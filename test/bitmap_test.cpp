@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "bitmap.h"
-#include "containers_data.h"
 #include "tag_fixture.h"
+#include "vectors.h"
 
 namespace {
 
@@ -71,7 +71,7 @@ TEST_F(BitmapLayout, WordIsBitOver32MaskIsLowFiveBits) {
 class BitmapCount : public TaggedTest {};
 
 TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
-    const auto rows = containers_readVectors("good-bitlength.txt");
+    const auto rows = vectors_read("good-bitlength.txt");
     ASSERT_GT(rows.size(), 500u);
     B_BITMAP_T bm;
     ASSERT_EQ(b_bmInit(&bm, 64, sub), sOKAY);

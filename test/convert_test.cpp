@@ -9,10 +9,8 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <set>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,6 +21,7 @@
 #include "datetime.h"
 #include "tag_stack.h"
 #include "value.h"
+#include "vectors.h"
 
 namespace {
 
@@ -503,14 +502,6 @@ TEST(ConvertDecimal, PackedSources) {
 
 // ---- Text out, against the generated vectors.
 
-std::vector<uint8_t> fromHex(const std::string &h) {
-    std::vector<uint8_t> out;
-    if (h == "-") return out;
-    for (size_t i = 0; i + 1 < h.size(); i += 2)
-        out.push_back(static_cast<uint8_t>(std::stoul(h.substr(i, 2), nullptr, 16)));
-    return out;
-}
-
 std::string toText(const ZEL_VALUE &v) {
     char buf[128];
     size_t n = 0;
@@ -522,20 +513,12 @@ std::string toText(const ZEL_VALUE &v) {
 }
 
 TEST(ConvertText, NumbersAndBytesMatchTheOracle) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/good-convert-numtext.txt");
-    ASSERT_TRUE(in.good());
-    std::string line;
-    int count = 0;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        std::istringstream ls(line);
-        std::string kind, input, want;
-        std::getline(ls, kind, '\t');
-        std::getline(ls, input, '\t');
-        std::getline(ls, want, '\t');
+    const auto rows = vectors_read("good-convert-numtext.txt", '\t');
+    for (const VectorRow &row : rows) {
+        const std::string &kind = row[0], &input = row[1], &want = row[2], &line = input;
         ZEL_VALUE v;
         zel_valueInit(&v);
-        std::vector<uint8_t> bytes;
+        std::string bytes;
         if (kind == "double") {
             const uint64_t bits = std::stoull(input, nullptr, 16);
             double d;
@@ -547,7 +530,7 @@ TEST(ConvertText, NumbersAndBytesMatchTheOracle) {
             std::memcpy(&f, &bits, 4);
             zel_valueSetFloat(&v, f);
         } else if (kind == "binary") {
-            bytes = fromHex(input);
+            bytes = vectors_unhex(input);
             ASSERT_EQ(zel_valueSetBinary(&v, bytes.data(), bytes.size()), sOKAY);
         } else {
             const __int128 n =
@@ -564,9 +547,8 @@ TEST(ConvertText, NumbersAndBytesMatchTheOracle) {
         }
         EXPECT_EQ(toText(v), want) << line;
         mark(v.type, ZEL_CHAR);
-        count++;
     }
-    EXPECT_GT(count, 250);
+    EXPECT_GT(rows.size(), 250u);
 }
 
 TEST(ConvertText, ScalarsOfEveryOtherSource) {

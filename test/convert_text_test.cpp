@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include "convert_text_internal.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
+#include "vectors.h"
 
 namespace {
 
@@ -263,15 +263,10 @@ std::string ValueText(const std::string &type, const Result &r) {
 }
 
 TEST(ConvertNumberText, MatchesOracleVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-convert-text.txt");
-    ASSERT_TRUE(in.good());
-    size_t lines = 0;
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty()) continue;
-        const size_t a = line.find('|'), b = line.find('|', a + 1), c = line.find('|', b + 1);
-        const std::string type = line.substr(0, a), code = line.substr(a + 1, b - a - 1);
-        const std::string value = line.substr(b + 1, c - b - 1);
-        const std::string text = Unescape(line.substr(c + 1));
+    const auto rows = vectors_read("good-convert-text.txt", '|');
+    for (const VectorRow &row : rows) {
+        const std::string &type = row[0], &code = row[1], &value = row[2];
+        const std::string text = Unescape(row[3]);
         const ZEL_RETCODE want = CodeOf(code);
         for (bool terminated : {true, false}) {
             Result r = Convert(FcnOf(type), text, terminated);
@@ -283,9 +278,8 @@ TEST(ConvertNumberText, MatchesOracleVectors) {
             EXPECT_EQ(ValueText(type, r), value) << type << " [" << text << "]";
             EXPECT_EQ(r.cb.tSize, SizeOf(type)) << type;
         }
-        ++lines;
     }
-    EXPECT_GT(lines, 5000u);
+    EXPECT_GT(rows.size(), 5000u);
 }
 
 TEST(ConvertNumberText, IntegerExamples) {

@@ -5,33 +5,15 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "datetime.h"
-#include "tag_sub.h"
 #include "tag_fixture.h"
+#include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
-
-std::vector<std::string> ReadLines(const char *name) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line[0] != '#') lines.push_back(line);
-    }
-    return lines;
-}
-
-std::vector<std::string> Split(const std::string &s, char sep) {
-    std::vector<std::string> out;
-    std::stringstream ss(s);
-    for (std::string f; std::getline(ss, f, sep);) out.push_back(f);
-    return out;
-}
 
 ZEL_RETCODE Sink(B_OUTPUT_CTX ctx, uint32_t ch) {
     static_cast<std::string *>(ctx)->push_back(static_cast<char>(ch));
@@ -91,13 +73,14 @@ ZEL_PACKED_DATE_T Pack(int32_t y, uint16_t m, uint16_t d) {
 }
 
 TEST(DateCalendar, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-dates.txt");
-    ASSERT_GT(lines.size(), 20000u);
-    for (const auto &line : lines) {
-        std::istringstream in(line);
-        uint32_t n;
-        int y, m, d, dow, doy, week, quarter;
-        in >> n >> y >> m >> d >> dow >> doy >> week >> quarter;
+    const auto rows = vectors_read("good-datetime-dates.txt");
+    ASSERT_GT(rows.size(), 20000u);
+    for (const VectorRow &row : rows) {
+        const std::string &line = row[0];
+        const uint32_t n = std::stoul(row[0]);
+        const int y = std::stoi(row[1]), m = std::stoi(row[2]), d = std::stoi(row[3]),
+                  dow = std::stoi(row[4]), doy = std::stoi(row[5]), week = std::stoi(row[6]),
+                  quarter = std::stoi(row[7]);
         ASSERT_EQ(Pack(y, m, d), n) << line;
         ZEL_DATE_T cd;
         ASSERT_EQ(zel_dateUnpack(n, &cd), sOKAY);
@@ -251,10 +234,10 @@ TEST(PackedForms, StoredImage) {
 }
 
 TEST(TimeText, MatchesPythonOracleAtEveryWidth) {
-    auto lines = ReadLines("good-datetime-times.txt");
-    ASSERT_GT(lines.size(), 400u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-times.txt", '|');
+    ASSERT_GT(rows.size(), 400u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 9u);
         ZEL_PACKED_TIME_T tm;
         ASSERT_EQ(zel_timeFromString(f[0].c_str(), &tm), sOKAY) << line;
@@ -321,10 +304,10 @@ TEST(TimeText, Errors) {
 }
 
 TEST(DateText, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-text.txt");
-    ASSERT_GT(lines.size(), 1000u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-text.txt", '|');
+    ASSERT_GT(rows.size(), 1000u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 3u);
         ZEL_PACKED_DATE_T dt = 0;
         ASSERT_EQ(
@@ -436,10 +419,10 @@ TEST(TimestampText, DateAndOrTime) {
 }
 
 TEST(ZoneShift, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-zones.txt");
-    ASSERT_GT(lines.size(), 300u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-zones.txt", '|');
+    ASSERT_GT(rows.size(), 300u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 5u);
         const std::string text = f[0] + " " + f[1];
         ZEL_PACKED_TIMESTAMPTZ_T tsz;

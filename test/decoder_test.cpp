@@ -8,14 +8,13 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <fstream>
-#include <sstream>
 
 #include "buffer.h"
 #include "coder_bytes.h"
 #include "tag_fixture.h"
 #include "decoder.h"
 #include "encoder.h"
+#include "vectors.h"
 #include "vint.h"
 
 namespace {
@@ -97,31 +96,26 @@ TEST(DecoderRange, NarrowTargetsRefuseWhatDoesNotFit) {
 }
 
 TEST(DecoderStoredBytes, FloatsAndDoublesFromBigEndianIeee) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-varint-float.txt");
-    ASSERT_TRUE(in);
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        std::string kind, text, hex;
-        fields >> kind >> text >> hex;
+    for (const VectorRow &row : vectors_read("good-varint-float.txt")) {
+        const std::string &kind = row[0], &text = row[1], &hex = row[2];
         const Bytes bytes = coder_unhex(hex);
         BufferSource src(bytes);
         uint64_t bits = 0;
         for (uint8_t b : bytes) bits = bits << 8 | b;
         if (kind == "f") {
             float f;
-            ASSERT_EQ(b_decoderDecodeFloat(&src.d, &f), sOKAY) << line;
+            ASSERT_EQ(b_decoderDecodeFloat(&src.d, &f), sOKAY) << hex;
             uint32_t got;
             std::memcpy(&got, &f, 4);
-            EXPECT_EQ(got, bits) << line;
+            EXPECT_EQ(got, bits) << hex;
         } else {
             double d;
-            ASSERT_EQ(b_decoderDecodeDouble(&src.d, &d), sOKAY) << line;
+            ASSERT_EQ(b_decoderDecodeDouble(&src.d, &d), sOKAY) << hex;
             uint64_t got;
             std::memcpy(&got, &d, 8);
-            EXPECT_EQ(got, bits) << line;
+            EXPECT_EQ(got, bits) << hex;
             if (text != "nan") {
-                EXPECT_EQ(d, std::strtod(text.c_str(), nullptr)) << line;
+                EXPECT_EQ(d, std::strtod(text.c_str(), nullptr)) << hex;
             }
         }
     }

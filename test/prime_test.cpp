@@ -3,9 +3,9 @@
 // running out of memory.
 #include <gtest/gtest.h>
 
-#include "containers_data.h"
 #include "tag_fixture.h"
 #include "prime.h"
+#include "vectors.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ TEST_F(PrimeNext, SmallCases) {
 }
 
 TEST_F(PrimeNext, MatchesTrialDivision) {
-    const auto rows = containers_readVectors("good-nextprime.txt");
+    const auto rows = vectors_read("good-nextprime.txt");
     ASSERT_GT(rows.size(), 4000u);
     for (const auto &row : rows) {
         EXPECT_EQ(Next(std::stoull(row[0])), std::stoull(row[1])) << row[0];
