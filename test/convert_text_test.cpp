@@ -11,6 +11,7 @@
 #include "bcd.h"
 #include "convert_text.h"
 #include "convert_text_internal.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
 #include "vectors.h"
@@ -593,55 +594,48 @@ TEST(ConvertTextFrame, NullAndEmptySources) {
 class ConvertLongText : public TaggedTest {};
 
 // A text without a terminator is copied: short ones on the stack, long ones
-// to the conversion's tag, which gets every byte back.
-TEST_F(ConvertLongText, UnterminatedTextUsesTheTag) {
-    const std::string text = std::string(300, ' ') + "-17";
-    Source src(text, false);
+// to the conversion's tag (none: eNOMEMORY), a sub tag or a stack tag. Every
+// conversion that reads such a text gives what the terminated text gives, or
+// eNOMEMORY with the destination untouched, and the tag gets its bytes back.
+TEST_F(ConvertLongText, EveryCopyUnderFailingAllocations) {
+    const std::string text = std::string(300, ' ') + "17";
+    const Source src(text, false);
     int32_t v = 0;
-    CNVCB cb = MakeCb(src, &v, sizeof v);
-    EXPECT_EQ(cnv_stringToInt32(&cb), eNOMEMORY);  // no tag to copy to
-    cb.tag.type = CONV_TAG_TYPE_SUB;
-    cb.tag.u.sub = sub;
-    EXPECT_EQ(cnv_stringToInt32(&cb), sOKAY);
-    EXPECT_EQ(v, -17);
-    EXPECT_EQ(fixture_subBytes(sub), start);
-
+    CNVCB none = MakeCb(src, &v, sizeof v);
+    EXPECT_EQ(cnv_stringToInt32(&none), eNOMEMORY);
     B_TAG_STACK stack = nullptr;
     ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
-    cb.tag.type = CONV_TAG_TYPE_STACK;
-    cb.tag.u.stack = stack;
-    v = 0;
-    EXPECT_EQ(cnv_stringToInt32(&cb), sOKAY);
-    EXPECT_EQ(v, -17);
-    int64_t cur = -1, peak = 0;
-    b_tag_stackMemUsage(stack, &cur, &peak);
-    EXPECT_EQ(cur, 0);
-    b_tag_stackDestroy(stack);
-}
-
-TEST(ConvertLongTextMemory, EachFailureIsNoMemory) {
-    SeededTags tags(4);
-    const std::string text = std::string(1997, '0') + ".5";  // a copy of 2000 bytes
-    tags.Fill(text.size() + 1);
-    Source src(text, false);
-    for (int tries = 0;; ++tries) {
-        ASSERT_LT(tries, 64);
-        double v = 0;
-        CNVCB cb = MakeCb(src, &v, sizeof v);
-        cb.tag.type = CONV_TAG_TYPE_SUB;
-        cb.tag.u.sub = tags.sub;
-        const int64_t before = fixture_subBytes(tags.sub);
-        const ZEL_RETCODE rc = cnv_stringToDouble(&cb);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        if (rc == sOKAY) {
-            EXPECT_EQ(v, 0.5);
-            EXPECT_GT(tries, 0);
-            break;
+    for (B_CNVFCN fcn : {cnv_stringToBoolean, cnv_stringToInt8, cnv_stringToUInt8,
+                         cnv_stringToInt16, cnv_stringToUInt16, cnv_stringToInt32,
+                         cnv_stringToUInt32, cnv_stringToInt64, cnv_stringToUInt64,
+                         cnv_stringToRowid, cnv_stringToFloat, cnv_stringToDouble,
+                         cnv_stringToDecimal}) {
+        const Result want = Convert(fcn, fcn == cnv_stringToBoolean ? "17" : text);
+        ASSERT_EQ(want.rc, sOKAY);
+        for (const convTag tag : {convTag{CONV_TAG_TYPE_SUB, {.sub = sub}},
+                                  convTag{CONV_TAG_TYPE_STACK, {.stack = stack}}}) {
+            const Source in(fcn == cnv_stringToBoolean ? std::string(200, '0') + "17" : text,
+                            false);
+            EXPECT_EQ(oom_check(
+                          master, {sub},
+                          [&] {
+                              Result r;
+                              std::memset(r.out, kFill, sizeof r.out);
+                              r.cb = MakeCb(in, r.out, sizeof r.out);
+                              r.cb.tag = tag;
+                              const ZEL_RETCODE rc = fcn(&r.cb);
+                              if (rc == sOKAY) {
+                                  EXPECT_EQ(std::memcmp(r.out, want.out, sizeof r.out), 0);
+                              } else {
+                                  EXPECT_TRUE(Untouched(r));
+                              }
+                              return rc;
+                          },
+                          {}, {stack}),
+                      1);
         }
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(v, 0.0);
-        tags.Release();
     }
+    b_tag_stackDestroy(stack);
 }
 
 // ---- Escape clauses.

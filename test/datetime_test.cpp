@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "datetime.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
 #include "vectors.h"
@@ -691,19 +692,23 @@ TEST_F(FormatStrings, CreateOnTheTag) {
     EXPECT_EQ(f, nullptr);
 }
 
-TEST(FormatStringsMemory, OutOfMemoryLeavesNothing) {
-    SeededTags tags(4);
-    tags.Fill(16);
-    char *f = nullptr;
-    for (;;) {
-        ZEL_RETCODE rc = zel_dateCreateFormatString(ZEL_YYYYMMDD, '-', tags.sub, &f);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        ASSERT_EQ(f, nullptr);
-        ASSERT_TRUE(tags.Release());
+TEST_F(FormatStrings, UnderFailingAllocations) {
+    for (bool date : {true, false}) {
+        EXPECT_EQ(oom_check(master, {sub}, [&] {
+                      char *f = nullptr;
+                      const ZEL_RETCODE rc =
+                          date ? zel_dateCreateFormatString(ZEL_YYYYMMDD, '-', sub, &f)
+                               : zel_timeCreateFormatString(ZEL_HHMMSSFF, sub, &f);
+                      if (rc != sOKAY) {
+                          EXPECT_EQ(f, nullptr);
+                          return rc;
+                      }
+                      EXPECT_STREQ(f, date ? "YYYY-MM-DD" : "HH:MM:SS.FF");
+                      b_tag_subFree(sub, f);
+                      return rc;
+                  }),
+                  1);
     }
-    EXPECT_STREQ(f, "YYYY-MM-DD");
-    b_tag_subFree(tags.sub, f);
 }
 
 TEST(Zero, Values) {

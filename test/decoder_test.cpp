@@ -13,6 +13,7 @@
 #include "coder_bytes.h"
 #include "tag_fixture.h"
 #include "decoder.h"
+#include "oom.h"
 #include "encoder.h"
 #include "vectors.h"
 #include "vint.h"
@@ -295,23 +296,65 @@ TEST(DecoderString, IntoTheCallersBufferOnlyWhenItFits) {
     EXPECT_EQ(len, 4u);
 }
 
-TEST(DecoderStringOutOfMemory, EveryFailureIsTheTagsAndLeavesNothing) {
-    SeededTags tags(16);
-    const Bytes bytes = cat({varint(600), Bytes(600, 'q')});
-    tags.Fill(640);
-    for (int attempt = 0;; ++attempt) {
-        ASSERT_LT(attempt, 100);
-        BufferSource src(bytes);
-        char *s = nullptr;
-        const ZEL_RETCODE rc = b_decoderDecodeString(&src.d, &s, nullptr, tags.sub);
-        if (rc == sOKAY) {
-            EXPECT_EQ(std::strlen(s), 600u);
-            b_tag_subFree(tags.sub, s);
-            break;
+// The bytes of one allocating form, the size of what it hands out to `pv`,
+// and the call.
+struct AllocCase {
+    Bytes bytes;
+    size_t size;
+    std::function<ZEL_RETCODE(const B_DECODER_T *, void **, B_TAG_SUB)> decode;
+};
+
+template <class T, ZEL_RETCODE (*Enc)(const B_ENCODER_T *, size_t, const T *),
+          ZEL_RETCODE (*Dec)(const B_DECODER_T *, size_t, T **, B_TAG_SUB)>
+AllocCase arrayCase() {
+    const T v[3] = {T(1), T(2), T(100)};
+    TestSink sink;
+    B_ENCODER_T e = sink.encoder();
+    EXPECT_EQ(Enc(&e, 3, v), sOKAY);
+    return {sink.bytes, sizeof v, [](const B_DECODER_T *d, void **pv, B_TAG_SUB sub) {
+                return Dec(d, 3, reinterpret_cast<T **>(pv), sub);
+            }};
+}
+
+// The string and every array: a failed allocation gives eNOMEMORY with
+// nothing handed out or kept; success gives the bytes that went in.
+TEST_F(DecoderAlloc, EveryAllocatingFormUnderFailingAllocations) {
+    const AllocCase cases[] = {
+            {cat({varint(600), Bytes(600, 'q')}), 601,
+             [](const B_DECODER_T *d, void **pv, B_TAG_SUB sub) {
+                 return b_decoderDecodeString(d, reinterpret_cast<char **>(pv), nullptr, sub);
+             }},
+            arrayCase<uint8_t, b_encoderEncodeUint8Array, b_decoderDecodeUint8Array>(),
+            arrayCase<uint16_t, b_encoderEncodeUint16Array, b_decoderDecodeUint16Array>(),
+            arrayCase<uint32_t, b_encoderEncodeUint32Array, b_decoderDecodeUint32Array>(),
+            arrayCase<uint64_t, b_encoderEncodeUint64Array, b_decoderDecodeUint64Array>(),
+            arrayCase<int8_t, b_encoderEncodeInt8Array, b_decoderDecodeInt8Array>(),
+            arrayCase<int16_t, b_encoderEncodeInt16Array, b_decoderDecodeInt16Array>(),
+            arrayCase<int32_t, b_encoderEncodeInt32Array, b_decoderDecodeInt32Array>(),
+            arrayCase<int64_t, b_encoderEncodeInt64Array, b_decoderDecodeInt64Array>(),
+            arrayCase<float, b_encoderEncodeFloatArray, b_decoderDecodeFloatArray>(),
+            arrayCase<double, b_encoderEncodeDoubleArray, b_decoderDecodeDoubleArray>(),
+        };
+    for (const auto &[bytes, size, decode] : cases) {
+        void *first = nullptr;
+        {
+            BufferSource src(bytes);
+            ASSERT_EQ(decode(&src.d, &first, sub), sOKAY);
         }
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(s, nullptr);
-        ASSERT_TRUE(tags.Release());
+        EXPECT_EQ(oom_check(master, {sub}, [&] {
+                      BufferSource src(bytes);
+                      void *p = nullptr;
+                      const ZEL_RETCODE rc = decode(&src.d, &p, sub);
+                      if (rc != sOKAY) {
+                          EXPECT_EQ(p, nullptr);
+                          return rc;
+                      }
+                      EXPECT_EQ(std::memcmp(p, first, size), 0);
+                      b_tag_subFree(sub, p);
+                      return rc;
+                  }),
+                  1);
+        b_tag_subFree(sub, first);
     }
 }
 

@@ -5,9 +5,12 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <vector>
 #include <limits>
 
 #include "bcd.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
 #include "types_types.h"
@@ -33,6 +36,20 @@ ZEL_BCD_T bcdOf(const char *text) {
     ZEL_BCD_T b;
     EXPECT_EQ(zel_bcdFromString(text, &b), sOKAY);
     return b;
+}
+
+// Same type, status and elements, and the same bytes of data.
+bool sameData(const ZEL_VALUE &a, const ZEL_VALUE &b) {
+    size_t n = 0;
+    if (a.elts != 0) {
+        n = a.elts * zel::detail::typeInfoLength(a.type);
+    } else if (a.type == ZEL_TIMESTAMPTZ) {
+        n = sizeof(ZEL_PACKED_TIMESTAMPTZ_T);
+    } else if (zel_valueLength(&b, &n) != sOKAY) {
+        return false;
+    }
+    return a.type == b.type && a.status == b.status && a.elts == b.elts &&
+           std::memcmp(a.vt.pv, b.vt.pv, n) == 0;
 }
 
 class ValueTagged : public TaggedTest {};
@@ -641,48 +658,98 @@ TEST(ValueCopy, ShallowKeepsLenAndTag) {
     EXPECT_EQ(zel_valueCopy(nullptr, &a), eINVNULLARG);
 }
 
-TEST(ValueElementsOutOfMemory, ArrayCopyFailsCleanly) {
-    // The array copy reports its failure; a scalar's is silent and the
-    // destination keeps its old payload.
-    SeededTags tags(16);
-    static int64_t elems[70000];
-    ZEL_VALUE src = fresh(), dst = fresh();
-    zel_valueInitWithStatusAndType(&src, vsOKAY, ZEL_INT64);
-    src.elts = 70000;
-    src.vt.i64a = elems;
-    EXPECT_EQ(zel_valueCopyEx(&dst, &src, 0, tags.sub), eNOMEMORY);
-    EXPECT_EQ(dst.vt.pv, nullptr);
-    static uint8_t big[300000];
-    ASSERT_EQ(zel_valueSetBinary(&src, big, sizeof big), sOKAY);
-    dst = fresh();
-    EXPECT_EQ(zel_valueCopyEx(&dst, &src, 0, tags.sub), sOKAY);
-    EXPECT_EQ(dst.vt.pv, nullptr);
-    EXPECT_EQ(dst.len, sizeof big);
-}
-
-TEST(ValueElementsOutOfMemory, SetterRetriesUntilRoom) {
-    // Every failure returns eNOMEMORY and leaves the record as it was; each
-    // retry has one more block of room.
-    SeededTags tags(8);
-    const char text[] = "a text long enough to need a block of its own size class";
-    tags.Fill(sizeof text);
-    ZEL_VALUE v = subValue(tags.sub);
-    zel_valueSetInt32(&v, 1);
-    v.tag.type = VAL_TAG_TYPE_SUB;
-    v.tag.tag.sub = tags.sub;
-    const ZEL_VALUE before = v;
-    int failures = 0;
-    for (;;) {
-        const ZEL_RETCODE rc = zel_valueSetString(&v, text);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(std::memcmp(&v, &before, sizeof v), 0);
-        ++failures;
-        ASSERT_TRUE(tags.Release());
+// The pointer setters and the deep copies, through a sub tag and a stack tag,
+// with allocation 1, 2, 3, ... failing. A setter leaves the record as it was;
+// the copy of an element array gives eNOMEMORY and leaves the copy as it was;
+// the copy of a scalar deliberately still succeeds, its payload as it was.
+TEST_F(ValueTagged, SettersAndCopiesUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 1 << 16, 1 << 16, &stack), sOKAY);
+    static const ZEL_BCD_T b = bcdOf("-12.5");
+    static const ZEL_UUID_T u = {0x12345678, 9, 10, 11, 12, {13, 14, 15, 16, 17, 18}};
+    static const ZEL_PACKED_TIMESTAMPTZ_T tz = {738000, 36000000, 120};
+    static const uint8_t bytes[300] = {1, 2, 3};
+    static int16_t elems[4] = {1, -2, 3, -4};
+    const std::function<ZEL_RETCODE(ZEL_VALUE *)> setters[] = {
+        [](ZEL_VALUE *v) { return zel_valueSetString(v, "a text of some length"); },
+        [](ZEL_VALUE *v) { return zel_valueSetBinary(v, bytes, sizeof bytes); },
+        [](ZEL_VALUE *v) { return zel_valueSetBCD(v, &b); },
+        [](ZEL_VALUE *v) { return zel_valueSetUuid(v, &u); },
+        [](ZEL_VALUE *v) { return zel_valueSetTimestampTZ(v, &tz); },
+    };
+    std::vector<ZEL_VALUE> sources;
+    for (const auto &set : setters) {
+        sources.push_back(fresh());
+        ASSERT_EQ(set(&sources.back()), sOKAY);  // borrowed
     }
-    EXPECT_GE(failures, 1);
-    EXPECT_STREQ(v.vt.cv, text);
-    zel_valueFree(&v, tags.sub);
+    sources.push_back(sources[0]);
+    sources.back().type = ZEL_CLOB;
+    sources.push_back(sources[1]);
+    sources.back().type = ZEL_BLOB;
+    sources.push_back(fresh());
+    zel_valueInitWithStatusAndType(&sources.back(), vsOKAY, ZEL_INT16);
+    sources.back().elts = 4;
+    sources.back().vt.i16a = elems;
+    for (const bool onStack : {false, true}) {
+        auto release = [&](ZEL_VALUE *v) {
+            if (v->type == ZEL_TIMESTAMPTZ) {  // left to the tag by the value
+                onStack ? b_tag_stackFree(stack, v->vt.tszv) : b_tag_subFree(sub, v->vt.tszv);
+            } else {
+                onStack ? zel_valueFreeStack(v, stack) : zel_valueFree(v, sub);
+            }
+        };
+        for (size_t i = 0; i < std::size(setters); ++i) {
+            SCOPED_TRACE(testing::Message() << "setter " << i << (onStack ? " on the stack" : ""));
+            EXPECT_EQ(oom_check(master, {sub},
+                                [&] {
+                                    ZEL_VALUE v = onStack ? fresh() : subValue(sub);
+                                    if (onStack) {
+                                        v.tag.type = VAL_TAG_TYPE_STACK;
+                                        v.tag.tag.stack = stack;
+                                    }
+                                    const ZEL_VALUE before = v;
+                                    const ZEL_RETCODE rc = setters[i](&v);
+                                    if (rc != sOKAY) {
+                                        EXPECT_EQ(std::memcmp(&v, &before, sizeof v), 0);
+                                        return rc;
+                                    }
+                                    EXPECT_TRUE(sameData(v, sources[i]));
+                                    EXPECT_NE(v.vt.pv, sources[i].vt.pv);
+                                    release(&v);
+                                    return rc;
+                                },
+                                {}, {stack}),
+                      1);
+        }
+        for (const ZEL_VALUE &src : sources) {
+            SCOPED_TRACE(testing::Message()
+                         << "copy of type " << src.type << (onStack ? " on the stack" : ""));
+            oom_check(master, {sub},
+                      [&] {
+                          ZEL_VALUE d = fresh();
+                          const ZEL_VALUE before = d;
+                          const ZEL_RETCODE rc = onStack
+                                                     ? zel_valueCopyStackEx(&d, &src, 1000, stack)
+                                                     : zel_valueCopyEx(&d, &src, 1000, sub);
+                          if (rc != sOKAY) {
+                              EXPECT_EQ(std::memcmp(&d, &before, sizeof d), 0);
+                              return rc;
+                          }
+                          if (b_tag_masterFailureGiven(master) == ZEL_TRUE) {
+                              EXPECT_EQ(d.vt.pv, before.vt.pv);
+                              return rc;
+                          }
+                          EXPECT_TRUE(sameData(d, src));
+                          if (src.type != ZEL_TIMESTAMPTZ) {  // shared, not copied
+                              EXPECT_NE(d.vt.pv, src.vt.pv);
+                              release(&d);
+                          }
+                          return rc;
+                      },
+                      {}, {stack});
+        }
+    }
+    b_tag_stackDestroy(stack);
 }
 
 TEST(ValueLength, ByType) {
