@@ -19,6 +19,7 @@
 #include "tag_fixture.h"
 #include "convert.h"
 #include "datetime.h"
+#include "oom.h"
 #include "tag_stack.h"
 #include "value.h"
 #include "vectors.h"
@@ -1084,27 +1085,136 @@ TEST_F(ConvertValue, StackFormsUseTheStackTag) {
     b_tag_stackDestroy(stack);
 }
 
-TEST(ConvertValueMemory, EveryAllocationFailureLeavesNothing) {
-    ZEL_VALUE s;
-    zel_valueSetDouble(&s, -0.125);
-    bool done = false;
-    for (size_t room = 0; room < 64 && !done; ++room) {
-        SeededTags tags(4);
-        tags.Fill(16);
-        for (size_t i = 0; i < room; ++i) tags.Release();
-        ZEL_VALUE d;
-        zel_valueInit(&d);
-        const ZEL_RETCODE rc = zel_valueConvert(&d, &s, ZEL_CHAR, 0, kDf, '-', kTf, 0, tags.sub);
-        if (rc == sOKAY) {
-            EXPECT_STREQ(d.vt.cv, "-0.125");
-            zel_valueFree(&d, tags.sub);
-            done = true;
-        } else {
-            EXPECT_EQ(rc, eNOMEMORY);
-            EXPECT_EQ(d.type, ZEL_NOVAL);
+// A record source and the same value as a plain buffer.
+struct ConvertCase {
+    ZEL_VALUE src;
+    const void *buf;
+    size_t bufLen;
+    ZEL_TYPE to;
+};
+
+// Every way into a new value, through a sub tag and a stack tag, over pairs
+// that size, allocate and convert (text, decimals, UUIDs, binary, zoned time
+// stamps, copies), with allocation 1, 2, 3, ... failing: eNOMEMORY with the
+// destination untouched, or what the run without faults gave.
+TEST_F(ConvertValue, EveryFormUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
+    static const int64_t i64 = -1234567890123;
+    static const double dbl = -0.125;
+    static const uint8_t bytes[3] = {0xDE, 0xAD, 0x01};
+    static const ZEL_BCD_T dec = bcdOf("-12.345");
+    static const ZEL_UUID_T uuid = {0x00112233, 0x4455, 0x6677,
+                                    0x88,       0x99,   {0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff}};
+    static const ZEL_PACKED_TIMESTAMP_T ts{738000, 36000000};
+    std::vector<ConvertCase> cases;
+    auto add = [&](auto set, const void *buf, size_t len, ZEL_TYPE to) {
+        ZEL_VALUE v;
+        zel_valueInit(&v);
+        set(&v);
+        cases.push_back({v, buf, len, to});
+    };
+    for (ZEL_TYPE to : {ZEL_VARCHAR, ZEL_BCD, ZEL_BINARY})
+        add([](ZEL_VALUE *v) { zel_valueSetInt64(v, i64); }, &i64, 8, to);
+    add([](ZEL_VALUE *v) { zel_valueSetDouble(v, dbl); }, &dbl, 8, ZEL_CHAR);
+    add([](ZEL_VALUE *v) { zel_valueSetTimestamp(v, ts); }, &ts, 8, ZEL_TIMESTAMPTZ);
+    add([](ZEL_VALUE *v) { EXPECT_EQ(zel_valueSetBinary(v, bytes, 3), sOKAY); }, bytes, 3,
+        ZEL_CHAR);
+    add([](ZEL_VALUE *v) { EXPECT_EQ(zel_valueSetBCD(v, &dec), sOKAY); }, &dec, 37, ZEL_CHAR);
+    add([](ZEL_VALUE *v) { EXPECT_EQ(zel_valueSetUuid(v, &uuid), sOKAY); }, &uuid, 16, ZEL_CHAR);
+    for (auto [text, to] : {std::pair{"12.5", ZEL_BCD},
+                            {"00112233-4455-6677-8899-aabbccddeeff", ZEL_UUID},
+                            {"2021-01-31 12:34:56 +01:00", ZEL_TIMESTAMPTZ},
+                            {"0x01AB", ZEL_BINARY},
+                            {"some text", ZEL_CHAR},
+                            {"some text", ZEL_WVARCHAR_UTF8}})
+        add([text = text](ZEL_VALUE *v) { EXPECT_EQ(zel_valueSetString(v, text), sOKAY); }, text,
+            std::strlen(text) + 1, to);
+    for (const ConvertCase &c : cases) {
+        for (int form = 0; form < 4; ++form) {
+            SCOPED_TRACE(testing::Message() << c.src.type << " -> " << c.to << " form " << form);
+            const bool onStack = form % 2 == 1;
+            auto run = [&](ZEL_VALUE *d) {
+                switch (form) {
+                    case 0:
+                        return zel_valueConvert(d, &c.src, c.to, 0, kDf, '-', kTf, 0, sub);
+                    case 1:
+                        return zel_valueConvertStack(d, &c.src, c.to, 0, kDf, '-', kTf, 0, stack);
+                    case 2:
+                        return zel_valueConvertFromBuffer(d, c.to, 0, c.buf, c.src.type, c.bufLen,
+                                                          kDf, '-', kTf, 0, sub);
+                    default:
+                        return zel_valueConvertFromBufferStack(d, c.to, 0, c.buf, c.src.type,
+                                                               c.bufLen, kDf, '-', kTf, 0, stack);
+                }
+            };
+            auto release = [&](ZEL_VALUE *d) {
+                if (d->type == ZEL_TIMESTAMPTZ) {  // left to the tag by the value
+                    onStack ? b_tag_stackFree(stack, d->vt.tszv) : b_tag_subFree(sub, d->vt.tszv);
+                } else {
+                    onStack ? zel_valueFreeStack(d, stack) : zel_valueFree(d, sub);
+                }
+            };
+            ZEL_VALUE want;
+            zel_valueInit(&want);
+            ASSERT_GE(run(&want), 0);
+            oom_check(master, {sub},
+                      [&] {
+                          ZEL_VALUE d;
+                          zel_valueSetInt32(&d, 77);
+                          const ZEL_VALUE before = d;
+                          const ZEL_RETCODE rc = run(&d);
+                          if (rc < 0) {
+                              EXPECT_EQ(std::memcmp(&d, &before, sizeof d), 0);
+                              return rc;
+                          }
+                          EXPECT_TRUE(zel_valueEqual(&d, &want));
+                          release(&d);
+                          return rc;
+                      },
+                      {}, {stack});
+            release(&want);
         }
     }
-    EXPECT_TRUE(done);
+    b_tag_stackDestroy(stack);
+}
+
+// Arrays converted element by element and printed, through both tags.
+TEST_F(ConvertValue, ArraysUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
+    int32_t elems[3] = {1, -2, 300};
+    ZEL_VALUE s;
+    zel_valueSetInt32(&s, 0);
+    s.elts = 3;
+    s.vt.i32a = elems;
+    for (int form = 0; form < 3; ++form) {
+        EXPECT_EQ(oom_check(master, {sub},
+                            [&] {
+                                ZEL_VALUE d;
+                                zel_valueInit(&d);
+                                char *text = nullptr;
+                                const ZEL_RETCODE rc =
+                                    form == 0   ? b_convertZelArray(&s, &d, ZEL_INT16, sub)
+                                    : form == 1 ? b_convertZelArrayStack(&s, &d, ZEL_INT16, stack)
+                                                : b_convertArrayToString(&s, &text, 0, 0, sub);
+                                if (rc < 0) {
+                                    EXPECT_EQ(d.type, ZEL_NOVAL);
+                                    EXPECT_EQ(text, nullptr);
+                                } else if (form == 2) {
+                                    EXPECT_STREQ(text, "ARRAY[1,-2,300]");
+                                    b_tag_subFree(sub, text);
+                                } else {
+                                    EXPECT_EQ(d.vt.i16a[2], 300);
+                                    form == 0 ? zel_valueFree(&d, sub)
+                                              : zel_valueFreeStack(&d, stack);
+                                }
+                                return rc;
+                            },
+                            {}, {stack}),
+                  1);
+    }
+    b_tag_stackDestroy(stack);
 }
 
 TEST(ConvertValidate, NonFiniteKinds) {
