@@ -10,6 +10,7 @@
 #include <string>
 
 #include "base64.h"
+#include "oom.h"
 #include "tag_fixture.h"
 #include "vectors.h"
 
@@ -159,6 +160,18 @@ TEST_F(Base64Buffer, EncodeToBufferKeepsTheTerminator) {
     char mem[4];
     b_bufferInitStatic(&b, mem, sizeof mem, 0);
     EXPECT_EQ(b_base64EncodeToBuffer("Hello", 5, &b), eTRUNCATED);
+    // A failed growth is the tag's code; what was emitted before it stays.
+    const std::string big(300, 'x');
+    EXPECT_GE(oom_check(master, {sub},
+                        [&] {
+                            b_bufferInit(&b, sub);
+                            const ZEL_RETCODE rc =
+                                b_base64EncodeToBuffer(big.data(), big.size(), &b);
+                            EXPECT_EQ(b.len, rc == sOKAY ? 400u : b.len);
+                            b_bufferTerm(&b);
+                            return rc;
+                        }),
+              20);
 }
 
 }  // namespace
