@@ -8,6 +8,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "buffer.h"
@@ -28,13 +29,7 @@ struct Row {
 
 SCH_TYPE_INFO_T Col(ZEL_TYPE t, uint16_t length = 0) {
     SCH_TYPE_INFO_T pi{};
-    pi.type = t;
-    pi.type_info = b_typeGetInfo(t);
-    pi.byte_len = static_cast<uint16_t>(b_typeGetLength(t));
-    if (t == ZEL_VARCHAR) {
-        pi.x.c.len = length;
-        pi.byte_len = static_cast<uint16_t>(length * 4 + 1);
-    }
+    if (b_typeStandaloneColumn(t, 0, length, &pi) != sOKAY) std::abort();
     return pi;
 }
 

@@ -68,21 +68,8 @@ constexpr size_t numColumns = sizeof columns / sizeof columns[0];
 
 SCH_TYPE_INFO_T typeInfo(const Column &c) {
     SCH_TYPE_INFO_T pi{};
-    pi.type = c.type;
-    pi.elems = c.elems;
-    pi.type_info = b_typeGetInfo(c.type);
-    const size_t w = b_typeGetLength(c.type);
-    pi.byte_len = static_cast<uint16_t>(c.elems != 0 ? c.elems * w : w);
-    if (ZEL_TYPE_FAMILY(c.type) == ZEL_FAMILY_CHAR) {
-        pi.x.c.len = c.length;
-        pi.byte_len = static_cast<uint16_t>(c.length * 4 + 1);
-    } else if (c.type == ZEL_BINARY) {
-        pi.x.b.len = c.length;
-        pi.byte_len = c.length;
-    } else if (c.type == ZEL_VARBINARY) {
-        pi.x.b.len = c.length;
-        pi.byte_len = static_cast<uint16_t>(c.length + 2);
-    } else if (c.type == ZEL_BCD) {
+    if (b_typeStandaloneColumn(c.type, c.elems, c.length, &pi) != sOKAY) std::abort();
+    if (c.type == ZEL_BCD) {
         pi.x.d.prec = static_cast<uint8_t>(c.length);
         pi.x.d.scale = c.scale;
     }

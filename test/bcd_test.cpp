@@ -2,6 +2,7 @@
 // (test/data/gen_bcd.py), hand-worked stored bytes, the packed form's order and
 // round-trip properties, and the edge cases the arithmetic keeps on purpose.
 #include "bcd.h"
+#include "bcd_kernel_internal.h"
 
 #include <gtest/gtest.h>
 
@@ -299,6 +300,33 @@ TEST(BcdMultiply, SameAsWorkProductThenReduction) {
 
 TEST(BcdDivide, SameAsWorkQuotientThenReduction) {
     ExpectSameAsWorkThenAssign(zel_bcdDiv, zel_bcdWorkDiv);
+}
+
+// The grid, the general limbs and the digit iteration store the same quotient
+// wherever each applies (the fuzzer bcd_div_fuzz drives this further).
+TEST(BcdDivide, ThreePathsAgreeDigitForDigit) {
+    std::mt19937_64 rng(11);
+    int applied[3] = {};
+    using zel::detail::BcdDivPath;
+    for (int i = 0; i < 3000; ++i) {
+        ZEL_BCD_T a = RandomBcd(rng), b = RandomBcd(rng), want;
+        const auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(i % 5);
+        const ZEL_RETCODE want_rc = zel_bcdDiv(&a, &b, mode, &want);
+        int k = 0;
+        for (BcdDivPath path : {BcdDivPath::kGrid, BcdDivPath::kLimbs, BcdDivPath::kDigits}) {
+            ZEL_BCD_T got;
+            ZEL_RETCODE rc = sOKAY;
+            if (zel::detail::zel_bcd_div_by(path, &a, &b, mode, &got, &rc)) {
+                ++applied[k];
+                ASSERT_EQ(rc, want_rc) << Text(a) << " / " << Text(b) << " path " << k;
+                ASSERT_EQ(Text(got), Text(want)) << Text(a) << " / " << Text(b) << " path " << k;
+            }
+            ++k;
+        }
+    }
+    EXPECT_GT(applied[0], 2500);
+    EXPECT_GT(applied[1], 2500);
+    EXPECT_GT(applied[2], 2500);
 }
 
 TEST(BcdDivide, RandomQuotientTimesDivisorIsNearDividend) {

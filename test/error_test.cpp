@@ -17,7 +17,7 @@
 
 namespace {
 
-// ---------------------------------------------------------------- lookups
+// ---- Lookups.
 
 TEST(ErrorLookup, EveryRowRoundTrips) {
     for (int i = 0; i < no_zel_errors; ++i) {
@@ -120,7 +120,7 @@ TEST(ErrorLookup, GroupRangeByNameInAnyCase) {
     EXPECT_EQ(zelErrorGroupRange(nullptr, &first, &last), eINVNULLARG);
 }
 
-// ---------------------------------------------------------------- the object
+// ---- The object.
 
 // A user handler answer that is no code: hand back the code received.
 constexpr ZEL_RETCODE kEcho = static_cast<ZEL_RETCODE>(1);
@@ -442,6 +442,8 @@ TEST_F(ErrorObject, StatCopiesOnAStackTag) {
     EXPECT_EQ(zelGetErrorStatStack(&err_, stack, nullptr), eINVNULLARG);
     b_tag_stackDestroy(stack);
 }
+
+// ---- Out of memory.
 
 // The owned texts of an error object, "-" for none.
 std::vector<std::string> texts(const ZEL_ERR &e) {

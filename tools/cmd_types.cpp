@@ -82,17 +82,12 @@ struct zb_types_source {
 // digits of the number for a decimal.
 SCH_TYPE_INFO_T zb_types_column(ZEL_TYPE t, const char *text) {
     SCH_TYPE_INFO_T pi{};
-    pi.type = t;
-    pi.type_info = b_typeGetInfo(t);
-    pi.byte_len = static_cast<uint16_t>(b_typeGetLength(t));
     const size_t n = std::strlen(text);
-    if (ZEL_TYPE_FAMILY(t) == ZEL_FAMILY_CHAR) {
-        pi.x.c.len = static_cast<uint16_t>(n < 16000 ? n : 16000);
-        pi.byte_len = static_cast<uint16_t>(pi.x.c.len * 4 + 1);
-    } else if (t == ZEL_BINARY || t == ZEL_VARBINARY) {
-        pi.x.b.len = static_cast<uint16_t>(n < 65000 ? n : 65000);
-        pi.byte_len = static_cast<uint16_t>(pi.x.b.len + (t == ZEL_VARBINARY ? 2 : 0));
-    } else if (t == ZEL_BCD) {
+    const size_t cap = ZEL_TYPE_FAMILY(t) == ZEL_FAMILY_CHAR ? 16000 : 65000;
+    if (b_typeStandaloneColumn(t, 0, static_cast<uint16_t>(n < cap ? n : cap), &pi) != sOKAY) {
+        pi.type = t;  // no descriptor row: the caller reports it
+    }
+    if (t == ZEL_BCD) {
         ZEL_BCD_T b{};
         if (zel_bcdFromString(text, &b) >= 0) {
             const int scale = b.prec > b.exp ? b.prec - b.exp : 0;

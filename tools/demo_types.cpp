@@ -61,15 +61,10 @@ int zb_demo_types(FILE *out) {
     int failed = 0;
     for (const auto &c : cols) {
         SCH_TYPE_INFO_T pi{};
-        pi.type = c.type;
-        pi.type_info = b_typeGetInfo(c.type);
-        pi.byte_len = static_cast<uint16_t>(b_typeGetLength(c.type));
+        if (b_typeStandaloneColumn(c.type, 0, 10, &pi) != sOKAY) return 1;
         if (c.type == ZEL_BCD) {
             pi.x.d.prec = 5;
             pi.x.d.scale = 2;
-        } else if (c.type == ZEL_VARCHAR) {
-            pi.x.c.len = 10;
-            pi.byte_len = 41;
         }
         const ZEL_TYPE_INFO *row = pi.type_info;
         ZEL_VALUE v{}, back{};

@@ -20,6 +20,7 @@
 #include "convert_text.h"
 #include "datetime.h"
 #include "format.h"
+#include "tag_ref_internal.h"
 #include "psp.h"
 #include "tag_stack.h"
 #include "tag_sub.h"
@@ -28,6 +29,8 @@
 #include "value.h"
 
 namespace {
+
+using zel::detail::TagRef;
 
 constexpr size_t cnv_BCD_SIZE = sizeof(ZEL_BCD_T);
 static_assert(cnv_BCD_SIZE == 37);
@@ -43,6 +46,21 @@ constexpr ZEL_TYPE_DATA typeData[ZEL_CNV_TYPES] = {
     {ZEL_DATE, 4},  {ZEL_TIME, 4},   {ZEL_TIMETZ, 8}, {ZEL_TIMESTAMP, 8}, {ZEL_TIMESTAMPTZ, 16},
     {ZEL_ROWID, 8}, {ZEL_UUID, 16},
 };
+
+/* The sizes are those of the one table of type facts (typeInfoLength), but
+ * for two that differ on purpose: a boolean converts as one byte (it is 4 in a
+ * row), and the zone time stamp is listed at 16 bytes although its record and
+ * every conversion use 12 (kept: callers size destinations from this table). */
+constexpr bool cnv_sizesAgree() {
+    for (const ZEL_TYPE_DATA &row : typeData) {
+        size_t want = zel::detail::typeInfoLength(row.type);
+        if (row.type == ZEL_BOOL) want = 1;
+        if (row.type == ZEL_TIMESTAMPTZ) want = 16;
+        if (row.size != want) return false;
+    }
+    return true;
+}
+static_assert(cnv_sizesAgree());
 
 // Destination kinds that are not a plain C number.
 struct CnvBool {
@@ -921,189 +939,102 @@ constexpr CnvEntry W{cnv_wideRefused, CnvEntry::WIDE};
             cnv_##S##ToDoubleTrunc, cnv_##S##ToDecimalTrunc, N, N, N, N, N, ROWID, N \
     }
 
+// clang-format off
 constexpr CnvRow cnvMatrix[ZEL_CNV_TYPES] = {
-    {cnv_strcpyTrunc,       W,
-     cnv_stringToBinary,    cnv_stringToBoolean,
-     cnv_stringToInt8,      cnv_stringToUInt8,
-     cnv_stringToInt16,     cnv_stringToUInt16,
-     cnv_stringToInt32,     cnv_stringToUInt32,
-     cnv_stringToInt64,     cnv_stringToUInt64,
-     cnv_stringToFloat,     cnv_stringToDouble,
-     cnv_stringToDecimal,   cnv_stringToDate,
-     cnv_stringToTime,      cnv_stringToTimeTZ,
-     cnv_stringToTimestamp, cnv_stringToTimestampTZ,
-     cnv_stringToRowid,     cnv_stringToUuid},
-    {W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W, W},
-    {cnv_binaryToString,
-     W,
-     cnv_memcpyTrunc,
-     cnv_binaryToBoolean,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     cnv_memcpy,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_binaryToUuid},
-    CNV_NUM_ROW(uint8, N),  // ZEL_BOOL uses the uint8 functions
-    CNV_NUM_ROW(int8, cnv_int8ToRowidTrunc),
-    CNV_NUM_ROW(uint8, cnv_uint8ToRowidTrunc),
-    CNV_NUM_ROW(int16, cnv_int16ToRowidTrunc),
-    CNV_NUM_ROW(uint16, cnv_uint16ToRowidTrunc),
-    CNV_NUM_ROW(int32, cnv_int32ToRowidTrunc),
-    CNV_NUM_ROW(uint32, cnv_uint32ToRowidTrunc),
-    CNV_NUM_ROW(int64, cnv_int64ToRowidTrunc),
-    CNV_NUM_ROW(uint64, cnv_uint64ToRowidTrunc),
-    CNV_NUM_ROW(float, N),
-    CNV_NUM_ROW(double, N),
-    CNV_NUM_ROW(decimal, N),
-    {cnv_dateToString,
-     W,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_dateToDate,
-     N,
-     N,
-     cnv_dateToTimestamp,
-     cnv_dateToTimestampTZ,
-     N,
+    // A row per source type; its 22 cells are the destinations in the order of the columns
+    // above (CHAR WCHAR BINARY BOOL INT8 UINT8 INT16 UINT16 INT32 UINT32 INT64 UINT64
+    // FLOAT DOUBLE BCD DATE TIME TIMETZ TIMESTAMP TIMESTAMPTZ ROWID UUID).
+    // CHAR
+    {cnv_strcpyTrunc,         W,                       cnv_stringToBinary,
+     cnv_stringToBoolean,     cnv_stringToInt8,        cnv_stringToUInt8,
+     cnv_stringToInt16,       cnv_stringToUInt16,      cnv_stringToInt32,
+     cnv_stringToUInt32,      cnv_stringToInt64,       cnv_stringToUInt64,
+     cnv_stringToFloat,       cnv_stringToDouble,      cnv_stringToDecimal,
+     cnv_stringToDate,        cnv_stringToTime,        cnv_stringToTimeTZ,
+     cnv_stringToTimestamp,   cnv_stringToTimestampTZ, cnv_stringToRowid,
+     cnv_stringToUuid},
+    // WCHAR
+    {W, W, W, W, W, W,
+     W, W, W, W, W, W,
+     W, W, W, W, W, W,
+     W, W, W, W},
+    // BINARY
+    {cnv_binaryToString,  W,                   cnv_memcpyTrunc,     cnv_binaryToBoolean,
+     cnv_memcpy,          cnv_memcpy,          cnv_memcpy,          cnv_memcpy,
+     cnv_memcpy,          cnv_memcpy,          cnv_memcpy,          cnv_memcpy,
+     cnv_memcpy,          cnv_memcpy,          N,                   N,
+     N,                   N,                   N,                   N,
+     N,                   cnv_binaryToUuid},
+    CNV_NUM_ROW(uint8, N),                        // BOOL, as uint8
+    CNV_NUM_ROW(int8, cnv_int8ToRowidTrunc),      // INT8
+    CNV_NUM_ROW(uint8, cnv_uint8ToRowidTrunc),    // UINT8
+    CNV_NUM_ROW(int16, cnv_int16ToRowidTrunc),    // INT16
+    CNV_NUM_ROW(uint16, cnv_uint16ToRowidTrunc),  // UINT16
+    CNV_NUM_ROW(int32, cnv_int32ToRowidTrunc),    // INT32
+    CNV_NUM_ROW(uint32, cnv_uint32ToRowidTrunc),  // UINT32
+    CNV_NUM_ROW(int64, cnv_int64ToRowidTrunc),    // INT64
+    CNV_NUM_ROW(uint64, cnv_uint64ToRowidTrunc),  // UINT64
+    CNV_NUM_ROW(float, N),                        // FLOAT
+    CNV_NUM_ROW(double, N),                       // DOUBLE
+    CNV_NUM_ROW(decimal, N),                      // BCD
+    // DATE
+    {cnv_dateToString,      W,                     N,                     N,
+     N,                     N,                     N,                     N,
+     N,                     N,                     N,                     N,
+     N,                     N,                     N,                     cnv_dateToDate,
+     N,                     N,                     cnv_dateToTimestamp,   cnv_dateToTimestampTZ,
+     N,                     N},
+    // TIME
+    {cnv_timeToString,      W,                     N,                     N,
+     N,                     N,                     N,                     N,
+     N,                     N,                     N,                     N,
+     N,                     N,                     N,                     N,
+     cnv_timeToTime,        cnv_timeToTimeTZ,      cnv_timeToTimestamp,   cnv_timeToTimestampTZ,
+     N,                     N},
+    // TIMETZ
+    {cnv_timeTZToString,      W,                       N,
+     N,                       N,                       N,
+     N,                       N,                       N,
+     N,                       N,                       N,
+     N,                       N,                       N,
+     N,                       cnv_timeTZToTime,        cnv_timeTZToTimeTZ,
+     cnv_timeTZToTimestamp,   cnv_timeTZToTimestampTZ, N,
      N},
-    {cnv_timeToString,
-     W,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_timeToTime,
-     cnv_timeToTimeTZ,
-     cnv_timeToTimestamp,
-     cnv_timeToTimestampTZ,
-     N,
+    // TIMESTAMP
+    {cnv_timestampToString,      W,                          N,
+     N,                          N,                          N,
+     N,                          N,                          N,
+     N,                          N,                          N,
+     N,                          N,                          N,
+     cnv_timestampToDate,        cnv_timestampToTime,        cnv_timestampToTimeTZ,
+     cnv_timestampToTimestamp,   cnv_timestampToTimestampTZ, N,
      N},
-    {cnv_timeTZToString,
-     W,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_timeTZToTime,
-     cnv_timeTZToTimeTZ,
-     cnv_timeTZToTimestamp,
-     cnv_timeTZToTimestampTZ,
-     N,
+    // TIMESTAMPTZ
+    {cnv_timestampTZToString,      W,                            N,
+     N,                            N,                            N,
+     N,                            N,                            N,
+     N,                            N,                            N,
+     N,                            N,                            N,
+     cnv_timestampTZToDate,        cnv_timestampTZToTime,        cnv_timestampTZToTimeTZ,
+     cnv_timestampTZToTimestamp,   cnv_timestampTZToTimestampTZ, N,
      N},
-    {cnv_timestampToString,
-     W,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_timestampToDate,
-     cnv_timestampToTime,
-     cnv_timestampToTimeTZ,
-     cnv_timestampToTimestamp,
-     cnv_timestampToTimestampTZ,
-     N,
+    // ROWID, as uint64
+    {cnv_uint64ToStringTrunc, W,                       N,
+     N,                       cnv_uint64ToInt8Trunc,   cnv_uint64ToUInt8Trunc,
+     cnv_uint64ToInt16Trunc,  cnv_uint64ToUInt16Trunc, cnv_uint64ToInt32Trunc,
+     cnv_uint64ToUInt32Trunc, cnv_uint64ToInt64Trunc,  cnv_uint64ToUInt64Trunc,
+     N,                       N,                       N,
+     N,                       N,                       N,
+     N,                       N,                       cnv_uint64ToRowidTrunc,
      N},
-    {cnv_timestampTZToString,
-     W,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_timestampTZToDate,
-     cnv_timestampTZToTime,
-     cnv_timestampTZToTimeTZ,
-     cnv_timestampTZToTimestamp,
-     cnv_timestampTZToTimestampTZ,
-     N,
-     N},
-    // ZEL_ROWID uses the uint64 functions.
-    {cnv_uint64ToStringTrunc,
-     W,
-     N,
-     N,
-     cnv_uint64ToInt8Trunc,
-     cnv_uint64ToUInt8Trunc,
-     cnv_uint64ToInt16Trunc,
-     cnv_uint64ToUInt16Trunc,
-     cnv_uint64ToInt32Trunc,
-     cnv_uint64ToUInt32Trunc,
-     cnv_uint64ToInt64Trunc,
-     cnv_uint64ToUInt64Trunc,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     N,
-     cnv_uint64ToRowidTrunc,
-     N},
-    {cnv_uuidToString, W, cnv_uuidToBinary, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N, N,
-     cnv_uuidToUuid},
+    // UUID
+    {cnv_uuidToString, W,                cnv_uuidToBinary, N,                N,
+     N,                N,                N,                N,                N,
+     N,                N,                N,                N,                N,
+     N,                N,                N,                N,                N,
+     N,                cnv_uuidToUuid},
 };
+// clang-format on
 #undef CNV_NUM_ROW
 
 // The packed-decimal functions have slots of their own that no pair reaches.
@@ -1225,13 +1156,13 @@ void cnv_fillFormats(CNVCB &cb, const CnvFormats &f) {
     cb.tz_disp = f.tz_disp;
 }
 
-void cnv_setTag(CNVCB &cb, B_TAG_SUB sub, B_TAG_STACK stack) {
-    if (sub != nullptr) {
+void cnv_setTag(CNVCB &cb, TagRef tag) {
+    if (tag.sub() != nullptr) {
         cb.tag.type = CONV_TAG_TYPE_SUB;
-        cb.tag.u.sub = sub;
+        cb.tag.u.sub = tag.sub();
     } else {
         cb.tag.type = CONV_TAG_TYPE_STACK;
-        cb.tag.u.stack = stack;
+        cb.tag.u.stack = tag.stack();
     }
 }
 
@@ -1255,39 +1186,20 @@ ZEL_RETCODE cnv_setSrc(CNVCB &cb, const void *p, ZEL_TYPE srcType) {
     return eINVNULLARG;
 }
 
-ZEL_RETCODE cnv_allocClear(B_TAG_SUB t, size_t n, void *p) {
-    return b_tag_subAllocClear(t, n, p);
-}
-ZEL_RETCODE cnv_allocClear(B_TAG_STACK t, size_t n, void *p) {
-    return b_tag_stackAllocClear(t, n, p);
-}
-ZEL_RETCODE cnv_allocOrNull(B_TAG_SUB t, size_t n, void *p) {
-    return b_tag_subAllocOrSetNull(t, n, p);
-}
-ZEL_RETCODE cnv_allocOrNull(B_TAG_STACK t, size_t n, void *p) {
-    return b_tag_stackAllocOrSetNull(t, n, p);
-}
-void cnv_free(B_TAG_SUB t, void *p) {
-    b_tag_subFree(t, p);
-}
-void cnv_free(B_TAG_STACK t, void *p) {
-    b_tag_stackFree(t, p);
-}
-ZEL_RETCODE cnv_copyValue(ZEL_VALUE *d, const ZEL_VALUE *s, size_t max, B_TAG_SUB t) {
-    return zel_valueCopyEx(d, s, max, t);
-}
-ZEL_RETCODE cnv_copyValue(ZEL_VALUE *d, const ZEL_VALUE *s, size_t max, B_TAG_STACK t) {
-    return zel_valueCopyStackEx(d, s, max, t);
+ZEL_RETCODE cnv_copyValue(ZEL_VALUE *d, const ZEL_VALUE *s, size_t max, TagRef tag) {
+    if (tag.sub() != nullptr) return zel_valueCopyEx(d, s, max, tag.sub());
+    return zel_valueCopyStackEx(d, s, max, tag.stack());
 }
 
-// The core of b_convertZelValue; exactly one of sub and stack is used.
+ZEL_RETCODE cnv_convertArray(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE dstType,
+                             TagRef tag);
+
+// The core of b_convertZelValue and its stack-tag form.
 ZEL_RETCODE convZelValue(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE dstType,
-                         size_t uDstMaxLen, const CnvFormats &fmt, B_TAG_SUB sub,
-                         B_TAG_STACK stack) {
+                         size_t uDstMaxLen, const CnvFormats &fmt, TagRef tag) {
     if (pSrcVal == nullptr || pDstVal == nullptr) return eINVNULLARG;
     if (cnv_isNumberFamily(pSrcVal->type) && pSrcVal->elts != 0)
-        return sub != nullptr ? b_convertZelArray(pSrcVal, pDstVal, dstType, sub)
-                              : b_convertZelArrayStack(pSrcVal, pDstVal, dstType, stack);
+        return cnv_convertArray(pSrcVal, pDstVal, dstType, tag);
     CNVCODE code = 0;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = getConvertCode(pSrcVal->type, dstType, &code));
@@ -1298,7 +1210,7 @@ ZEL_RETCODE convZelValue(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE 
                               pSrcVal->type));
     cnv_setDst(cb, pDstVal, dstType, uDstMaxLen);
     cnv_fillFormats(cb, fmt);
-    cnv_setTag(cb, sub, stack);
+    cnv_setTag(cb, tag);
     ZEL_CHECK(rc = cnvFcns[code](&cb));
     pDstVal->type = dstType;
     pDstVal->status = pSrcVal->status;
@@ -1307,9 +1219,8 @@ ZEL_RETCODE convZelValue(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE 
     return rc;
 }
 
-template <class Tag>
 ZEL_RETCODE cnv_convertArray(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE dstType,
-                             Tag tag) {
+                             TagRef tag) {
     if (pSrcVal == nullptr || pDstVal == nullptr) return eINVNULLARG;
     if (!cnv_isNumberFamily(dstType) || pSrcVal->elts == 0) return eINVCONVERT;
     const size_t dWidth = zel::detail::typeInfoLength(dstType);
@@ -1319,7 +1230,7 @@ ZEL_RETCODE cnv_convertArray(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_T
     const uint32_t n = pSrcVal->elts;
     char *out = nullptr;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = cnv_allocClear(tag, dWidth * n, &out));
+    ZEL_CHECK(rc = tag.allocClear(dWidth * n, &out));
     const auto *in = static_cast<const char *>(pSrcVal->vt.pv);
     ZEL_RETCODE last = sOKAY;
     for (uint32_t i = 0; i < n; ++i) {
@@ -1328,12 +1239,7 @@ ZEL_RETCODE cnv_convertArray(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_T
         std::memcpy(&s.vt, in + i * sWidth, sWidth);
         ZEL_VALUE d;
         zel_valueInit(&d);
-        if constexpr (std::is_same_v<Tag, B_TAG_SUB>) {
-            last = b_convertZelValue(&s, &d, dstType, 0, ZEL_YYYYMMDD, '-', ZEL_HHMMSSFFFF, 0, tag);
-        } else {
-            last = b_convertZelValueStack(&s, &d, dstType, 0, ZEL_YYYYMMDD, '-', ZEL_HHMMSSFFFF, 0,
-                                          tag);
-        }
+        last = convZelValue(&s, &d, dstType, 0, {ZEL_YYYYMMDD, '-', ZEL_HHMMSSFFFF, 0}, tag);
         if (last == sOKAY) std::memcpy(out + i * dWidth, &d.vt, dWidth);
     }
     pDstVal->type = dstType;
@@ -1395,8 +1301,7 @@ ZEL_RETCODE calcDestLen(ZEL_TYPE stype, size_t slen, ZEL_TYPE dtype, size_t *pDs
 
 // Puts the destination's data memory in place; *allocated gets what was
 // taken (null for nothing).
-template <class Tag>
-ZEL_RETCODE allocDataBuffer(ZEL_VALUE *dval, ZEL_TYPE dtype, size_t dlen, Tag tag,
+ZEL_RETCODE allocDataBuffer(ZEL_VALUE *dval, ZEL_TYPE dtype, size_t dlen, TagRef tag,
                             void **allocated) {
     void *p = nullptr;
     ZEL_RETCODE rc = sOKAY;
@@ -1409,15 +1314,15 @@ ZEL_RETCODE allocDataBuffer(ZEL_VALUE *dval, ZEL_TYPE dtype, size_t dlen, Tag ta
         case ZEL_UUID:
         case ZEL_CLOB:
         case ZEL_WCLOB_UTF8:
-            rc = cnv_allocClear(tag, dlen, &p);
+            rc = tag.allocClear(dlen, &p);
             break;
         case ZEL_TIMESTAMPTZ:
-            rc = cnv_allocClear(tag, sizeof(ZEL_PACKED_TIMESTAMPTZ_T), &p);
+            rc = tag.allocClear(sizeof(ZEL_PACKED_TIMESTAMPTZ_T), &p);
             break;
         case ZEL_BINARY:
         case ZEL_VARBINARY:
         case ZEL_BLOB:
-            rc = cnv_allocOrNull(tag, dlen, &p);
+            rc = tag.allocOrNull(dlen, &p);
             break;
         default:
             return sOKAY;
@@ -1450,25 +1355,17 @@ struct CnvSource {
     size_t len;
 };
 
-template <class Tag>
 ZEL_RETCODE cnv_runInto(const CnvSource &src, ZEL_VALUE *out, ZEL_TYPE dstType, size_t max,
-                        const CnvFormats &f, Tag tag) {
-    B_TAG_SUB sub = nullptr;
-    B_TAG_STACK stack = nullptr;
-    if constexpr (std::is_same_v<Tag, B_TAG_SUB>)
-        sub = tag;
-    else
-        stack = tag;
-    if (src.val != nullptr) return convZelValue(src.val, out, dstType, max, f, sub, stack);
+                        const CnvFormats &f, TagRef tag) {
+    if (src.val != nullptr) return convZelValue(src.val, out, dstType, max, f, tag);
     return convertBufferToZelValue(src.buf, src.type, src.len, out, dstType, max, f.date_format,
-                                   f.date_sep, f.time_format, f.tz_disp, sub, stack);
+                                   f.date_sep, f.time_format, f.tz_disp, tag.sub(), tag.stack());
 }
 
 // Steps shared by zel_valueConvert and zel_valueConvertFromBuffer: size,
 // allocate, convert; dVal is written only on sOKAY or sTRUNCATE.
-template <class Tag>
 ZEL_RETCODE cnv_valueConvert(ZEL_VALUE *dVal, const CnvSource &src, ZEL_TYPE dstType,
-                             size_t uDstMaxLen, const CnvFormats &f, Tag tag) {
+                             size_t uDstMaxLen, const CnvFormats &f, TagRef tag) {
     ZEL_VALUE out;
     zel_valueInit(&out);
     size_t dlen = uDstMaxLen;
@@ -1496,9 +1393,8 @@ ZEL_RETCODE cnv_valueConvert(ZEL_VALUE *dVal, const CnvSource &src, ZEL_TYPE dst
     }
     rc = cnv_runInto(src, &out, dstType, dlen, f, tag);
     if (rc != sOKAY && rc != sTRUNCATE) {
-        if (out.elts != 0 && out.vt.pv != nullptr && out.vt.pv != allocated)
-            cnv_free(tag, const_cast<void *>(out.vt.pv));
-        if (allocated != nullptr) cnv_free(tag, allocated);
+        if (out.elts != 0 && out.vt.pv != nullptr && out.vt.pv != allocated) tag.release(out.vt.pv);
+        tag.release(allocated);
         return rc;
     }
     out.status = vsOKAY;
@@ -1508,9 +1404,8 @@ ZEL_RETCODE cnv_valueConvert(ZEL_VALUE *dVal, const CnvSource &src, ZEL_TYPE dst
     return rc;
 }
 
-template <class Tag>
 ZEL_RETCODE cnv_valueConvertTop(ZEL_VALUE *dVal, const ZEL_VALUE *sVal, ZEL_TYPE dstType,
-                                size_t uDstMaxLen, const CnvFormats &f, Tag tag) {
+                                size_t uDstMaxLen, const CnvFormats &f, TagRef tag) {
     if (dVal == nullptr || sVal == nullptr) return eINVNULLARG;
     if (cnv_copiesAsItStands(sVal, dstType)) {
         // The deep copy does not report a failed copy of a scalar's data and
@@ -1534,10 +1429,9 @@ ZEL_RETCODE cnv_valueConvertTop(ZEL_VALUE *dVal, const ZEL_VALUE *sVal, ZEL_TYPE
     return cnv_valueConvert(dVal, src, dstType, uDstMaxLen, f, tag);
 }
 
-template <class Tag>
 ZEL_RETCODE cnv_valueConvertFromBuffer(ZEL_VALUE *pDstVal, ZEL_TYPE dstType, size_t dstMaxLen,
                                        const void *pSrcVal, ZEL_TYPE srcType, size_t srcLen,
-                                       const CnvFormats &f, Tag tag) {
+                                       const CnvFormats &f, TagRef tag) {
     if (pDstVal == nullptr || (pSrcVal == nullptr && srcLen != 0)) return eINVNULLARG;
     const CnvSource src{nullptr, pSrcVal, srcType, srcLen};
     return cnv_valueConvert(pDstVal, src, dstType, dstMaxLen, f, tag);
@@ -1617,7 +1511,7 @@ ZEL_RETCODE b_convertZelValue(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_
                               size_t uDstMaxLen, ZEL_DATE_FORMAT date_format, char date_sep,
                               ZEL_TIME_FORMAT time_format, int16_t tz_disp, B_TAG_SUB subTag) {
     return convZelValue(pSrcVal, pDstVal, dstType, uDstMaxLen,
-                        {date_format, date_sep, time_format, tz_disp}, subTag, nullptr);
+                        {date_format, date_sep, time_format, tz_disp}, subTag);
 }
 
 ZEL_RETCODE b_convertZelValueStack(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal, ZEL_TYPE dstType,
@@ -1625,7 +1519,7 @@ ZEL_RETCODE b_convertZelValueStack(const ZEL_VALUE *pSrcVal, ZEL_VALUE *pDstVal,
                                    ZEL_TIME_FORMAT time_format, int16_t tz_disp,
                                    B_TAG_STACK stackTag) {
     return convZelValue(pSrcVal, pDstVal, dstType, uDstMaxLen,
-                        {date_format, date_sep, time_format, tz_disp}, nullptr, stackTag);
+                        {date_format, date_sep, time_format, tz_disp}, stackTag);
 }
 
 ZEL_RETCODE convertBufferToZelValue(const void *pSrcVal, ZEL_TYPE srcType, size_t srcLen,
@@ -1642,7 +1536,7 @@ ZEL_RETCODE convertBufferToZelValue(const void *pSrcVal, ZEL_TYPE srcType, size_
     ZEL_CHECK(rc = cnv_setSrc(cb, pSrcVal, srcType));
     cnv_setDst(cb, pDstVal, dstType, uDstMaxLen);
     cnv_fillFormats(cb, {date_format, date_sep, time_format, tz_disp});
-    cnv_setTag(cb, subTag, stackTag);
+    cnv_setTag(cb, subTag != nullptr ? TagRef(subTag) : TagRef(stackTag));
     ZEL_CHECK(rc = cnvFcns[code](&cb));
     pDstVal->type = dstType;
     pDstVal->status = vsOKAY;

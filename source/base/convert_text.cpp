@@ -20,8 +20,7 @@
 #include "convert_text_internal.h"
 #include "datetime.h"
 #include "psp.h"
-#include "tag_stack.h"
-#include "tag_sub.h"
+#include "tag_ref_internal.h"
 #include "uuid.h"
 
 using zel::detail::CNV_SYM_ANY;
@@ -34,7 +33,7 @@ constexpr char END = CNV_SYM_END;
 constexpr char DIG = CNV_SYM_DIGIT;
 constexpr char ANY = CNV_SYM_ANY;
 
-/* ---- The scanner. */
+// ---- The scanner.
 
 constexpr bool cnv_textIsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -107,7 +106,7 @@ void cnv_textRun(const B_ACTION *const (&table)[N], const CnvDense<N> &dense, st
     }
 }
 
-/* ---- Number syntax. Rows are symbol, rule, shift, next state. */
+// ---- Number syntax. Rows are symbol, rule, shift, next state.
 
 constexpr int CNV_NUM_STOP = 5;
 constexpr B_ACTION cnv_textNum0[] = {{'+', 0, 1, 1},  {'-', 1, 1, 1}, {DIG, 0, 0, 1},
@@ -185,7 +184,7 @@ ZEL_RETCODE cnv_textParseNumber(std::string_view text, CnvNumber *out) {
     return sOKAY;
 }
 
-/* ---- Date literals. */
+// ---- Date literals.
 
 constexpr int CNV_DATE_STOP = 24;
 enum : int16_t { CNV_DATE_BAD = 1, CNV_DATE_YEAR = 2, CNV_DATE_MONTH = 3, CNV_DATE_DAY = 4 };
@@ -229,9 +228,9 @@ constexpr const B_ACTION *dateStateTable[CNV_DATE_STOP] = {
     cnv_textDate18, cnv_textDate19, cnv_textDate20, cnv_textDate21, cnv_textDate22, cnv_textDate23};
 constexpr auto cnv_textDateDense = cnv_textDense(dateStateTable);
 
-/* ---- Escape clauses. A negative state stops. Every state that can meet the
- * end of the text has a row for it (or a catch-all that stops or hands the
- * end back to state 0), so the scan never runs past the terminator. */
+// ---- Escape clauses. A negative state stops. Every state that can meet the
+// end of the text has a row for it (or a catch-all that stops or hands the
+// end back to state 0), so the scan never runs past the terminator.
 
 constexpr int CNV_ESC_STATES = 59;
 enum : int16_t {
@@ -351,22 +350,15 @@ constexpr const B_ACTION *EscStateTable[CNV_ESC_STATES] = {
     cnv_textEsc54, cnv_textEsc55, cnv_textEsc56, cnv_textEsc57, cnv_textEsc58};
 constexpr auto cnv_textEscDense = cnv_textDense(EscStateTable);
 
-/* ---- The source text of a control block, terminated. A text whose
- * terminator lies within tSrcLen is used in place; one without is copied, to
- * a local buffer when short, else to the conversion's tag. */
+// ---- The source text of a control block, terminated. A text whose
+// terminator lies within tSrcLen is used in place; one without is copied, to
+// a local buffer when short, else to the conversion's tag.
 class CnvText {
   public:
     CnvText() = default;
     CnvText(const CnvText &) = delete;
     CnvText &operator=(const CnvText &) = delete;
-    ~CnvText() {
-        if (heap_ == nullptr) return;
-        if (tag_.type == CONV_TAG_TYPE_SUB) {
-            b_tag_subFree(tag_.u.sub, heap_);
-        } else {
-            b_tag_stackFree(tag_.u.stack, heap_);
-        }
-    }
+    ~CnvText() { tag_.release(heap_); }
 
     ZEL_RETCODE init(const CNVCB *cb) {
         if (cb->pvSrc == nullptr) return cb->tSrcLen == 0 ? sOKAY : eINVNULLARG;
@@ -380,15 +372,11 @@ class CnvText {
         len_ = cb->tSrcLen;
         char *copy = local_;
         if (len_ >= sizeof local_) {
-            ZEL_RETCODE rc;
-            if (cb->tag.type == CONV_TAG_TYPE_SUB) {
-                ZEL_CHECK(rc = b_tag_subAlloc(cb->tag.u.sub, len_ + 1, &heap_));
-            } else if (cb->tag.type == CONV_TAG_TYPE_STACK) {
-                ZEL_CHECK(rc = b_tag_stackAlloc(cb->tag.u.stack, len_ + 1, &heap_));
-            } else {
-                return eNOMEMORY;
-            }
-            tag_ = cb->tag;
+            // The control block's tag; none at all gives eNOMEMORY.
+            tag_ = cb->tag.type == CONV_TAG_TYPE_SUB     ? zel::detail::TagRef(cb->tag.u.sub)
+                   : cb->tag.type == CONV_TAG_TYPE_STACK ? zel::detail::TagRef(cb->tag.u.stack)
+                                                         : zel::detail::TagRef();
+            ZEL_CHECK(tag_.alloc(len_ + 1, &heap_));
             copy = heap_;
         }
         std::memcpy(copy, src, len_);
@@ -405,7 +393,7 @@ class CnvText {
     const char *str_ = "";
     size_t len_ = 0;
     char *heap_ = nullptr;
-    convTag tag_{};
+    zel::detail::TagRef tag_;
     char local_[128];
 };
 
@@ -580,7 +568,7 @@ ZEL_RETCODE cnv_textDateRewrite(std::string_view text, ZEL_DATE_FORMAT fmt, char
     return sOKAY;
 }
 
-/* ---- Escape rewriting: one pass that writes only when `out` is not null. */
+// ---- Escape rewriting: one pass that writes only when `out` is not null.
 
 constexpr size_t CNV_ESC_TEXT_MAX = 65534;  // positions count in 16 bits
 

@@ -76,7 +76,7 @@ constexpr DtTimeFormat timeFormats[7] = {{"HH", 1, 0, 1},
                                          {"HH:MM:SS.FFF", 3, 3, 10},
                                          {"HH:MM:SS.FFFF", 3, 4, 1}};
 
-// ---------------------------------------------------------------- calendar
+// ---- Calendar.
 
 constexpr bool dt_isLeapYear(int64_t year) {
     const int64_t r = year % 400;
@@ -144,7 +144,7 @@ ZEL_PACKED_DATE_T dt_setDate(ZEL_PACKED_DATE_T dateVal, int sDateDiff) {
     return dateVal + static_cast<uint32_t>(sDateDiff);
 }
 
-// ---------------------------------------------------------------- time and zones
+// ---- Time and zones.
 
 ZEL_RETCODE dt_timezoneValidate(int32_t tz) {
     return tz < ZEL_TIMEZONE_MIN || tz > ZEL_TIMEZONE_MAX ? eBASE_INVTIMEZONE : sOKAY;
@@ -218,7 +218,7 @@ ZEL_PACKED_TIMESTAMP_T dt_localNow(int32_t tz) {
     return ts;
 }
 
-// ---------------------------------------------------------------- printing
+// ---- Printing.
 
 #define DT_EMIT(c)                                         \
     do {                                                   \
@@ -257,7 +257,7 @@ ZEL_RETCODE dt_emitUnpackedTime(const ZEL_TIME_T &t, ZEL_TIME_FORMAT time_fmt, Z
     return sOKAY;
 }
 
-// ---------------------------------------------------------------- parsing
+// ---- Parsing.
 
 constexpr bool dt_isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -451,7 +451,7 @@ ZEL_RETCODE dt_toString(char *buf, size_t bufSize, size_t *puSize, F &&format) {
 
 extern "C" {
 
-// ---------------------------------------------------------------- parts of a date
+// ---- Parts of a date.
 
 const char *zel_dateDayAbr(ZEL_PACKED_DATE_T dt) {
     return dayAbbreviations[dt % 7];
@@ -511,7 +511,7 @@ DT_TIMESTAMP_PART(uint16_t, Minute, time, time)
 DT_TIMESTAMP_PART(uint16_t, Second, time, time)
 DT_TIMESTAMP_PART(uint16_t, Fraction, time, time)
 
-// ---------------------------------------------------------------- parts of a time
+// ---- Parts of a time.
 
 uint16_t zel_timeHour(ZEL_PACKED_TIME_T tm) {
     return static_cast<uint16_t>(tm / kUnitsPerHour);
@@ -526,7 +526,7 @@ uint16_t zel_timeFraction(ZEL_PACKED_TIME_T tm) {
     return tm >= kUnitsPerDay ? 0 : static_cast<uint16_t>(tm % ZEL_TIME_UNITS_PER_SEC);
 }
 
-// ---------------------------------------------------------------- zero values
+// ---- Zero values.
 
 ZEL_PACKED_DATE_T zel_dateZero(void) {
     return 1;
@@ -544,7 +544,7 @@ ZEL_PACKED_TIMESTAMPTZ_T zel_timestamptzZero(void) {
     return ZEL_PACKED_TIMESTAMPTZ_T{1, 0, 0};
 }
 
-// ---------------------------------------------------------------- pack and unpack
+// ---- Pack and unpack.
 
 ZEL_RETCODE zel_datePack(const ZEL_DATE_T *cd, ZEL_PACKED_DATE_T *dt) {
     if (cd == nullptr || dt == nullptr) return eINVNULLARG;
@@ -638,7 +638,7 @@ ZEL_RETCODE zel_timestamptzUnpack(ZEL_PACKED_TIMESTAMPTZ_T tszVal, ZEL_TIMESTAMP
     return sOKAY;
 }
 
-// ---------------------------------------------------------------- zone shifts
+// ---- Zone shifts.
 
 ZEL_RETCODE zel_timetzToTime(ZEL_PACKED_TIMETZ_T timetzVal, int32_t local_timezone,
                              ZEL_PACKED_TIME_T *pTimeVal) {
@@ -693,7 +693,7 @@ ZEL_RETCODE zel_timestampDaysDiff(ZEL_PACKED_TIMESTAMP_T start, ZEL_PACKED_TIMES
     return sOKAY;
 }
 
-// ---------------------------------------------------------------- clock
+// ---- Clock.
 
 ZEL_RETCODE zel_dateToday(int32_t time_zone, ZEL_PACKED_DATE_T *pdt) {
     ZEL_RETCODE rc;
@@ -742,7 +742,7 @@ double zel_timestampNowAsDouble(void) {
     return static_cast<double>(psp_timeMeasureNanoSecs()) / 1e9;
 }
 
-// ---------------------------------------------------------------- text out
+// ---- Text out.
 
 ZEL_RETCODE dt_dateFormat(ZEL_PACKED_DATE_T dateVal, ZEL_DATE_FORMAT date_fmt, char date_sep,
                           ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
@@ -857,7 +857,7 @@ ZEL_RETCODE zel_timestamptzToString(ZEL_PACKED_TIMESTAMPTZ_T tstzv, ZEL_DATE_FOR
     });
 }
 
-// ---------------------------------------------------------------- clock as text
+// ---- Clock as text.
 
 ZEL_RETCODE zel_dateNowAsString(int32_t time_zone, char *datebuf, size_t buflen) {
     ZEL_PACKED_DATE_T d;
@@ -908,7 +908,7 @@ ZEL_RETCODE zel_timestamptzNowAsString(int32_t tzValue, char *tszbuf, size_t buf
     return rc;
 }
 
-// ---------------------------------------------------------------- text in
+// ---- Text in.
 
 ZEL_RETCODE dt_dateFromString(const char *str, ZEL_DATE_FORMAT date_fmt, ZEL_PACKED_DATE_T *pdv) {
     ZEL_DATE_T cd;
@@ -995,7 +995,7 @@ ZEL_RETCODE zel_timezoneFromString(const char *str, int16_t *tz_disp) {
     return dt_convertStringToTimezonePortion(&str, tz_disp);
 }
 
-// ---------------------------------------------------------------- formats
+// ---- Formats.
 
 ZEL_RETCODE zel_dateValidateFormat(ZEL_DATE_FORMAT df) {
     return df < ZEL_MMDDYYYY || df > ZEL_DDMMYYYY ? eINVDATEFMT : sOKAY;

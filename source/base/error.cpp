@@ -75,7 +75,7 @@ ZEL_RETCODE zelErrorFillStat(const ZEL_ERR *err, ERR_STAT *pES, CopyFcn copy, Dr
 
 extern "C" {
 
-// ---------------------------------------------------------------- lookups
+// ---- Lookups.
 
 // Linear over the leading non-negative rows (remembering a match), then a
 // binary search over the errors, whose codes fall as the index rises.
@@ -155,7 +155,7 @@ ZEL_RETCODE zelErrorGroupRange(const char *grname, ZEL_RETCODE *pFirst, ZEL_RETC
     return sNOTFOUND;
 }
 
-// ---------------------------------------------------------------- the object
+// ---- The object.
 
 void zelErrorInit(ZEL_ERR_PTR err, B_TAG_SUB subTag) {
     if (err == nullptr) return;

@@ -9,8 +9,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "tag_stack.h"
-#include "tag_sub.h"
+#include "tag_ref_internal.h"
 
 namespace {
 
@@ -21,6 +20,17 @@ int b_formatMeasure(const char *fmt, va_list args) {
     int n = std::vsnprintf(nullptr, 0, fmt, copy);
     va_end(copy);
     return n;
+}
+
+// The formatted text in fresh memory of the sub or stack tag.
+ZEL_RETCODE b_makeStrOn(zel::detail::TagRef tag, char **res, const char *fmt, va_list args) {
+    int n = b_formatMeasure(fmt, args);
+    if (n < 0) return eNOMEMORY;
+    char *text = nullptr;
+    ZEL_CHECK(tag.alloc(static_cast<size_t>(n) + 1, &text));
+    b_vsnprintf(text, static_cast<size_t>(n) + 1, fmt, args);
+    *res = text;
+    return sOKAY;
 }
 
 }  // namespace
@@ -82,14 +92,7 @@ ZEL_RETCODE b_outputString(ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx, const char *str
 }
 
 ZEL_RETCODE b_makeStrV(B_TAG_SUB subTag, char **res, const char *fmt, va_list args) {
-    int n = b_formatMeasure(fmt, args);
-    if (n < 0) return eNOMEMORY;
-    ZEL_RETCODE rc;
-    char *text = nullptr;
-    ZEL_CHECK(rc = b_tag_subAlloc(subTag, static_cast<size_t>(n) + 1, &text));
-    b_vsnprintf(text, static_cast<size_t>(n) + 1, fmt, args);
-    *res = text;
-    return sOKAY;
+    return b_makeStrOn(subTag, res, fmt, args);
 }
 
 ZEL_RETCODE b_makeStr(B_TAG_SUB subTag, char **res, const char *fmt, ...) {
@@ -101,14 +104,7 @@ ZEL_RETCODE b_makeStr(B_TAG_SUB subTag, char **res, const char *fmt, ...) {
 }
 
 ZEL_RETCODE b_makeStrStackV(B_TAG_STACK stackTag, char **res, const char *fmt, va_list args) {
-    int n = b_formatMeasure(fmt, args);
-    if (n < 0) return eNOMEMORY;
-    ZEL_RETCODE rc;
-    char *text = nullptr;
-    ZEL_CHECK(rc = b_tag_stackAlloc(stackTag, static_cast<size_t>(n) + 1, &text));
-    b_vsnprintf(text, static_cast<size_t>(n) + 1, fmt, args);
-    *res = text;
-    return sOKAY;
+    return b_makeStrOn(stackTag, res, fmt, args);
 }
 
 ZEL_RETCODE b_makeStrStack(B_TAG_STACK stackTag, char **res, const char *fmt, ...) {

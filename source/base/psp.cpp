@@ -29,6 +29,8 @@
 #include <limits>
 #include <system_error>
 
+#include "psp_utf8_internal.h"
+
 namespace {
 
 constexpr size_t psp_kPageSize = 4096;
@@ -73,7 +75,7 @@ uint64_t psp_clockNanos(clockid_t clock) {
     return uint64_t(ts.tv_sec) * psp_kNanosPerSec + uint64_t(ts.tv_nsec);
 }
 
-/* ---- Threads. */
+// ---- Threads.
 
 struct PspThreadStart {
     PSP_THREAD_FCN fcn;
@@ -92,7 +94,7 @@ void *psp_threadTrampoline(void *p) {
     return reinterpret_cast<void *>(static_cast<intptr_t>(rc));
 }
 
-/* ---- Files. */
+// ---- Files.
 
 /* Reads until `wanted` bytes or the end of the input: a short count means the end. */
 ZEL_RETCODE psp_readFull(PSP_FILE_T file, void *buf, uint32_t wanted, bool positioned,
@@ -153,31 +155,12 @@ ZEL_RETCODE psp_consoleCode(PSP_FILE_T file) {
     return isatty(file) ? sFILE_CONSOLE : sOKAY;
 }
 
-/* ---- The console's UTF-16 units (host order) against the terminal's UTF-8. */
+// ---- The console's UTF-16 units (host order) against the terminal's UTF-8.
 
 constexpr uint32_t psp_kReplacement = 0xFFFD;
 
 size_t psp_utf8Put(uint32_t cp, unsigned char *out) {
-    if (cp < 0x80) {
-        out[0] = static_cast<unsigned char>(cp);
-        return 1;
-    }
-    if (cp < 0x800) {
-        out[0] = static_cast<unsigned char>(0xC0 | (cp >> 6));
-        out[1] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        return 2;
-    }
-    if (cp < 0x10000) {
-        out[0] = static_cast<unsigned char>(0xE0 | (cp >> 12));
-        out[1] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-        out[2] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-        return 3;
-    }
-    out[0] = static_cast<unsigned char>(0xF0 | (cp >> 18));
-    out[1] = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-    out[2] = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-    out[3] = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-    return 4;
+    return zel::detail::psp_utf8Encode(cp, out);
 }
 
 /* Continuation bytes that a lead byte asks for, or -1 when it cannot lead. */
@@ -246,7 +229,7 @@ size_t psp_utf8Missing(const unsigned char *in, size_t len) {
 
 }  // namespace
 
-/* ---- Memory. */
+// ---- Memory.
 
 ZEL_RETCODE psp_memAlloc(size_t size, void **pBuf) {
     void *p = malloc(size == 0 ? 1 : size);
@@ -270,7 +253,7 @@ void psp_memAlignFree(void *buf, size_t /*size*/) {
     free(buf);
 }
 
-/* ---- Mutexes. */
+// ---- Mutexes.
 
 ZEL_RETCODE psp_threadMutexInit(PSP_THREAD_MUTEX_T *mutex) {
     if (pthread_mutex_init(&mutex->m, nullptr) != 0) return ePSP_MUTEX_FAILURE;
@@ -289,7 +272,7 @@ void psp_threadMutexExit(PSP_THREAD_MUTEX_T *mutex) {
     pthread_mutex_unlock(&mutex->m);
 }
 
-/* ---- Events. */
+// ---- Events.
 
 ZEL_RETCODE psp_threadEventInit(PSP_THREAD_EVENT_T *event) {
     /* An error-checking mutex turns a wait by the thread that holds the
@@ -362,7 +345,7 @@ ZEL_RETCODE psp_threadEventWait(PSP_THREAD_EVENT_T *event, uint32_t timeout) {
     return rc;
 }
 
-/* ---- Threads. */
+// ---- Threads.
 
 ZEL_RETCODE psp_threadBegin(psp_thread_t *thread, PSP_THREAD_FCN fcn, size_t stack_size, void *arg,
                             int32_t /*priority*/, const char *name) {
@@ -409,7 +392,7 @@ ZEL_RETCODE psp_threadJoin(psp_thread_t *thread) {
     return sOKAY;
 }
 
-/* ---- Files. */
+// ---- Files.
 
 ZEL_RETCODE psp_fileOpen(const char *name, PSP_FILE_OPEN_MODE mode, PSP_FILE_T *pFile) {
     if (name == nullptr || pFile == nullptr) return eINVNULLARG;
@@ -648,7 +631,7 @@ ZEL_RETCODE psp_fileUnlock(PSP_FILE_T file) {
     return sOKAY;
 }
 
-/* ---- Directories. */
+// ---- Directories.
 
 ZEL_RETCODE psp_fileIsDir(const char *path) {
     if (path == nullptr) return eINVNULLARG;
@@ -708,7 +691,7 @@ ZEL_RETCODE psp_fileDirRemove(const char *path) {
     return sOKAY;
 }
 
-/* ---- Time and environment. */
+// ---- Time and environment.
 
 uint64_t psp_timeUTCNanoSecs(void) {
     return psp_clockNanos(CLOCK_REALTIME);
@@ -741,7 +724,7 @@ uint64_t psp_envSeed(uint64_t previous) {
     return r ^ z;
 }
 
-/* ---- Collation. */
+// ---- Collation.
 
 ZEL_RETCODE psp_collateInit(psp_collate_t *collate, const char *locale_name) {
     if (collate == nullptr || locale_name == nullptr) return eINVNULLARG;
@@ -779,7 +762,7 @@ int psp_collateCompare(const psp_collate_t *a, const psp_collate_t *b) {
     return strcmp(name(a), name(b)) == 0;
 }
 
-/* ---- Mathematics. */
+// ---- Mathematics.
 
 double psp_mathDoubleAbs(double x) {
     return fabs(x);
@@ -834,7 +817,7 @@ int psp_mathDoubleIsFinite(double x) {
     return isfinite(x) ? 1 : 0;
 }
 
-/* ---- Strings. */
+// ---- Strings.
 
 int psp_strcmp(const char *a, const char *b) {
     return strcmp(a, b);

@@ -20,20 +20,28 @@ ZEL_EXTERN_C_BEGIN
 /* Memory of `size` bytes, no alignment promised. The failure code is handed on
  * unchanged by the tags. */
 ZEL_NODISCARD ZEL_RETCODE psp_memAlloc(size_t size, void **pBuf);
+/* Gives back a block of psp_memAlloc; `size` is the size it was asked with. */
 void psp_memFree(void *buf, size_t size);
 /* As psp_memAlloc, aligned to 4096 bytes. */
 ZEL_NODISCARD ZEL_RETCODE psp_memAlignAlloc(size_t size, void **pBuf);
+/* Gives back a block of psp_memAlignAlloc, with its size as asked. */
 void psp_memAlignFree(void *buf, size_t size);
 
 /* ---- Threads. */
 
+/* sOKAY, or ePSP_MUTEX_FAILURE when the system refuses a mutex. */
 ZEL_NODISCARD ZEL_RETCODE psp_threadMutexInit(PSP_THREAD_MUTEX_T *mutex);
+/* Ends an unlocked mutex; nothing may wait on it. */
 void psp_threadMutexTerm(PSP_THREAD_MUTEX_T *mutex);
-/* Not recursive: no caller takes a lock it holds. */
+/* Not recursive: no caller takes a lock it holds. Exit is called by the
+ * holder only. */
 void psp_threadMutexEnter(PSP_THREAD_MUTEX_T *mutex);
 void psp_threadMutexExit(PSP_THREAD_MUTEX_T *mutex);
 
+/* A manual-reset event, not set: a wait blocks until a resume. sOKAY;
+ * ePSP_MUTEX_FAILURE or ePSP_FAILURE when the system refuses its parts. */
 ZEL_NODISCARD ZEL_RETCODE psp_threadEventInit(PSP_THREAD_EVENT_T *event);
+/* Ends an event that nothing waits on. */
 void psp_threadEventTerm(PSP_THREAD_EVENT_T *event);
 /* Arms the event: a following wait blocks until a resume. */
 void psp_threadEventStart(PSP_THREAD_EVENT_T *event);
@@ -67,6 +75,8 @@ ZEL_RETCODE psp_threadJoin(psp_thread_t *thread);
  * eFILEOPEN for other failures. Descriptors are close-on-exec. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileOpen(const char *name, PSP_FILE_OPEN_MODE mode,
                                        PSP_FILE_T *pFile);
+/* Closes the descriptor (0, 1 and 2 too); eFILEIO when the system reports a
+ * failure, the descriptor being closed anyway. */
 ZEL_RETCODE psp_fileClose(PSP_FILE_T file);
 /* Descriptors 0, 1 and 2: sOKAY, or sFILE_CONSOLE when the stream is a
  * terminal. *pFile is written either way. */
@@ -127,6 +137,8 @@ ZEL_NODISCARD ZEL_RETCODE psp_fileSetEcho(PSP_FILE_T file, ZEL_BOOL_T on);
  * which classic F_SETLK gets wrong). The lock ends with psp_fileUnlock or the
  * last close of the descriptor. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileLock(PSP_FILE_T file);
+/* Drops the lock of psp_fileLock; sOKAY also when none was held, the
+ * system's code as with psp_fileOpen for a descriptor it refuses. */
 ZEL_RETCODE psp_fileUnlock(PSP_FILE_T file);
 
 /* ---- Directories. */
@@ -137,10 +149,12 @@ ZEL_NODISCARD ZEL_RETCODE psp_fileIsDir(const char *path);
 /* The current directory; *pDir points into `cd`. eRANGE when it needs more
  * than 511 bytes. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileCurrDir(PSP_FILE_CURR_DIR_T *cd, const char **pDir);
+/* Starts a scan of the directory `path`; codes as psp_fileIsDir. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileDirOpen(PSP_FILE_DIR_T *dir, const char *path);
 /* sOKAY with the next entry's name, or with null after the last. "." and ".."
  * are left out. The name lives until the next call on `dir`. */
 ZEL_NODISCARD ZEL_RETCODE psp_fileDirNext(PSP_FILE_DIR_T *dir, const char **pName);
+/* Ends a scan; the last name given is gone. */
 void psp_fileDirClose(PSP_FILE_DIR_T *dir);
 /* Mode 0777 less the umask. eFILEEXIST, eFILENOENTRY, eFILEACCESS; eMKDIR. */
 ZEL_RETCODE psp_fileDirCreate(const char *path);
@@ -153,6 +167,7 @@ ZEL_RETCODE psp_fileDirRemove(const char *path);
 uint64_t psp_timeUTCNanoSecs(void);
 /* Nanoseconds of a monotonic clock, for intervals. */
 uint64_t psp_timeMeasureNanoSecs(void);
+/* This process's number. */
 uint64_t psp_envProcesID(void);
 /* A new 64-bit value of high entropy: the kernel's random bits (getrandom)
  * mixed with `previous` (0 at first) and the clocks. */
@@ -163,6 +178,7 @@ uint64_t psp_envSeed(uint64_t previous);
 /* Loads the collation of the named locale ("C" always works). eINVLOCALE for
  * an unknown locale and for "", which would mean the environment's. */
 ZEL_NODISCARD ZEL_RETCODE psp_collateInit(psp_collate_t *collate, const char *locale_name);
+/* Gives back a collation of psp_collateInit; its `locale` becomes null. */
 void psp_collateTerm(psp_collate_t *collate);
 /* Negative, zero or positive; takes the `locale` field of a psp_collate_t, a
  * null one comparing bytes. */
@@ -171,7 +187,8 @@ int psp_collateStrcmp(void *locale, const char *a, const char *b);
  * with "C", "POSIX" and no collation (null) all alike. */
 int psp_collateCompare(const psp_collate_t *a, const psp_collate_t *b);
 
-/* ---- Mathematics. */
+/* ---- Mathematics: the C library's functions, whatever the process's
+ * floating-point environment; no code, NaN and infinities pass through. */
 
 double psp_mathDoubleAbs(double x);
 double psp_mathDoubleCeil(double x);
@@ -187,10 +204,13 @@ int psp_mathDoubleIsNan(PSP_MATH_SIGN *pSign, double x);
 int psp_mathDoubleIsInf(PSP_MATH_SIGN *pSign, double x);
 int psp_mathFloatIsNan(PSP_MATH_SIGN *pSign, float x);
 int psp_mathFloatIsInf(PSP_MATH_SIGN *pSign, float x);
+/* Non-zero for a number that is neither NaN nor infinite. */
 int psp_mathDoubleIsFinite(double x);
 
 /* ---- Strings. */
 
+/* Byte order, as strcmp and strncmp: negative, zero or positive. The texts
+ * must not be null. */
 int psp_strcmp(const char *a, const char *b);
 int psp_strncmp(const char *a, const char *b, size_t n);
 /* The texts must not be null. psp_strcasecmp: 0 when equal but for ASCII
@@ -220,6 +240,7 @@ double psp_stratof(const char *s);
  * needed and are ignored; `reserved` is 0. */
 ZEL_NODISCARD ZEL_RETCODE psp_strToDouble(const char *s, double *pValue, int32_t magnitude_digits,
                                           int32_t decimal_digits, int32_t reserved);
+/* As psp_strToDouble, rounded once to float. */
 ZEL_NODISCARD ZEL_RETCODE psp_strToFloat(const char *s, float *pValue, int32_t magnitude_digits,
                                          int32_t decimal_digits, int32_t reserved);
 

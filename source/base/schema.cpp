@@ -32,15 +32,14 @@ constexpr T *sch_mut(const T *p) {
 
 }  // namespace
 
-/* ---- The built-in table.
- *
- * Index NAME       TYPE        NOT NULL BYTE_LEN PTR    HAS_VALUE_OFF
- *     0 name       ZEL_CHAR    yes          1024     0      0
- *     1 data       ZEL_CHAR    no          63480  1024  64520
- *     2 data_len   ZEL_UINT64  yes             8 64504      0
- *     3 version    ZEL_UINT64  yes             8 64512      0
- *     4 data_blob  ZEL_BLOB    no              0     0  64521
- */
+// ---- The built-in table.
+//
+// Index NAME       TYPE        NOT NULL BYTE_LEN PTR    HAS_VALUE_OFF
+//     0 name       ZEL_CHAR    yes          1024     0      0
+//     1 data       ZEL_CHAR    no          63480  1024  64520
+//     2 data_len   ZEL_UINT64  yes             8 64504      0
+//     3 version    ZEL_UINT64  yes             8 64512      0
+//     4 data_blob  ZEL_BLOB    no              0     0  64521
 namespace zel::detail {
 
 extern const SCH_TBL_INFO_S schSysTable;
@@ -248,7 +247,7 @@ SCH_COL_INFO sch_get_sysfiles_version_col(void) {
     return sch_mut(&schSysCols[3]);
 }
 
-/* ---- Packed identifiers. */
+// ---- Packed identifiers.
 
 ZEL_TABLE_ID sch_tbl_constant(SCH_TBL_INFO_C ti) {
     return ti ? ((ti->ndx & ZEL_ID_ITEM_MASK) | ZEL_ID_KIND_TABLE) : 0;
@@ -272,7 +271,7 @@ ZEL_REF_ID sch_ref_constant(SCH_REF_INFO_C ri) {
     return (t << ZEL_ID_TABLE_SHIFT) | (ri->ndx & ZEL_ID_ITEM_MASK) | ZEL_ID_KIND_REF;
 }
 
-/* ---- The catalogue. */
+// ---- The catalogue.
 
 const char *sch_name(SCH_INFO_C sch) {
     return sch ? sch->name : nullptr;
@@ -389,7 +388,7 @@ ZEL_RETCODE sch_get_user_drawer_list(SCH_INFO_C sch, ZEL_DRAWER *pNum, ZEL_DRAWE
     return sOKAY;
 }
 
-/* ---- Lookups in the catalogue. */
+// ---- Lookups in the catalogue.
 
 SCH_TBL_INFO sch_table(SCH_INFO_C sch, ZEL_TBL_INDEX id) {
     if (id == 0) return sch_get_sysfiles_table();
@@ -574,7 +573,7 @@ SCH_COL_INFO sch_iterate_all_lob_cols(SCH_INFO sch, SCH_COL_INFO_C prev, ZEL_DIR
     return static_cast<SCH_COL_INFO>(sch_list_step(&sch->llBlobCols, prev == nullptr, dir));
 }
 
-/* ---- Iterators over the catalogue. */
+// ---- Iterators over the catalogue.
 
 SCH_TBL_INFO sch_iterate_tables(SCH_INFO_C sch, SCH_TBL_INFO_C prev, ZEL_DIRECTION dir) {
     if (!sch) return nullptr;
@@ -628,7 +627,7 @@ SCH_DRAWER_INFO sch_iterate_system_drawers(SCH_DRAWER_INFO_C prev, ZEL_DIRECTION
                     sch_any<SCH_DRAWER_INFO>);
 }
 
-/* ---- Tables. */
+// ---- Tables.
 
 const char *sch_tbl_name(SCH_TBL_INFO_C ti) {
     return ti ? ti->name : nullptr;
@@ -876,7 +875,7 @@ ZEL_RETCODE sch_key_data_type_text(SCH_KEY_INFO_C ki, char *buf, size_t size, ZE
                            sch_name_or_empty(ki->name));
 }
 
-/* ---- Columns. */
+// ---- Columns.
 
 const char *sch_col_name(SCH_COL_INFO_C ci) {
     return ci ? ci->name : nullptr;
@@ -1028,7 +1027,7 @@ ZEL_BOOL_T sch_types_compatible(ZEL_TYPE t1, ZEL_TYPE t2) {
     return f1 == f2 && (f1 == ZEL_FAMILY_BINARY || f1 == ZEL_FAMILY_CHAR) ? ZEL_TRUE : ZEL_FALSE;
 }
 
-/* ---- Types. */
+// ---- Types.
 
 ZEL_TYPE sch_type_data_type(SCH_TYPE_INFO_C pi) {
     return sch_type_of(pi);
@@ -1039,24 +1038,6 @@ uint16_t sch_type_num_elems(SCH_TYPE_INFO_C pi) {
 uint16_t sch_type_byte_len(SCH_TYPE_INFO_C pi) {
     return pi ? pi->byte_len : 0;
 }
-uint8_t sch_type_prec(SCH_TYPE_INFO_C pi) {
-    if (!pi) return 0;
-    const int f = ZEL_TYPE_FAMILY(pi->type);
-    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
-    if (f == ZEL_FAMILY_DATETIME && pi->type != ZEL_DATE) return pi->x.t.prec;
-    return 0;
-}
-uint8_t sch_type_scale(SCH_TYPE_INFO_C pi) {
-    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_DECIMAL ? pi->x.d.scale : 0;
-}
-uint16_t sch_type_length(SCH_TYPE_INFO_C pi) {
-    if (!pi) return 0;
-    const int f = ZEL_TYPE_FAMILY(pi->type);
-    if ((f == ZEL_FAMILY_BINARY || f == ZEL_FAMILY_CHAR) && !(pi->type & ZEL_TYPE_LOB_BIT))
-        return f == ZEL_FAMILY_CHAR ? pi->x.c.len : pi->x.b.len;
-    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
-    return 0;
-}
 const char *sch_type_check_str(SCH_TYPE_INFO_C pi) {
     return pi ? pi->check_str : nullptr;
 }
@@ -1066,16 +1047,13 @@ const char *sch_type_check_name(SCH_TYPE_INFO_C pi) {
 const ZEL_TYPE_INFO *sch_type_info(SCH_TYPE_INFO_C pi) {
     return pi ? pi->type_info : nullptr;
 }
-void *sch_type_locale(SCH_TYPE_INFO_C pi) {
-    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_CHAR ? pi->x.c.locale : nullptr;
-}
 ZEL_RETCODE sch_type_set_use_locale(SCH_TYPE_INFO pi, ZEL_BOOL_T val) {
     if (!pi) return eINVNULLARG;
     pi->x.c.use_locale = val;
     return sOKAY;
 }
 
-/* ---- Domains. */
+// ---- Domains.
 
 ZEL_DOM_INDEX sch_dom_ndx(SCH_DOMAIN_INFO_C mi) {
     return mi ? mi->ndx : ZEL_NO_INDEX;
@@ -1116,7 +1094,7 @@ ZEL_RETCODE sch_dom_set_width(SCH_DOMAIN_INFO mi, uint16_t val) {
     return sOKAY;
 }
 
-/* ---- Keys and elements. */
+// ---- Keys and elements.
 
 const char *sch_key_name(SCH_KEY_INFO_C ki) {
     return ki ? ki->name : nullptr;
@@ -1230,7 +1208,7 @@ ZEL_RETCODE sch_elem_set_order(SCH_ELEM_INFO ei, ZEL_DIRECTION val) {
     return sOKAY;
 }
 
-/* ---- References and sort columns. */
+// ---- References and sort columns.
 
 const char *sch_ref_name(SCH_REF_INFO_C ri) {
     return ri ? ri->name : nullptr;
@@ -1367,7 +1345,7 @@ ZEL_HAS_VALUE_OFFSET sch_sort_has_value_offset(SCH_SORT_INFO_C si) {
     return si ? si->has_value_off : 0;
 }
 
-/* ---- Drawers. */
+// ---- Drawers.
 
 ZEL_DRAWER sch_drawer_id(SCH_DRAWER_INFO_C di) {
     return di ? di->ndx : ZEL_NO_DRAWER;
@@ -1421,7 +1399,7 @@ ZEL_RETCODE sch_drawer_set_source_item(SCH_DRAWER_INFO di, ZEL_INDEX val) {
     return sOKAY;
 }
 
-/* ---- Triggers. */
+// ---- Triggers.
 
 const char *sch_trig_name(SCH_TRIG_INFO_C trgi) {
     return trgi ? trgi->name : nullptr;
@@ -1526,7 +1504,7 @@ ZEL_RETCODE sch_trigcol_alloc_val(SCH_TRIG_COL_INFO tci, B_TAG_STACK stackTag) {
     return sOKAY;
 }
 
-/* ---- Comparing two catalogues. */
+// ---- Comparing two catalogues.
 
 namespace {
 

@@ -19,6 +19,7 @@
 #define SCHEMA_H
 
 #include "schema_types.h"
+#include "types.h"
 
 ZEL_EXTERN_C_BEGIN
 
@@ -239,18 +240,11 @@ ZEL_BOOL_T sch_types_compatible(ZEL_TYPE t1, ZEL_TYPE t2);
 ZEL_TYPE sch_type_data_type(SCH_TYPE_INFO_C pi);
 uint16_t sch_type_num_elems(SCH_TYPE_INFO_C pi);
 uint16_t sch_type_byte_len(SCH_TYPE_INFO_C pi);
-/* Decimal precision, or the fraction digits of a time type; else 0. */
-uint8_t sch_type_prec(SCH_TYPE_INFO_C pi);
-uint8_t sch_type_scale(SCH_TYPE_INFO_C pi);
-/* Declared length of a character or binary type (not large objects), the
- * precision of a decimal, else 0. */
-uint16_t sch_type_length(SCH_TYPE_INFO_C pi);
+/* sch_type_prec, sch_type_scale, sch_type_length and sch_type_locale are
+ * declared in types.h, beside the record they read. */
 const char *sch_type_check_str(SCH_TYPE_INFO_C pi);
 const char *sch_type_check_name(SCH_TYPE_INFO_C pi);
 const ZEL_TYPE_INFO *sch_type_info(SCH_TYPE_INFO_C pi);
-/* Collation handle (the `locale` of the catalogue's psp_collate_t) of a
- * character type, null otherwise. */
-void *sch_type_locale(SCH_TYPE_INFO_C pi);
 ZEL_NODISCARD ZEL_RETCODE sch_type_set_use_locale(SCH_TYPE_INFO pi, ZEL_BOOL_T val);
 
 /* ---- Domains. */

@@ -367,7 +367,7 @@ void sch_key_mark_compact(SCH_KEY_INFO ki) {
 
 }  // namespace
 
-/* ---- Catalogue, sizing and counters. */
+// ---- Catalogue, sizing and counters.
 
 ZEL_RETCODE sch_new_size_input(size_t curr_items, size_t new_items, size_t item_size, void *ptr,
                                B_TAG_SUB subTag) {
@@ -502,8 +502,8 @@ ZEL_RETCODE sch_set_next_table(SCH_INFO sch, ZEL_TBL_INDEX val) {
     return sOKAY;
 }
 
-/* ---- Creators. The bounds differ by kind on purpose: tables and drawers
- * may be created at their next index, the others only below it. */
+// ---- Creators. The bounds differ by kind on purpose: tables and drawers
+// may be created at their next index, the others only below it.
 
 ZEL_RETCODE sch_drawer_create(SCH_INFO sch, ZEL_DRAWER drawerId, SCH_DRAWER_INFO *pdi) {
     if (!sch || !pdi) return eINVNULLARG;
@@ -595,7 +595,7 @@ ZEL_RETCODE sch_ref_create(SCH_TBL_INFO ti, ZEL_REF_INDEX id, SCH_REF_INFO *pri)
     return sOKAY;
 }
 
-/* ---- Texts. */
+// ---- Texts.
 
 ZEL_RETCODE sch_string_input(const char *val, char **pstr, ZEL_BOOL_T keepCase, B_TAG_SUB subTag) {
     (void)keepCase; /* accepted and ignored: names keep their case */
@@ -651,7 +651,7 @@ ZEL_RETCODE sch_set_locale(SCH_INFO sch, const char *val) {
     return sOKAY;
 }
 
-/* ---- Types. */
+// ---- Types.
 
 ZEL_RETCODE sch_type_set_data_type(SCH_TYPE_INFO pi, ZEL_TYPE type, ZEL_BOOL_T unicode_enabled) {
     if (!pi) return eINVNULLARG;
@@ -704,7 +704,7 @@ ZEL_RETCODE sch_type_set_scale(SCH_TYPE_INFO pi, uint8_t scale) {
     return sOKAY;
 }
 
-/* ---- Columns. */
+// ---- Columns.
 
 ZEL_RETCODE sch_col_set_domain(SCH_COL_INFO ci, ZEL_DOM_INDEX id) {
     if (!ci || !ci->table) return eINVNULLARG;
@@ -797,7 +797,7 @@ ZEL_RETCODE sch_col_set_blob_drawer(SCH_COL_INFO ci, ZEL_DRAWER id) {
     return sOKAY;
 }
 
-/* ---- Drawers of tables, keys and references. */
+// ---- Drawers of tables, keys and references.
 
 ZEL_RETCODE sch_tbl_set_drawer(SCH_TBL_INFO ti, ZEL_DRAWER drawer) {
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
@@ -838,7 +838,7 @@ ZEL_RETCODE sch_ref_set_drawer(SCH_REF_INFO ri, ZEL_DRAWER drawer) {
     return sOKAY;
 }
 
-/* ---- Keys. */
+// ---- Keys.
 
 ZEL_RETCODE sch_key_set_type(SCH_KEY_INFO ki, ZEL_KEY_TYPE type) {
     if (!ki || !ki->table) return eINVNULLARG;
@@ -875,7 +875,7 @@ ZEL_RETCODE sch_elem_set_col(SCH_ELEM_INFO ei, ZEL_COL_INDEX id) {
     return sOKAY;
 }
 
-/* ---- References. */
+// ---- References.
 
 ZEL_RETCODE sch_ref_set_reftab(SCH_REF_INFO ri, ZEL_TBL_INDEX id) {
     if (!ri || !sch_tbl_writable(ri->table)) return eINVNULLARG;
@@ -961,7 +961,7 @@ ZEL_RETCODE sch_ref_set_sort_order(SCH_REF_INFO ri, ZEL_COL_INDEX col, ZEL_DIREC
     return sOKAY;
 }
 
-/* ---- Triggers. */
+// ---- Triggers.
 
 ZEL_RETCODE sch_trig_allocate(const char *name, uint16_t sqltrig, uint64_t crtime,
                               SCH_TRIG_INFO *ptrgi, B_TAG_SUB subTag) {
@@ -1035,7 +1035,7 @@ void sch_trig_free(SCH_TRIG_INFO trgi, B_TAG_SUB subTag) {
     b_tag_subFree(subTag, trgi);
 }
 
-/* ---- Finalisers. */
+// ---- Finalisers.
 
 ZEL_RETCODE sch_col_finalize(SCH_COL_INFO ci) {
     if (!ci) return eINVNULLARG;
@@ -1223,7 +1223,7 @@ ZEL_RETCODE sch_tbl_finalize(SCH_TBL_INFO ti, ZEL_BOOL_T unicode_enabled) {
     return sOKAY;
 }
 
-/* ---- Drops and teardown. */
+// ---- Drops and teardown.
 
 namespace {
 

@@ -31,30 +31,25 @@ enum SchLenRule : uint8_t {
     LEN_LOB,   /* 0: no place in the row */
 };
 
+/* A type's rule; its element size is the one table of type facts
+ * (typeInfoLength) and its alignment the descriptor row's. */
 struct SchTypeLayout {
     ZEL_TYPE type;
     SchLenRule rule;
-    uint8_t size;
-    B_ALIGN_TYPE align;
 };
 
 constexpr SchTypeLayout schTypeLayouts[] = {
-    {ZEL_BOOL, LEN_ELEMS, 4, B_ALN_INT32},         {ZEL_INT8, LEN_ELEMS, 1, B_ALN_CHAR},
-    {ZEL_UINT8, LEN_ELEMS, 1, B_ALN_CHAR},         {ZEL_INT16, LEN_ELEMS, 2, B_ALN_INT16},
-    {ZEL_UINT16, LEN_ELEMS, 2, B_ALN_INT16},       {ZEL_INT32, LEN_ELEMS, 4, B_ALN_INT32},
-    {ZEL_UINT32, LEN_ELEMS, 4, B_ALN_INT32},       {ZEL_INT64, LEN_ELEMS, 8, B_ALN_INT64},
-    {ZEL_UINT64, LEN_ELEMS, 8, B_ALN_INT64},       {ZEL_FLOAT, LEN_ELEMS, 4, B_ALN_FLOAT},
-    {ZEL_DOUBLE, LEN_ELEMS, 8, B_ALN_DOUBLE},      {ZEL_BCD, LEN_FIXED, 37, B_ALN_CHAR},
-    {ZEL_DATE, LEN_FIXED, 4, B_ALN_INT32},         {ZEL_TIME, LEN_FIXED, 4, B_ALN_INT32},
-    {ZEL_TIMETZ, LEN_FIXED, 8, B_ALN_INT32},       {ZEL_TIMESTAMP, LEN_FIXED, 8, B_ALN_INT32},
-    {ZEL_TIMESTAMPTZ, LEN_FIXED, 12, B_ALN_INT32}, {ZEL_ROWID, LEN_FIXED, 8, B_ALN_INT64},
-    {ZEL_UUID, LEN_FIXED, 16, B_ALN_INT32},        {ZEL_CHAR, LEN_DECL, 0, B_ALN_CHAR},
-    {ZEL_VARCHAR, LEN_DECL, 0, B_ALN_CHAR},        {ZEL_WCHAR, LEN_DECL, 0, B_ALN_CHAR},
-    {ZEL_WCHAR_UTF8, LEN_DECL, 0, B_ALN_CHAR},     {ZEL_WVARCHAR, LEN_DECL, 0, B_ALN_CHAR},
-    {ZEL_WVARCHAR_UTF8, LEN_DECL, 0, B_ALN_CHAR},  {ZEL_BINARY, LEN_DECL, 0, B_ALN_CHAR},
-    {ZEL_VARBINARY, LEN_DECL2, 0, B_ALN_INT16},    {ZEL_BLOB, LEN_LOB, 0, B_ALN_INT64},
-    {ZEL_CLOB, LEN_LOB, 0, B_ALN_INT64},           {ZEL_WCLOB, LEN_LOB, 0, B_ALN_INT64},
-    {ZEL_WCLOB_UTF8, LEN_LOB, 0, B_ALN_INT64},
+    {ZEL_BOOL, LEN_ELEMS},         {ZEL_INT8, LEN_ELEMS},        {ZEL_UINT8, LEN_ELEMS},
+    {ZEL_INT16, LEN_ELEMS},        {ZEL_UINT16, LEN_ELEMS},      {ZEL_INT32, LEN_ELEMS},
+    {ZEL_UINT32, LEN_ELEMS},       {ZEL_INT64, LEN_ELEMS},       {ZEL_UINT64, LEN_ELEMS},
+    {ZEL_FLOAT, LEN_ELEMS},        {ZEL_DOUBLE, LEN_ELEMS},      {ZEL_BCD, LEN_FIXED},
+    {ZEL_DATE, LEN_FIXED},         {ZEL_TIME, LEN_FIXED},        {ZEL_TIMETZ, LEN_FIXED},
+    {ZEL_TIMESTAMP, LEN_FIXED},    {ZEL_TIMESTAMPTZ, LEN_FIXED}, {ZEL_ROWID, LEN_FIXED},
+    {ZEL_UUID, LEN_FIXED},         {ZEL_CHAR, LEN_DECL},         {ZEL_VARCHAR, LEN_DECL},
+    {ZEL_WCHAR, LEN_DECL},         {ZEL_WCHAR_UTF8, LEN_DECL},   {ZEL_WVARCHAR, LEN_DECL},
+    {ZEL_WVARCHAR_UTF8, LEN_DECL}, {ZEL_BINARY, LEN_DECL},       {ZEL_VARBINARY, LEN_DECL2},
+    {ZEL_BLOB, LEN_LOB},           {ZEL_CLOB, LEN_LOB},          {ZEL_WCLOB, LEN_LOB},
+    {ZEL_WCLOB_UTF8, LEN_LOB},
 };
 
 constexpr const SchTypeLayout *sch_layout_of(ZEL_TYPE type) {
@@ -62,6 +57,18 @@ constexpr const SchTypeLayout *sch_layout_of(ZEL_TYPE type) {
         if (row.type == type) return &row;
     return nullptr;
 }
+
+/* Every type with a place of its own size in the row has that size in the
+ * table of type facts. */
+constexpr bool sch_layoutSizesKnown() {
+    for (const auto &row : schTypeLayouts) {
+        const size_t n = zel::detail::typeInfoLength(row.type);
+        if ((row.rule == LEN_ELEMS || row.rule == LEN_FIXED) != (n != 0)) return false;
+    }
+    return true;
+}
+static_assert(sch_layoutSizesKnown());
+static_assert(zel::detail::typeInfoLength(ZEL_BOOL) == 4, "a boolean column takes 4 bytes");
 
 constexpr uint32_t SCH_MAX_ITEM_LEN = 65535;
 constexpr uint32_t SCH_STORED_MULTIPLIER = 4;
@@ -114,8 +121,8 @@ struct SchWalk {
 }  // namespace
 
 B_ALIGN_TYPE sch_type_align(ZEL_TYPE type) {
-    const SchTypeLayout *row = sch_layout_of(type);
-    return row ? row->align : B_ALN_CHAR;
+    const ZEL_TYPE_INFO *row = sch_layout_of(type) ? b_typeGetInfo(type) : nullptr;
+    return row ? row->ext_align : B_ALN_CHAR;
 }
 
 ZEL_RETCODE sch_type_calc_byte_len(SCH_TYPE_INFO pi) {
@@ -125,10 +132,11 @@ ZEL_RETCODE sch_type_calc_byte_len(SCH_TYPE_INFO pi) {
     uint32_t len = 0;
     switch (row->rule) {
         case LEN_ELEMS:
-            len = row->size * std::max<uint32_t>(pi->elems, 1);
+            len = static_cast<uint32_t>(zel::detail::typeInfoLength(pi->type)) *
+                  std::max<uint32_t>(pi->elems, 1);
             break;
         case LEN_FIXED:
-            len = row->size;
+            len = static_cast<uint32_t>(zel::detail::typeInfoLength(pi->type));
             break;
         case LEN_DECL:
             len = pi->x.c.len;
@@ -250,7 +258,7 @@ ZEL_RETCODE sch_bucket_get_buffer_info(SCH_KEY_INFO_C ki, ZEL_BUCKET_BUFFER_INFO
     return sOKAY;
 }
 
-/* ---- Multiplier variants. */
+// ---- Multiplier variants.
 
 uint32_t sch_col_offset_with_mult(SCH_COL_INFO_C ci, uint32_t multiplier, uint32_t *col_length) {
     if (!ci || !col_length) return 0;

@@ -193,7 +193,7 @@ ZEL_RETCODE sch_col_tostring_fcn(SCH_COL_INFO_C ci, const ZEL_VALUE *val, uint32
     return ops->tostring(sch_col_type_c(ci), val, elem, flags, fcn, ctx);
 }
 
-/* ---- Keys. */
+// ---- Keys.
 
 ZEL_COMPARE sch_key_cmp_fcn(SCH_KEY_INFO_C ki, const ZEL_VALUE *a, const ZEL_VALUE *b) {
     if (!ki || !a || !b) return ZEL_EQ;

@@ -42,7 +42,6 @@
 #include "encoder.h"
 #include "format.h"
 #include "psp.h"
-#include "schema.h"
 #include "tag_sub.h"
 #include "uuid.h"
 #include "value.h"
@@ -1758,6 +1757,58 @@ const ZEL_TYPE_INFO *b_typeGetInfoEx(ZEL_TYPE type, int) {
 
 size_t b_typeGetLength(ZEL_TYPE type) {
     return zel::detail::typeInfoLength(type);
+}
+
+ZEL_RETCODE b_typeStandaloneColumn(ZEL_TYPE type, uint16_t elems, uint16_t length,
+                                   SCH_TYPE_INFO_T *pi) {
+    if (pi == nullptr) return eINVNULLARG;
+    const ZEL_TYPE_INFO *row = b_typeGetInfo(type);
+    if (row == nullptr) return eINVARG;
+    const int family = ZEL_TYPE_FAMILY(type);
+    const size_t w = zel::detail::typeInfoLength(type);
+    size_t bytes = elems != 0 ? size_t{elems} * w : w;
+    if (family == ZEL_FAMILY_CHAR) {
+        bytes = size_t{length} * 4 + 1;
+    } else if (type == ZEL_BINARY) {
+        bytes = length;
+    } else if (type == ZEL_VARBINARY) {
+        bytes = size_t{length} + 2;
+    }
+    if (bytes > UINT16_MAX) return eRANGE;
+    SCH_TYPE_INFO_T t{};
+    t.type = type;
+    t.elems = elems;
+    t.type_info = row;
+    t.byte_len = static_cast<uint16_t>(bytes);
+    if (family == ZEL_FAMILY_CHAR) {
+        t.x.c.len = length;
+    } else if (family == ZEL_FAMILY_BINARY) {
+        t.x.b.len = length;
+    }
+    *pi = t;
+    return sOKAY;
+}
+
+uint8_t sch_type_prec(SCH_TYPE_INFO_C pi) {
+    if (!pi) return 0;
+    const int f = ZEL_TYPE_FAMILY(pi->type);
+    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
+    if (f == ZEL_FAMILY_DATETIME && pi->type != ZEL_DATE) return pi->x.t.prec;
+    return 0;
+}
+uint8_t sch_type_scale(SCH_TYPE_INFO_C pi) {
+    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_DECIMAL ? pi->x.d.scale : 0;
+}
+uint16_t sch_type_length(SCH_TYPE_INFO_C pi) {
+    if (!pi) return 0;
+    const int f = ZEL_TYPE_FAMILY(pi->type);
+    if ((f == ZEL_FAMILY_BINARY || f == ZEL_FAMILY_CHAR) && !(pi->type & ZEL_TYPE_LOB_BIT))
+        return f == ZEL_FAMILY_CHAR ? pi->x.c.len : pi->x.b.len;
+    if (f == ZEL_FAMILY_DECIMAL) return pi->x.d.prec;
+    return 0;
+}
+void *sch_type_locale(SCH_TYPE_INFO_C pi) {
+    return pi && ZEL_TYPE_FAMILY(pi->type) == ZEL_FAMILY_CHAR ? pi->x.c.locale : nullptr;
 }
 
 const char *b_typeGetStr(ZEL_TYPE type) {

@@ -41,6 +41,27 @@ uint32_t b_typeDisplaySize(ZEL_TYPE type, uint32_t elts);
 /* Digits of precision: 0 for a type not in the table, 32 for ZEL_BCD. */
 int16_t b_typePrecision(ZEL_TYPE type);
 
+/* A column type record outside any catalogue, for a value converted, packed
+ * or printed on its own: `elems` elements of a scalar type (0 for one),
+ * `length` characters of a text type (4 bytes a character and the
+ * terminator in the row) or bytes of a binary one (2 more for a variable
+ * binary's length word); a decimal's precision and scale, a time's digits and
+ * a collation are left 0 for the caller. eINVARG for a type without a
+ * descriptor row, eRANGE when the row length would pass 65535 bytes. */
+ZEL_NODISCARD ZEL_RETCODE b_typeStandaloneColumn(ZEL_TYPE type, uint16_t elems, uint16_t length,
+                                                 SCH_TYPE_INFO_T *pi);
+/* The reads of a column type record that the descriptors need; the catalogue
+ * exports them with the rest of its accessors. Decimal precision, or the
+ * fraction digits of a time type; else 0. */
+uint8_t sch_type_prec(SCH_TYPE_INFO_C pi);
+uint8_t sch_type_scale(SCH_TYPE_INFO_C pi);
+/* Declared length of a character or binary type (not large objects), the
+ * precision of a decimal, else 0. */
+uint16_t sch_type_length(SCH_TYPE_INFO_C pi);
+/* Collation handle (the `locale` of the catalogue's psp_collate_t) of a
+ * character type, null otherwise. */
+void *sch_type_locale(SCH_TYPE_INFO_C pi);
+
 /* Input function over a STRING_INPUT_CTX: the next byte of the text, or eEOD
  * at its terminator. */
 ZEL_NODISCARD ZEL_RETCODE stringInputFcn(B_INPUT_CTX ctx, uint32_t *pCh);

@@ -11,6 +11,8 @@
 #include <cstring>
 #include <concepts>
 
+#include "psp_utf8_internal.h"
+
 namespace {
 
 // The smallest value each sequence length may carry; below it is overlong.
@@ -239,19 +241,7 @@ const uint8_t *b_utf8Bytes(const char *src) {
 extern "C" {
 
 uint32_t b_utf8_codes(uint32_t val, uint8_t *bytes) {
-    uint32_t n = val < 0x80 ? 1 : val < 0x800 ? 2 : val < 0x10000 ? 3 : val < 0x110000 ? 4 : 0;
-    if (bytes == nullptr || n == 0) return n;
-    if (n == 1) {
-        bytes[0] = static_cast<uint8_t>(val);
-        return 1;
-    }
-    static constexpr uint8_t lead[5] = {0, 0, 0xC0, 0xE0, 0xF0};
-    for (uint32_t k = n - 1; k > 0; --k) {
-        bytes[k] = static_cast<uint8_t>(0x80 | (val & 0x3F));
-        val >>= 6;
-    }
-    bytes[0] = static_cast<uint8_t>(lead[n] | val);
-    return n;
+    return static_cast<uint32_t>(zel::detail::psp_utf8Encode(val, bytes));
 }
 
 size_t b_uchar_to_utf8(uint32_t ch, char *buffer, size_t size) {

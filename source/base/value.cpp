@@ -14,8 +14,7 @@
 
 #include "bcd.h"
 #include "psp.h"
-#include "tag_stack.h"
-#include "tag_sub.h"
+#include "tag_ref_internal.h"
 #include "types_types.h"
 
 static_assert(sizeof(ZEL_COLUMN) == 8, "the payload is one machine word");
@@ -57,57 +56,26 @@ ValueWords zel_valueWords(const ZEL_COLUMN &vt) {
     return w;
 }
 
-// ---- Allocator policies for the deep copy and release.
-
-struct ValueSubTag {
-    B_TAG_SUB tag;
-    bool null() const { return tag == nullptr; }
-    ZEL_RETCODE alloc(size_t n, void *p) const { return b_tag_subAlloc(tag, n, p); }
-    ZEL_RETCODE allocCopy(const void *s, size_t n, void *p) const {
-        return b_tag_subAllocCopy(tag, s, n, p);
-    }
-    ZEL_RETCODE copyString(const char *s, void *p) const { return b_tag_subCopyString(tag, s, p); }
-    void release(const void *p) const { b_tag_subFreeCanBeNull(tag, const_cast<void *>(p)); }
-};
-
-struct ValueStackTag {
-    B_TAG_STACK tag;
-    bool null() const { return tag == nullptr; }
-    ZEL_RETCODE alloc(size_t n, void *p) const { return b_tag_stackAlloc(tag, n, p); }
-    ZEL_RETCODE allocCopy(const void *s, size_t n, void *p) const {
-        return b_tag_stackAllocCopy(tag, s, n, p);
-    }
-    ZEL_RETCODE copyString(const char *s, void *p) const {
-        return b_tag_stackCopyString(tag, s, p);
-    }
-    void release(const void *p) const {
-        if (p != nullptr) b_tag_stackFree(tag, const_cast<void *>(p));
-    }
-};
+// The record's own tag; with VAL_TAG_TYPE_NONE it holds none.
+zel::detail::TagRef zel_valueTagOf(const VAL_TAG &tag) {
+    if (tag.type == VAL_TAG_TYPE_SUB) return tag.tag.sub;
+    if (tag.type == VAL_TAG_TYPE_STACK) return tag.tag.stack;
+    return {};
+}
 
 // Copies `n` bytes (or a terminated text when `text`) through the record's
 // own tag; with no tag the caller's pointer is kept.
 ZEL_RETCODE zel_valueTagCopy(const VAL_TAG &tag, const void *src, size_t n, bool text,
                              const void **out) {
-    void *copy = nullptr;
-    ZEL_RETCODE rc;
-    switch (tag.type) {
-        case VAL_TAG_TYPE_NONE:
-            *out = src;
-            return sOKAY;
-        case VAL_TAG_TYPE_SUB:
-            ZEL_CHECK(
-                rc = text ? b_tag_subCopyString(tag.tag.sub, static_cast<const char *>(src), &copy)
-                          : b_tag_subAllocCopy(tag.tag.sub, src, n, &copy));
-            break;
-        case VAL_TAG_TYPE_STACK:
-            ZEL_CHECK(rc = text ? b_tag_stackCopyString(tag.tag.stack,
-                                                        static_cast<const char *>(src), &copy)
-                                : b_tag_stackAllocCopy(tag.tag.stack, src, n, &copy));
-            break;
-        default:
-            return eINVARG;
+    if (tag.type == VAL_TAG_TYPE_NONE) {
+        *out = src;
+        return sOKAY;
     }
+    if (tag.type != VAL_TAG_TYPE_SUB && tag.type != VAL_TAG_TYPE_STACK) return eINVARG;
+    const zel::detail::TagRef to = zel_valueTagOf(tag);
+    void *copy = nullptr;
+    ZEL_CHECK(text ? to.copyString(static_cast<const char *>(src), &copy)
+                   : to.allocCopy(src, n, &copy));
     *out = copy;
     return sOKAY;
 }
@@ -225,8 +193,8 @@ size_t zel_valueLengthOf(const ZEL_VALUE &v) {
 
 // ---- Deep copy and release, once for both kinds of tag.
 
-template <typename Tag>
-ZEL_RETCODE zel_valueCopyDeep(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t maxLen, Tag tag) {
+ZEL_RETCODE zel_valueCopyDeep(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t maxLen,
+                              zel::detail::TagRef tag) {
     if (dval == nullptr || sval == nullptr) return eINVNULLARG;
     const ZEL_VALUE before = *dval;
     const ZEL_TYPE type = sval->type;
@@ -303,8 +271,7 @@ ZEL_RETCODE zel_valueCopyDeep(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t max
     return sOKAY;
 }
 
-template <typename Tag>
-void zel_valueRelease(ZEL_VALUE *v, Tag tag) {
+void zel_valueRelease(ZEL_VALUE *v, zel::detail::TagRef tag) {
     if (v == nullptr) return;
     const ZEL_TYPE type = v->type;
     const int family = zel_valueFamily(type);
@@ -861,12 +828,12 @@ ZEL_RETCODE zel_valueCopy(ZEL_VALUE *pDstVal, const ZEL_VALUE *pSrcVal) {
 
 ZEL_RETCODE zel_valueCopyEx(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t maxLen,
                             B_TAG_SUB subTag) {
-    return zel_valueCopyDeep(dval, sval, maxLen, ValueSubTag{subTag});
+    return zel_valueCopyDeep(dval, sval, maxLen, subTag);
 }
 
 ZEL_RETCODE zel_valueCopyStackEx(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t maxLen,
                                  B_TAG_STACK stackTag) {
-    return zel_valueCopyDeep(dval, sval, maxLen, ValueStackTag{stackTag});
+    return zel_valueCopyDeep(dval, sval, maxLen, stackTag);
 }
 
 ZEL_RETCODE zel_valueLength(const ZEL_VALUE *pVal, size_t *len) {
@@ -940,11 +907,11 @@ ZEL_RETCODE zel_valueToBuffer(const ZEL_VALUE *pVal, void *buffer, size_t maxLen
 // ---- Release.
 
 void zel_valueFree(ZEL_VALUE *pValue, B_TAG_SUB subTag) {
-    zel_valueRelease(pValue, ValueSubTag{subTag});
+    zel_valueRelease(pValue, subTag);
 }
 
 void zel_valueFreeStack(ZEL_VALUE *pValue, B_TAG_STACK tag) {
-    zel_valueRelease(pValue, ValueStackTag{tag});
+    zel_valueRelease(pValue, tag);
 }
 
 }  // extern "C"
