@@ -495,16 +495,19 @@ TEST_F(ErrorObject, SavingUnderFailingAllocations) {
                           }
                       }
                       zelErrorSetSqlstate(&e, "45000");  // a failed copy is ignored
+                      if (rc == sOKAY) rc = b_tag_subCopyString(sub_, "fcn", &e.fcnid);
                       if (rc == sOKAY) {
                           ERR_STAT es{}, keep{};
                           es.code = keep.code = sIGNORE;
                           rc = zelGetErrorStat(&e, sub_, &es);
                           if (rc == sOKAY) {
                               EXPECT_STREQ(es.info, "report");
+                              EXPECT_STREQ(es.fcnId, "fcn");
+                              b_tag_subFree(sub_, es.fcnId);
                               b_tag_subFree(sub_, es.info);
                               es = keep;
                               rc = zelGetErrorStatStack(&e, stack, &es);
-                              if (rc == sOKAY) b_tag_stackFree(stack, es.info);
+                              if (rc == sOKAY) b_tag_stackFree(stack, es.info);  // and fcnId
                           }
                           if (rc != sOKAY) {
                               EXPECT_EQ(std::memcmp(&es, &keep, sizeof es), 0);

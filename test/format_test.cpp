@@ -80,6 +80,17 @@ TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
     EXPECT_STREQ(s, "key=17");
     EXPECT_GT(fixture_subBytes(sub), before);
     b_tag_subFree(sub, s);
+    // Sixteen characters take a block of 17 bytes or more: the 16-byte block
+    // before a neighbour is not theirs.
+    char *a = nullptr, *b = nullptr;
+    ASSERT_EQ(b_makeStr(sub, &a, "%s", "fifteen chars.."), sOKAY);
+    ASSERT_EQ(b_makeStr(sub, &b, "%s", "neighbour"), sOKAY);
+    b_tag_subFree(sub, a);
+    ASSERT_EQ(b_makeStr(sub, &a, "%s", "sixteen chars..."), sOKAY);
+    EXPECT_STREQ(a, "sixteen chars...");
+    EXPECT_STREQ(b, "neighbour");
+    b_tag_subFree(sub, a);
+    b_tag_subFree(sub, b);
 }
 
 TEST_F(FormatAlloc, AppendStrGrowsTheText) {
@@ -99,8 +110,8 @@ TEST_F(FormatAlloc, EveryFormUnderFailingAllocations) {
     ASSERT_EQ(b_tag_stackCreate(master, 8192, 8192, &stack), sOKAY);
     const std::string big(5000, 'm');
     for (int form = 0; form < 3; ++form) {
-        EXPECT_EQ(oom_check(
-                      master, {sub},
+        EXPECT_EQ(
+            oom_check(master, {sub},
                       [&] {
                           char *s = nullptr;
                           if (form == 1) {
@@ -123,7 +134,7 @@ TEST_F(FormatAlloc, EveryFormUnderFailingAllocations) {
                           return rc;
                       },
                       {}, {stack}),
-                  form == 2 ? 2 : 1);
+            form == 2 ? 2 : 1);
     }
     b_tag_stackDestroy(stack);
 }
