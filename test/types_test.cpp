@@ -24,25 +24,10 @@
 
 namespace {
 
-// A column of `type`, with the row-buffer length its catalogue would give it.
+// A column of `type` outside any catalogue.
 SCH_TYPE_INFO_T col(ZEL_TYPE type, uint16_t elems = 0, uint16_t length = 0) {
     SCH_TYPE_INFO_T pi{};
-    pi.type = type;
-    pi.elems = elems;
-    pi.type_info = b_typeGetInfo(type);
-    const size_t w = b_typeGetLength(type);
-    pi.byte_len = static_cast<uint16_t>(elems != 0 ? elems * w : w);
-    const int family = ZEL_TYPE_FAMILY(type);
-    if (family == ZEL_FAMILY_CHAR) {
-        pi.x.c.len = length;
-        pi.byte_len = static_cast<uint16_t>(length * 4 + 1);
-    } else if (type == ZEL_BINARY) {
-        pi.x.b.len = length;
-        pi.byte_len = length;
-    } else if (type == ZEL_VARBINARY) {
-        pi.x.b.len = length;
-        pi.byte_len = static_cast<uint16_t>(length + 2);
-    }
+    EXPECT_EQ(b_typeStandaloneColumn(type, elems, length, &pi), sOKAY) << type;
     return pi;
 }
 
