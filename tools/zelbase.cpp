@@ -25,6 +25,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text: UUID, base64 and UTF-8", zb_demo_text},
     {"Lists, arrays, hash, primes and random numbers", zb_demo_containers},
     {"Exact decimals", zb_demo_bcd},
+    {"Decimal functions and the numeric record", zb_demo_bcd_func},
     {"Dates, times and zones", zb_demo_datetime},
     {"Typed values", zb_demo_value},
     {"Variable integers and the stream encoder", zb_demo_varint},
@@ -32,6 +33,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Paths and the document root", zb_demo_path},
+    {"Connection strings", zb_demo_uri},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -62,14 +65,19 @@ constexpr Command kCommands[] = {
     {"base64", "encode|decode", "base64 from standard input to standard output", zb_cmd_base64},
     {"date", "[--format=F] [--zone=+HH:MM] [TEXT]",
      "today, or a date, time or timestamp with its day number, weekday and week", zb_cmd_date},
-    {"decimal", "A OP B [--round MODE] [--precision P --scale S]",
-     "exact decimal arithmetic, its status and packed bytes", zb_cmd_decimal},
+    {"decimal", "A OP B | FN X | pi | numeric ...",
+     "exact decimal arithmetic and functions, status, packed and numeric bytes", zb_cmd_decimal},
     {"varint", "encode N... | decode HEX...", "the stored forms of variable integers",
      zb_cmd_varint},
     {"convert", "--to TYPE [--from TYPE] [--bytes] VALUE", "convert a value between types",
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"path", "split|full|match|scan|tmpname ...",
+     "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
+    {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
+     zb_cmd_docroot},
+    {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
 };
 
 void zb_usage(FILE *out) {

@@ -43,11 +43,14 @@ int zb_demo_containers(FILE *out);
 int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
+int zb_demo_bcd_func(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_path(FILE *out);
+int zb_demo_uri(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -57,9 +60,15 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_path(int argc, char **argv);
+int zb_cmd_docroot(int argc, char **argv);
+int zb_cmd_uri(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
 int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
+
+// One transport entry of a parsed connection string, every field, on one line.
+std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 #endif
