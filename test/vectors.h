@@ -1,7 +1,8 @@
 // vectors.h - the reader of the oracle vectors under test/data: one case a
-// line, empty lines and lines starting with '#' skipped, fields split at
-// `sep` (' ' splits at runs of blanks and tabs and drops empty fields; any
-// other separator keeps them; '\n' keeps the whole line as one field).
+// line, empty lines skipped and, unless they are data, lines starting with
+// '#'; fields split at `sep` (' ' splits at runs of blanks and tabs and drops
+// empty fields; any other separator keeps them; '\n' keeps the whole line as
+// one field).
 #ifndef VECTORS_H
 #define VECTORS_H
 
@@ -26,12 +27,13 @@ inline VectorRow vectors_split(const std::string &text, char sep) {
     }
 }
 
-inline std::vector<VectorRow> vectors_read(const std::string &name, char sep = ' ') {
+inline std::vector<VectorRow> vectors_read(const std::string &name, char sep = ' ',
+                                           bool hashComments = true) {
     std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
     EXPECT_TRUE(in.good()) << "missing " << name;
     std::vector<VectorRow> rows;
     for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
+        if (line.empty() || (hashComments && line[0] == '#')) continue;
         if (sep != ' ') {
             rows.push_back(vectors_split(line, sep));
             continue;
