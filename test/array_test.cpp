@@ -157,21 +157,22 @@ TEST_F(ArrayIterate, FindStopsOnOkayOrAnyCodeButNotFound) {
 
 // A failed growth leaves the slots, the count and the index as they were.
 TEST_F(ArrayGrowth, AddUnderFailingAllocations) {
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  B_ARRAY_T a;
-                  b_arrInit(&a, sub);
-                  std::vector<void *> model;
-                  ZEL_RETCODE rc = sOKAY;
-                  for (uint32_t i = 0; i < 9 && rc == sOKAY; i++) {
-                      uint32_t index = 99;
-                      rc = b_arrAdd(&a, &items[i], &index);
-                      if (rc == sOKAY) model.push_back(&items[i]);
-                      EXPECT_EQ(index, rc == sOKAY ? i : 99u);
-                      EXPECT_TRUE(ArrayMatches(a, model));
-                  }
-                  b_arrTerm(&a);
-                  return rc;
-              }),
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_ARRAY_T a;
+                            b_arrInit(&a, sub);
+                            std::vector<void *> model;
+                            ZEL_RETCODE rc = sOKAY;
+                            for (uint32_t i = 0; i < 9 && rc == sOKAY; i++) {
+                                uint32_t index = 99;
+                                rc = b_arrAdd(&a, &items[i], &index);
+                                if (rc == sOKAY) model.push_back(&items[i]);
+                                EXPECT_EQ(index, rc == sOKAY ? i : 99u);
+                                EXPECT_TRUE(ArrayMatches(a, model));
+                            }
+                            b_arrTerm(&a);
+                            return rc;
+                        }),
               3);  // 4, 8 and 12 slots
 }
 

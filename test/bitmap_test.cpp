@@ -87,19 +87,20 @@ TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
 }
 
 TEST_F(BitmapLayout, FailedAllocationLeavesTheRecord) {
-    EXPECT_GT(oom_check(master, {sub}, [&] {
-                  B_BITMAP_T bm{};
-                  bm.size = 12345;
-                  const ZEL_RETCODE rc = b_bmInit(&bm, 64 * B_PAGE_SIZE * 8, sub);
-                  if (rc == sOKAY) {
-                      EXPECT_EQ(bm.size, 64u * B_PAGE_SIZE * 8);
-                      b_bmTerm(&bm);
-                  } else {
-                      EXPECT_EQ(bm.size, 12345u);
-                      EXPECT_EQ(bm.data, nullptr);
-                  }
-                  return rc;
-              }),
+    EXPECT_GT(oom_check(master, {sub},
+                        [&] {
+                            B_BITMAP_T bm{};
+                            bm.size = 12345;
+                            const ZEL_RETCODE rc = b_bmInit(&bm, 64 * B_PAGE_SIZE * 8, sub);
+                            if (rc == sOKAY) {
+                                EXPECT_EQ(bm.size, 64u * B_PAGE_SIZE * 8);
+                                b_bmTerm(&bm);
+                            } else {
+                                EXPECT_EQ(bm.size, 12345u);
+                                EXPECT_EQ(bm.data, nullptr);
+                            }
+                            return rc;
+                        }),
               0);
 }
 

@@ -141,20 +141,22 @@ TEST_F(ListIterate, StopsAtTheFirstFailureInEitherDirection) {
 
 // A failed add leaves the list as it was, at either end.
 TEST_F(ListRandom, AddUnderFailingAllocations) {
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  B_LL_T ll;
-                  b_llInit(&ll, sub);
-                  ZEL_RETCODE rc = b_llAddTail(&ll, &items[0]);
-                  EXPECT_TRUE(ListMatches(ll, rc == sOKAY ? Items{&items[0]} : Items{}));
-                  if (rc == sOKAY) {
-                      rc = b_llAddHead(&ll, &items[1]);
-                      EXPECT_TRUE(ListMatches(
-                          ll, rc == sOKAY ? Items{&items[1], &items[0]} : Items{&items[0]}));
-                  }
-                  b_llTerm(&ll);
-                  return rc;
-              }),
-              2);
+    EXPECT_EQ(
+        oom_check(master, {sub},
+                  [&] {
+                      B_LL_T ll;
+                      b_llInit(&ll, sub);
+                      ZEL_RETCODE rc = b_llAddTail(&ll, &items[0]);
+                      EXPECT_TRUE(ListMatches(ll, rc == sOKAY ? Items{&items[0]} : Items{}));
+                      if (rc == sOKAY) {
+                          rc = b_llAddHead(&ll, &items[1]);
+                          EXPECT_TRUE(ListMatches(
+                              ll, rc == sOKAY ? Items{&items[1], &items[0]} : Items{&items[0]}));
+                      }
+                      b_llTerm(&ll);
+                      return rc;
+                  }),
+        2);
 }
 
 }  // namespace

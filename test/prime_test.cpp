@@ -49,12 +49,13 @@ TEST_F(PrimeNext, TopOfTheRange) {
 
 // The sieve and the list of primes: either failing leaves nothing behind.
 TEST_F(PrimeNext, UnderFailingAllocations) {
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  uint64_t p = 77;
-                  const ZEL_RETCODE rc = b_primeNextGreaterOrEqual(1000000007, &p, sub);
-                  EXPECT_EQ(p, rc == sOKAY ? 1000000007u : 77u);
-                  return rc;
-              }),
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            uint64_t p = 77;
+                            const ZEL_RETCODE rc = b_primeNextGreaterOrEqual(1000000007, &p, sub);
+                            EXPECT_EQ(p, rc == sOKAY ? 1000000007u : 77u);
+                            return rc;
+                        }),
               2);
 }
 

@@ -123,21 +123,22 @@ TEST_F(StackDelete, TermUnlinksWithoutFreeing) {
 
 // A failed push leaves the stack as it was.
 TEST_F(StackDelete, PushUnderFailingAllocations) {
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  B_STACK_T st;
-                  b_stackInit(&st, nullptr, nullptr, sub);
-                  ZEL_RETCODE rc = sOKAY;
-                  std::vector<void *> model;
-                  for (int i = 0; i < 2 && rc == sOKAY; i++) {
-                      rc = b_stackPush(&st, &items[i]);
-                      if (rc == sOKAY) model.push_back(&items[i]);
-                      EXPECT_TRUE(StackMatches(st, model));
-                  }
-                  while (b_stackPop(&st, nullptr) == sOKAY) {
-                  }
-                  b_stackTerm(&st);
-                  return rc;
-              }),
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_STACK_T st;
+                            b_stackInit(&st, nullptr, nullptr, sub);
+                            ZEL_RETCODE rc = sOKAY;
+                            std::vector<void *> model;
+                            for (int i = 0; i < 2 && rc == sOKAY; i++) {
+                                rc = b_stackPush(&st, &items[i]);
+                                if (rc == sOKAY) model.push_back(&items[i]);
+                                EXPECT_TRUE(StackMatches(st, model));
+                            }
+                            while (b_stackPop(&st, nullptr) == sOKAY) {
+                            }
+                            b_stackTerm(&st);
+                            return rc;
+                        }),
               2);
 }
 

@@ -64,13 +64,16 @@ TEST_F(RandStream, DerivedValuesComeFromTheSameStream) {
 }
 
 TEST_F(RandStream, CreateUnderFailingAllocations) {
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  B_RAND r = nullptr;
-                  const ZEL_RETCODE rc = b_randCreate(&r, 9, sub);
-                  if (rc == sOKAY) b_randDestroy(r);
-                  else EXPECT_EQ(r, nullptr);
-                  return rc;
-              }),
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_RAND r = nullptr;
+                            const ZEL_RETCODE rc = b_randCreate(&r, 9, sub);
+                            if (rc == sOKAY)
+                                b_randDestroy(r);
+                            else
+                                EXPECT_EQ(r, nullptr);
+                            return rc;
+                        }),
               1);
 }
 

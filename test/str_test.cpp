@@ -51,18 +51,19 @@ TEST_F(StrAppend, StringTerminatesWithoutCounting) {
 
 TEST_F(StrAppend, FailedGrowthKeepsTheText) {
     const std::string big(6000, 'z');
-    EXPECT_EQ(oom_check(master, {sub}, [&] {
-                  B_STR_T s;
-                  b_strInit(&s, sub);
-                  ZEL_RETCODE rc = b_strAppend(&s, "start");
-                  if (rc == sOKAY) {
-                      rc = b_strAppend(&s, big.c_str());
-                      EXPECT_EQ(b_strString(&s), rc == sOKAY ? "start" + big : "start");
-                      EXPECT_EQ(s.size, rc == sOKAY ? 6144u : 256u);
-                  }
-                  b_strTerm(&s);
-                  return rc;
-              }),
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_STR_T s;
+                            b_strInit(&s, sub);
+                            ZEL_RETCODE rc = b_strAppend(&s, "start");
+                            if (rc == sOKAY) {
+                                rc = b_strAppend(&s, big.c_str());
+                                EXPECT_EQ(b_strString(&s), rc == sOKAY ? "start" + big : "start");
+                                EXPECT_EQ(s.size, rc == sOKAY ? 6144u : 256u);
+                            }
+                            b_strTerm(&s);
+                            return rc;
+                        }),
               2);
 }
 
