@@ -358,24 +358,19 @@ TEST(ConvertDecimal, IntoAndOutOfDecimals) {
     EXPECT_EQ(d.vt.dv, -129.9);
     ASSERT_EQ(convertFresh(s, &d, ZEL_BOOL), sOKAY);
     EXPECT_EQ(d.vt.u8v, 1);
+    // clang-format off
     const std::tuple<const char *, ZEL_TYPE, ZEL_RETCODE> ends[] = {
-        {"127", ZEL_INT8, sOKAY},
-        {"255.5", ZEL_UINT8, sOKAY},
-        {"-32768", ZEL_INT16, sOKAY},
-        {"65535", ZEL_UINT16, sOKAY},
-        {"-2147483648", ZEL_INT32, sOKAY},
-        {"4294967295", ZEL_UINT32, sOKAY},
-        {"9223372036854775807", ZEL_INT64, sOKAY},
-        {"18446744073709551615", ZEL_UINT64, sOKAY},
-        {"0.5", ZEL_FLOAT, sOKAY},
-        {"128", ZEL_INT8, eRANGE},
-        {"256", ZEL_UINT8, eRANGE},
-        {"-32769", ZEL_INT16, eRANGE},
-        {"65536", ZEL_UINT16, eRANGE},
-        {"2147483648", ZEL_INT32, eRANGE},
-        {"4294967296", ZEL_UINT32, eRANGE},
-        {"9223372036854775808", ZEL_INT64, eRANGE},
-        {"18446744073709551616", ZEL_UINT64, eRANGE}};
+        {"127", ZEL_INT8, sOKAY},                     {"255.5", ZEL_UINT8, sOKAY},
+        {"-32768", ZEL_INT16, sOKAY},                 {"65535", ZEL_UINT16, sOKAY},
+        {"-2147483648", ZEL_INT32, sOKAY},            {"4294967295", ZEL_UINT32, sOKAY},
+        {"9223372036854775807", ZEL_INT64, sOKAY},    {"18446744073709551615", ZEL_UINT64, sOKAY},
+        {"0.5", ZEL_FLOAT, sOKAY},                    {"128", ZEL_INT8, eRANGE},
+        {"256", ZEL_UINT8, eRANGE},                   {"-32769", ZEL_INT16, eRANGE},
+        {"65536", ZEL_UINT16, eRANGE},                {"2147483648", ZEL_INT32, eRANGE},
+        {"4294967296", ZEL_UINT32, eRANGE},           {"9223372036854775808", ZEL_INT64, eRANGE},
+        {"18446744073709551616", ZEL_UINT64, eRANGE}
+    };
+    // clang-format on
     for (auto [text, type, rc] : ends) {
         b = bcdOf(text);
         EXPECT_EQ(convertFresh(bcdValue(&b), &d, type), rc) << text;

@@ -164,37 +164,31 @@ struct NumCase {
 };
 
 TEST(ConvertNumberSyntax, CountsAndRules) {
+    // clang-format off
     const NumCase cases[] = {
         {"0", sOKAY, 1, 1, 0, 0},
         {" \t\n-12.345E+07", sOKAY, -1, 2, 3, 7},  // leading blanks, tab, newline
         {"+.5e-3", sOKAY, 1, 0, 1, -3},
         {"007", sOKAY, 1, 3, 0, 0},  // leading zeros count as digits
-        {"+", sOKAY, 1, 0, 0, 0},    // a lone sign passes
-        {"-", sOKAY, -1, 0, 0, 0},
-        {".", sOKAY, 1, 0, 0, 0},
+        {"+", sOKAY, 1, 0, 0, 0},  // a lone sign passes
+        {"-", sOKAY, -1, 0, 0, 0},                {".", sOKAY, 1, 0, 0, 0},
         {"5.", sOKAY, 1, 1, 0, 0},
         {"1e+", sOKAY, 1, 1, 0, 0},  // a sign after e is enough
-        {"1E5", sOKAY, 1, 1, 0, 5},
-        {"1e308", sOKAY, 1, 1, 0, 308},
+        {"1E5", sOKAY, 1, 1, 0, 5},               {"1e308", sOKAY, 1, 1, 0, 308},
         {"1e-308", sOKAY, 1, 1, 0, -308},
         {"", eINVLITERAL},  // state 0 has no row for the end
-        {" ", eINVLITERAL},
-        {"12 ", eINVLITERAL},  // no trailing blanks
-        {"1e", eINVLITERAL},
-        {"1.5e", eINVLITERAL},
-        {"e5", eINVLITERAL},
-        {"1-", eINVLITERAL},
-        {"--1", eINVLITERAL},
-        {"1.2.3", eINVLITERAL},
-        {"1e5.5", eINVLITERAL},
-        {"\r1", eINVLITERAL},
+        {" ", eINVLITERAL},                       {"12 ", eINVLITERAL},  // no trailing blanks
+        {"1e", eINVLITERAL},                      {"1.5e", eINVLITERAL},
+        {"e5", eINVLITERAL},                      {"1-", eINVLITERAL},
+        {"--1", eINVLITERAL},                     {"1.2.3", eINVLITERAL},
+        {"1e5.5", eINVLITERAL},                   {"\r1", eINVLITERAL},
         {"1x1e400", eINVLITERAL},  // stops at x: the exponent is never read
-        {"1e309", eRANGE},
-        {"1e-309", eRANGE},
-        {"1e400x", eRANGE},   // the exponent is judged before the syntax
+        {"1e309", eRANGE},                        {"1e-309", eRANGE},
+        {"1e400x", eRANGE},  // the exponent is judged before the syntax
         {"1e-400x", eRANGE},  // its sign is only applied at the end, but 400 is out either way
-        {"1e99999999999999999999", eRANGE},
+        {"1e99999999999999999999", eRANGE}
     };
+    // clang-format on
     for (const NumCase &c : cases) {
         int32_t sign = 7, mag = 7, scale = 7, expt = 7;
         ASSERT_EQ(convert_parseNumber(c.text, &sign, &mag, &scale, &expt), c.rc) << c.text;

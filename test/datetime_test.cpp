@@ -276,14 +276,17 @@ TEST(TimeText, MatchesPythonOracleAtEveryWidth) {
 }
 
 TEST(TimeText, LenientForms) {
+    // clang-format off
     const std::pair<const char *, uint32_t> cases[] = {
         {"10:30:00", 378000000u},        {"12:00:00am", 0},
         {"01:00:00pm", 13u * 36000000u}, {"01:00:00P", 13u * 36000000u},
         {"12:00:00PM", 12u * 36000000u},  // noon stays 12
-        {"01:00:00 pm", 36000000u},       // after a blank: unread
-        {"10:30:00.5", 378000005u},       // whole units
+        {"01:00:00 pm", 36000000u},  // after a blank: unread
+        {"10:30:00.5", 378000005u},  // whole units
         {"10:30:00.5000", 378005000u},   {" \t1:2:3xyz", 37230000u},
-        {"00010:00:00", 360000000u},     {"13:00:00am", 13u * 36000000u}};  // only 12 moves
+        {"00010:00:00", 360000000u},     {"13:00:00am", 13u * 36000000u}
+    };  // only 12 moves
+    // clang-format on
     for (auto [text, units] : cases) EXPECT_EQ(Time(text), units) << text;
 }
 

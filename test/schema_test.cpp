@@ -542,37 +542,27 @@ struct DefaultCase {
 };
 
 TEST_F(SchemaTest, DefaultsByType) {
+    // clang-format off
     const DefaultCase cases[] = {
-        {ZEL_BOOL, "TRUE", sOKAY},
-        {ZEL_BOOL, "yes", eBADCAT},
-        {ZEL_INT8, "128", eBADCAT},
-        {ZEL_INT8, "-128", sOKAY},
-        {ZEL_UINT8, "256", eBADCAT},
-        {ZEL_UINT16, "65535", sOKAY},
-        {ZEL_INT32, "12x", eBADCAT},
-        {ZEL_INT64, "12x", eINVLITERAL},
-        {ZEL_UINT64, "-5", eRANGE},
-        {ZEL_FLOAT, "1e39", eBADCAT},
-        {ZEL_FLOAT, "2.5", sOKAY},
-        {ZEL_DOUBLE, "1e300", sOKAY},
-        {ZEL_BCD, "12.50", sOKAY},
-        {ZEL_BCD, "1.2.3", eBADCAT},
-        {ZEL_DATE, "current_DATE", sOKAY},
-        {ZEL_DATE, "2021-01-31", sOKAY},
+        {ZEL_BOOL, "TRUE", sOKAY},              {ZEL_BOOL, "yes", eBADCAT},
+        {ZEL_INT8, "128", eBADCAT},             {ZEL_INT8, "-128", sOKAY},
+        {ZEL_UINT8, "256", eBADCAT},            {ZEL_UINT16, "65535", sOKAY},
+        {ZEL_INT32, "12x", eBADCAT},            {ZEL_INT64, "12x", eINVLITERAL},
+        {ZEL_UINT64, "-5", eRANGE},             {ZEL_FLOAT, "1e39", eBADCAT},
+        {ZEL_FLOAT, "2.5", sOKAY},              {ZEL_DOUBLE, "1e300", sOKAY},
+        {ZEL_BCD, "12.50", sOKAY},              {ZEL_BCD, "1.2.3", eBADCAT},
+        {ZEL_DATE, "current_DATE", sOKAY},      {ZEL_DATE, "2021-01-31", sOKAY},
         {ZEL_TIME, "Current_Time", sOKAY},
         {ZEL_TIMESTAMPTZ, "current_timestamp", sOKAY},
         {ZEL_TIMESTAMPTZ, "2021-01-31 10:00:00+01:00", sOKAY},
-        {ZEL_ROWID, "auto", sOKAY},
-        {ZEL_ROWID, "1", eBADCAT},
+        {ZEL_ROWID, "auto", sOKAY},             {ZEL_ROWID, "1", eBADCAT},
         {ZEL_UUID, "auto", sOKAY},
         {ZEL_UUID, "{12345678-1234-1234-1234-123456789abc}", sOKAY},
-        {ZEL_VARCHAR, "hello", sOKAY},
-        {ZEL_BINARY, "ABc", eBADCAT},
-        {ZEL_BINARY, "ABcd", sOKAY},
-        {ZEL_BINARY, "", sOKAY},
-        {ZEL_BINARY, "zz", eBADCAT},
-        {ZEL_WCLOB_UTF8, "x", eNOTIMPLEMENTED},
+        {ZEL_VARCHAR, "hello", sOKAY},          {ZEL_BINARY, "ABc", eBADCAT},
+        {ZEL_BINARY, "ABcd", sOKAY},            {ZEL_BINARY, "", sOKAY},
+        {ZEL_BINARY, "zz", eBADCAT},            {ZEL_WCLOB_UTF8, "x", eNOTIMPLEMENTED}
     };
+    // clang-format on
     ASSERT_EQ(sch_set_max_table(sch, 2), sOKAY);
     ASSERT_EQ(sch_set_next_table(sch, 2), sOKAY);
     SCH_TBL_INFO ti = nullptr;
