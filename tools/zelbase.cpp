@@ -33,8 +33,12 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
+    {"Rows and index nodes as stored", zb_demo_row},
     {"Connection strings", zb_demo_uri},
+    {"Queue and thread pool", zb_demo_queue},
+    {"Parser driver", zb_demo_yyparse},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -73,11 +77,23 @@ constexpr Command kCommands[] = {
      zb_cmd_convert},
     {"types", "[TYPE TEXT...]", "every type with its names, size and alignment; stored bytes",
      zb_cmd_types},
+    {"row", "encode|decode --table T ...", "a row of the sample catalogue as stored, annotated",
+     zb_cmd_row},
+    {"node", "decode --key|--ref|--blob T.X",
+     "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
+    {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
+     zb_cmd_file},
+    {"log", "[--file F] [--*-level L] [--category C] TEXT",
+     "send a message through a log to standard error and a stamped file", zb_cmd_log},
     {"path", "split|full|match|scan|tmpname ...",
      "split, complete and match paths; scan a directory; temporary names", zb_cmd_path},
     {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
      zb_cmd_docroot},
     {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
+    {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
+     "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
+    {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
+     zb_cmd_parse},
 };
 
 void zb_usage(FILE *out) {

@@ -376,6 +376,10 @@ struct SCH_TBL_INFO_S {
     ZEL_TBL_INDEX nameNdx;
     ZEL_TBL_INDEX offset;
     SCH_TRIG_INFO triggers;
+    /* The inverse of active_ndx, built with it: by column index, the
+     * position among the active columns, 65535 for a retired one. */
+    ZEL_COL_INDEX *active_pos;
+    ZEL_COL_INDEX num_active_pos; /* entries in active_pos */
 };
 
 struct SCH_INFO_S {
