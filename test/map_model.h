@@ -12,6 +12,7 @@
 #ifndef MAP_MODEL_H
 #define MAP_MODEL_H
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <iterator>
@@ -226,52 +227,60 @@ class MapUnderTest {
     // The entries and the invariants of the map's store, read without
     // moving any cursor, against the model's entries.
     std::string check(const std::map<uint64_t, uint64_t> &want) {
-        std::map<uint64_t, uint64_t> got;
+        MapSeen got;  // in the map's order, which is the model's
         std::string err;
-        if (isMap() || isUint()) {
-            B_MAP_T *m = isMap() ? &map_ : &uint_.map;
-            const auto r = zel::detail::bt_check(&m->bt, [&](uint32_t, const B_BTREE_NODE *n) {
-                for (uint32_t i = 0; i < n->used; ++i) {
-                    const auto *item = static_cast<const B_MAP_ITEM *>(n->slots[i].data);
-                    got[x(item->key)] = item->value;
-                }
-            });
-            if (r.error != nullptr) err += r.error;
-            err += avail(m->avail, m->availCount);
-        }
         if (isUint()) {
             for (uint32_t i = 0; i < uint_.arraySize; ++i) {
-                if (uint_.array[i].inuse) got[i] = uint_.array[i].value;
+                if (uint_.array[i].inuse) got.emplace_back(i, uint_.array[i].value);
             }
+        }
+        if (isMap() || isUint()) {
+            B_MAP_T *m = isMap() ? &map_ : &uint_.map;
+            const auto r = zel::detail::bt_check(&m->bt);
+            if (r.error != nullptr) err += r.error;
+            inOrder(&m->bt.root, &got);
+            err += avail(m->avail, m->availCount);
         }
         if (isMapa()) {
             for (const B_AVL_NODE_T *n = b_avlFirst(&mapa_.avl); n != nullptr; n = b_avlNext(n)) {
                 const auto *item = reinterpret_cast<const B_MAPA_ITEM *>(n);
-                got[x(item->key)] = item->value;
+                got.emplace_back(x(item->key), item->value);
             }
             err += avail(mapa_.avail, mapa_.availCount);
         }
         if (isMapb()) {
-            uint64_t keys = 0, last = 0;
+            uint64_t keys = 0;
             for (const B_AVL_NODE_T *n = b_avlFirst(&mapb_.avl); n != nullptr; n = b_avlNext(n)) {
                 const auto *b = reinterpret_cast<const B_MAPB_ITEM *>(n);
                 if (b->start % 64 != 0 || b->used_bitmap == 0) err += " bad block";
-                if (n != b_avlFirst(&mapb_.avl) && b->start <= last) err += " blocks out of order";
-                last = b->start;
                 keys += uint64_t(std::popcount(b->used_bitmap));
                 for (unsigned i = 0; i < 64; ++i) {
-                    if (b->used_bitmap >> i & 1) got[b->start + i] = b->values[i];
+                    if (b->used_bitmap >> i & 1) got.emplace_back(b->start + i, b->values[i]);
                 }
             }
             if (keys != mapb_.count) err += " count is not the bits set";
             err += avail(mapb_.avail, mapb_.availCount);
         }
-        if (got != want) err += " entries differ from the model";
+        const auto same = [](const std::pair<uint64_t, uint64_t> &a,
+                             const std::pair<const uint64_t, uint64_t> &b) {
+            return a.first == b.first && a.second == b.second;
+        };
+        if (!std::equal(got.begin(), got.end(), want.begin(), want.end(), same)) {
+            err += " entries differ from the model";
+        }
         return err;
     }
 
   private:
     uint64_t x(uint64_t k) const { return k ^ flip_; }
+    void inOrder(const B_BTREE_NODE *n, MapSeen *out) const {
+        for (uint32_t i = 0; i <= n->used; ++i) {
+            if (n->slots[i].child != nullptr) inOrder(n->slots[i].child, out);
+            if (i == n->used) break;
+            const auto *item = static_cast<const B_MAP_ITEM *>(n->slots[i].data);
+            out->emplace_back(x(item->key), item->value);
+        }
+    }
     static std::string avail(const B_MAP_ITEM_LIST *list, uint32_t count) {
         uint32_t n = 0;
         for (; list != nullptr; list = list->next) ++n;
