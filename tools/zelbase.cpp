@@ -38,6 +38,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Queue and thread pool", zb_demo_queue},
     {"Parser driver", zb_demo_yyparse},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Maps of 64-bit keys", zb_demo_map},
     {"Command line", zb_demo_cmdline},
 };
 
@@ -105,6 +106,8 @@ constexpr Command kCommands[] = {
      zb_cmd_parse},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"map", "[--kind mapb|uintmap] [--array-size N] KEY[=VALUE]...",
+     "where keys land in a block map or an array map", zb_cmd_map},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
 };

@@ -49,7 +49,7 @@ constexpr size_t kFirstBlock = B_PAGE_SIZE - kSlabBlocks * kBlock;
 static_assert(kBlock == 544 && offsetof(B_MAPB_ITEM, start) == 16 &&
                   offsetof(B_MAPB_ITEM, used_bitmap) == 24 && offsetof(B_MAPB_ITEM, values) == 32,
               "a block is its link, start, bitmap and 64 values");
-static_assert(sizeof(Slab) == 32 && kSlabBlocks == 7 && kFirstBlock == 288);
+static_assert(sizeof(Slab) == 32 && kSlabBlocks == B_MAPB_PAGE_BLOCKS && kFirstBlock == 288);
 static_assert(B_PAGE_SIZE > B_TAG_SUB_SMALL_MAX, "a page is a page run: page-aligned");
 
 constexpr B_MAP_KEY kLowBits = 63;

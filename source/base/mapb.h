@@ -32,6 +32,10 @@ typedef struct B_MAPB_ITEM_S {
     B_MAP_VALUE values[64];
 } B_MAPB_ITEM;
 
+/* Blocks come from pages of the map's tag, this many to a page, packed at
+ * the page's end. */
+#define B_MAPB_PAGE_BLOCKS 7
+
 struct B_MAPB_SLAB_S;
 
 typedef struct B_MAPB_S {
