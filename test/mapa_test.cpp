@@ -1,6 +1,6 @@
 // B_MAPA_T beyond the shared model test (map_test.cpp): positions held by
-// the caller, old values, a caller's compare that returns any int, the free
-// list's cap and every allocation failing.
+// the caller, a caller's compare that returns any int, the free list's cap
+// and every allocation failing.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -52,23 +52,6 @@ TEST_F(MapaTest, PositionsStepBothWays) {
     ASSERT_EQ(b_mapaNext(&mapa, &pos, &k, &v, &pos), sOKAY);
     EXPECT_EQ(k, 21u);
     EXPECT_EQ(b_mapaNext(&mapa, &pos, &k, &v, &pos), sNOTFOUND);
-}
-
-TEST_F(MapaTest, SetExGivesTheOldValue) {
-    B_MAP_VALUE old = 99;
-    ASSERT_EQ(b_mapaSetEx(&mapa, 5, 50, &old), sOKAY);
-    EXPECT_EQ(old, 0u);
-    ASSERT_EQ(b_mapaSetEx(&mapa, 5, 51, &old), sOKAY);
-    EXPECT_EQ(old, 50u);
-    B_MAP_KEY k = 0;
-    B_MAP_VALUE v = 0;
-    ASSERT_EQ(b_mapaDeleteFirstEx(&mapa, &k, &v), sOKAY);
-    EXPECT_EQ(k, 5u);
-    EXPECT_EQ(v, 51u);
-    EXPECT_EQ(b_mapaDeleteFirst(&mapa), sNOTFOUND);
-    EXPECT_EQ(b_mapaDeleteEx(&mapa, 5, &v), sNOTFOUND);
-    EXPECT_EQ(b_mapaFirst(&mapa, &k, &v), sNOTFOUND);
-    EXPECT_EQ(b_mapaLast(&mapa, &k, &v), sNOTFOUND);
 }
 
 // A compare that answers with any int (here a difference) still orders the

@@ -93,26 +93,6 @@ TEST_F(MapbTest, FindOrScansBlocks) {
     }
 }
 
-TEST_F(MapbTest, SetExAndEnds) {
-    B_MAP_VALUE old = 7;
-    ASSERT_EQ(b_mapbSetEx(&mapb, ~0ull, 1, &old), sOKAY);
-    EXPECT_EQ(old, 0u);
-    ASSERT_EQ(b_mapbSetEx(&mapb, ~0ull, 2, &old), sOKAY);
-    EXPECT_EQ(old, 1u);
-    set({0});
-    B_MAP_KEY k = 5;
-    B_MAP_VALUE v = 0;
-    ASSERT_EQ(b_mapbLast(&mapb, &k, &v), sOKAY);
-    EXPECT_EQ(k, ~0ull);
-    EXPECT_EQ(v, 2u);
-    ASSERT_EQ(b_mapbFirst(&mapb, &k, &v), sOKAY);
-    EXPECT_EQ(k, 0u);
-    ASSERT_EQ(b_mapbDeleteFirstEx(&mapb, &k, &v), sOKAY);
-    EXPECT_EQ(k, 0u);
-    EXPECT_EQ(b_mapbDeleteFirst(&mapb), sOKAY);
-    EXPECT_EQ(b_mapbDeleteFirst(&mapb), sNOTFOUND);
-}
-
 // Full blocks, seven to a page: 4096 / (7 * 64) = 9.14 bytes a key. Deleting
 // gives pages back once the free list holds its thousand blocks.
 TEST_F(MapbTest, DenseKeysTakeNineBytesEach) {
