@@ -223,10 +223,25 @@ bool canonical(const B_TOKEN &t, const char *tokbuf, const Config &c, std::strin
     return true;
 }
 
-// Reads up to the end or the cap; the descriptions, and the canonical print
-// of the tokens before the first error.
-std::vector<std::string> readAll(B_LEX_T *lex, const Config &c, std::string *print,
-                                 size_t *printed) {
+// A source that is no memory source, over the same bytes: the lexer reads it
+// through readFcn, the general way, which must agree with the quick one.
+struct ByteSource {
+    B_INPUT_T in;
+    const uint8_t *data;
+    size_t size, pos;
+};
+
+ZEL_RETCODE byteRead(B_INPUT_T *obj, B_CHAR *ch) {
+    auto *s = reinterpret_cast<ByteSource *>(obj);
+    *ch = s->pos < s->size ? s->data[s->pos++] : 0;
+    return sOKAY;
+}
+
+// Reads up to the end or the cap; the descriptions (with the place and text
+// of each token when `places`), and the canonical print of the tokens before
+// the first error.
+std::vector<std::string> readAll(B_LEX_T *lex, const Config &c, std::string *print, size_t *printed,
+                                 bool places = false) {
     std::vector<std::string> seen;
     bool printing = true;
     for (int i = 0; i < kTokenCap; ++i) {
@@ -242,6 +257,11 @@ std::vector<std::string> readAll(B_LEX_T *lex, const Config &c, std::string *pri
                   again.v.iv == t.v.iv);
         }
         seen.push_back(describe(t));
+        if (places) {
+            seen.back() += "@" + std::to_string(t.line) + ":" + std::to_string(t.pos) + "|" +
+                           b_lexGetTokString(lex) + "|" +
+                           std::to_string(b_lexGetCharacterNumber(lex));
+        }
         if (printing && print != nullptr) printing = canonical(t, b_lexGetTokString(lex), c, print);
         if (printing) *printed = seen.size();
         b_lexTokenFree(lex, &t);
@@ -270,7 +290,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     size_t printed = 0, ignored = 0;
     const std::vector<std::string> first = readAll(&lex, c, &print, &printed);
     check(b_lexRewind(&lex, &start) == sOKAY);
-    check(readAll(&lex, c, nullptr, &ignored) == first);
+    const std::vector<std::string> placed = readAll(&lex, c, nullptr, &ignored, true);
+    check(placed.size() == first.size());
+    for (size_t i = 0; i < first.size(); ++i) check(placed[i].rfind(first[i] + "@", 0) == 0);
+
+    // Through readFcn: the same tokens at the same places.
+    ByteSource bytes{{}, data + 1, size - 1, 0};
+    bytes.in.readFcn = byteRead;
+    check(b_lexInitInput(&lex, &bytes.in, nullptr, 1, stack) == sOKAY);
+    check(readAll(&lex, c, nullptr, &ignored, true) == placed);
 
     check(b_lexStart(&lex, print.c_str(), nullptr, 1, stack) == sOKAY);
     std::vector<std::string> again = readAll(&lex, c, nullptr, &ignored);

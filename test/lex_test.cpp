@@ -100,6 +100,11 @@ class Lex : public TaggedTest {
             B_TOKEN t;
             b_lexGet(&lex, &t);
             out.push_back(describe(t));
+            if (whole) {
+                out.back() += "@" + std::to_string(t.line) + ":" + std::to_string(t.pos) + "|" +
+                              b_lexGetTokString(&lex) + "|" +
+                              std::to_string(b_lexGetCharacterNumber(&lex));
+            }
             b_lexTokenFree(&lex, &t);
             if (t.type == tokEOS) break;
         }
@@ -112,6 +117,7 @@ class Lex : public TaggedTest {
     }
     B_LEX_T lex{};
     std::string source;
+    bool whole = false;  // all() adds line, column, tokbuf and charno
 };
 
 using Tokens = std::vector<std::string>;
@@ -374,7 +380,12 @@ ZEL_RETCODE slowRead(B_INPUT_T *obj, B_CHAR *ch) {
 
 TEST_F(Lex, ReadFunctionGivesTheSameTokensAsMemory) {
     const char *text =
-        "select x'1F', \"q\", u&'\\00e9', 12.5e3 -- c\n/* d */ \tname_1, 'it''s' 0x0a;";
+        "select x'1F', \"q\", u&'\\00e9', 12.5e3 -- c\n/* d */ \tname_1, 'it''s' 0x0a;\n"
+        "007 0 1234567890123456789 12345678901234567890 .5 1. X Xa U u2 'a\nb' '' \"\"\"\" "
+        "'tab\there' 'esc\\n' $x a$b _1 99e 18446744073709551616";
+    // The memory source goes the quick way where it can; the same tokens at
+    // the same places with the same text.
+    whole = true;
     const Tokens want = lexAll(text);
     for (bool fail : {false, true}) {
         b_lexTerm(&lex);

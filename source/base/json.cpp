@@ -16,6 +16,7 @@
 #include <cstring>
 
 #include "lex.h"
+#include "lex_internal.h"
 #include "psp.h"
 #include "tag_sub.h"
 
@@ -44,37 +45,29 @@ ZEL_RETCODE json_push(B_JSON_T *obj, B_JSON_VALTYPE type) {
 }
 
 // The next token; eNOMEMORY, with nothing held, when the lexer ran short of
-// memory (the token would be an error or cut).
+// memory (the token would be an error or cut). Names and strings stay in the
+// lexer's tokbuf, to be copied once, straight to where the caller wants them.
 ZEL_RETCODE json_token(B_JSON_T *obj, B_TOKEN *tok) {
-    b_lexGet(&obj->lex, tok);
+    zel::detail::lex_getInPlace(&obj->lex, tok);
     if (obj->lex.nomem == ZEL_FALSE) return sOKAY;
     b_lexTokenFree(&obj->lex, tok);
     return eNOMEMORY;
 }
 
-// The text of an identifier or string token, for the caller in *out when
-// `out` is set. Without a stack tag the token's copy is already from the
-// reader's sub tag and is handed over as it is; otherwise it is copied.
-ZEL_RETCODE json_takeText(B_JSON_T *obj, B_TOKEN *tok, char **out) {
-    char **text = tok->type == tokIDENTIFIER ? &tok->v.id : &tok->v.str;
-    if (out == nullptr) {
-        b_lexTokenFree(&obj->lex, tok);
-        return sOKAY;
-    }
-    if (obj->lex.userStackTag == nullptr && obj->lex.subTag == obj->subTag) {
-        *out = *text;
-        *text = nullptr;
-        return sOKAY;
-    }
+// The text of the identifier or string just read, copied from the reader's
+// sub tag into *out when `out` is set; an identifier is upper-cased.
+ZEL_RETCODE json_takeText(B_JSON_T *obj, const B_TOKEN *tok, char **out) {
+    if (out == nullptr) return sOKAY;
     void *copy = nullptr;
-    const ZEL_RETCODE rc = b_tag_subCopyString(obj->subTag, *text, &copy);
-    b_lexTokenFree(&obj->lex, tok);
-    if (rc == sOKAY) *out = static_cast<char *>(copy);
-    return rc;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_subAllocCopy(obj->subTag, obj->lex.tokbuf, obj->lex.tokpos + 1, &copy));
+    *out = static_cast<char *>(copy);
+    if (tok->type == tokIDENTIFIER) psp_strupr(*out);
+    return sOKAY;
 }
 
-// The value that begins with `tok`, which is consumed. `copy` says whether a
-// string goes to the caller (else it is only read).
+// The value that begins with `tok`, which is consumed (freed). `copy` says
+// whether a string goes to the caller (else it is only read).
 ZEL_RETCODE json_value(B_JSON_T *obj, B_TOKEN *tok, B_JSON_VAL *out, bool copy) {
     ZEL_RETCODE rc;
     switch (tok->type) {
@@ -106,16 +99,14 @@ ZEL_RETCODE json_value(B_JSON_T *obj, B_TOKEN *tok, B_JSON_VAL *out, bool copy) 
             out->type = jvEND;
             return sOKAY;
         case tokIDENTIFIER: {
-            const char *word = tok->v.id;
+            const char *word = obj->lex.tokbuf;
             if (psp_strcasecmp(word, "true") == 0 || psp_strcasecmp(word, "false") == 0) {
                 out->type = jvBOOLEAN;
-                out->v.flag = word[0] == 'T' ? ZEL_TRUE : ZEL_FALSE;  // upper-cased by the lexer
-                b_lexTokenFree(&obj->lex, tok);
+                out->v.flag = (word[0] | 0x20) == 't' ? ZEL_TRUE : ZEL_FALSE;
                 return sOKAY;
             }
             if (psp_strcasecmp(word, "null") == 0) {
                 out->type = jvNULL;
-                b_lexTokenFree(&obj->lex, tok);
                 return sOKAY;
             }
             [[fallthrough]];
@@ -176,7 +167,12 @@ ZEL_RETCODE b_jsonNextValue(B_JSON_T *obj, B_JSON_VALTYPE *type, B_JSON_VAL *val
     B_JSON_VAL v{};
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = json_nextValue(obj, &v, val != nullptr));
-    if (val != nullptr) *val = v;
+    if (val != nullptr) {
+        // Field by field: a whole-record copy of what was just built piecewise
+        // stalls on the store buffer.
+        val->type = v.type;
+        val->v = v.v;
+    }
     if (type != nullptr) *type = v.type;
     return sOKAY;
 }
@@ -208,7 +204,11 @@ ZEL_RETCODE b_jsonNextPair(B_JSON_T *obj, B_JSON_VALTYPE *type, B_JSON_PAIR *pai
             return rc;
         }
     }
-    if (pair != nullptr) *pair = p;
+    if (pair != nullptr) {
+        pair->name = p.name;
+        pair->value.type = p.value.type;
+        pair->value.v = p.value.v;
+    }
     if (type != nullptr) *type = p.value.type;
     return sOKAY;
 }

@@ -12,6 +12,7 @@
  * sets `nomem`, so no caller ever sees a truncated name or string.
  */
 #include "lex.h"
+#include "lex_internal.h"
 
 #include <algorithm>
 #include <array>
@@ -40,12 +41,14 @@ enum : uint8_t {
     kSqlId = 1,    // continues an SQL identifier: letters, digits, "$", "_"
     kOtherId = 2,  // continues any other identifier: also ":", ".", "\", "/"
     kHex = 4,
-    kWhite = 8,  // 1 to 32: skipped between tokens
+    kWhite = 8,       // 1 to 32: skipped between tokens
+    kStringStop = 16  // ends a plain run of a string: the end, a backslash, a newline
 };
 
 constexpr std::array<uint8_t, 256> kClass = [] {
     std::array<uint8_t, 256> t{};
     for (int c = 1; c <= 32; ++c) t[c] |= kWhite;
+    t[0] |= kStringStop, t['\\'] |= kStringStop, t['\n'] |= kStringStop;
     for (int c = 0; c < 256; ++c) {
         const bool alnum =
             (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
@@ -102,296 +105,44 @@ ZEL_BOOL_T lex_sqlSaveExpr(const char *word) {
 
 // Sorted under a lower-case fold, the order of psp_strcasecmp: "_" and "-"
 // come before the letters ("CHAR_LENGTH" before "CHARACTER").
+// clang-format off
 constexpr const char *sql_reserved_words[] = {
-    "ABS",
-    "ALL",
-    "ALLOCATE",
-    "ALTER",
-    "AND",
-    "ANY",
-    "ARE",
-    "ARRAY",
-    "AS",
-    "ASENSITIVE",
-    "ASYMMETRIC",
-    "AT",
-    "ATOMIC",
-    "AUTHORIZATION",
-    "AVG",
-    "BEGIN",
-    "BETWEEN",
-    "BIGINT",
-    "BINARY",
-    "BLOB",
-    "BOOLEAN",
-    "BOTH",
-    "BY",
-    "CALL",
-    "CALLED",
-    "CARDINALITY",
-    "CASCADED",
-    "CASE",
-    "CAST",
-    "CEIL",
-    "CEILING",
-    "CHAR",
-    "CHAR_LENGTH",
-    "CHARACTER",
-    "CHARACTER_LENGTH",
-    "CHECK",
-    "CLOB",
-    "CLOSE",
-    "COALESCE",
-    "COLLATE",
-    "COLLECT",
-    "COLUMN",
-    "COMMIT",
-    "CONDITION",
-    "CONNECT",
-    "CONSTRAINT",
-    "CONVERT",
-    "CORR",
-    "CORRESPONDING",
-    "COUNT",
-    "COVAR_POP",
-    "COVAR_SAMP",
-    "CREATE",
-    "CROSS",
-    "CUBE",
-    "CUME_DIST",
-    "CURRENT",
-    "CURRENT_DATE",
-    "CURRENT_DEFAULT_TRANSFORM_GROUP",
-    "CURRENT_PATH",
-    "CURRENT_ROLE",
-    "CURRENT_TIME",
-    "CURRENT_TIMESTAMP",
-    "CURRENT_TRANSFORM_GROUP_FOR_TYPE",
-    "CURRENT_USER",
-    "CURSOR",
-    "DATE",
-    "DAY",
-    "DEALLOCATE",
-    "DEC",
-    "DECIMAL",
-    "DECLARE",
-    "DEFAULT",
-    "DELETE",
-    "DENSE_RANK",
-    "DEREF",
-    "DESCRIBE",
-    "DETERMINISTIC",
-    "DISCONNECT",
-    "DISTINCT",
-    "DOUBLE",
-    "DROP",
-    "DYNAMIC",
-    "EACH",
-    "ELEMENT",
-    "ELSE",
-    "END",
-    "END-EXEC",
-    "ESCAPE",
-    "EVERY",
-    "EXCEPT",
-    "EXEC",
-    "EXECUTE",
-    "EXISTS",
-    "EXP",
-    "EXTERNAL",
-    "EXTRACT",
-    "FALSE",
-    "FETCH",
-    "FILTER",
-    "FLOAT",
-    "FLOOR",
-    "FOR",
-    "FOREIGN",
-    "FREE",
-    "FROM",
-    "FULL",
-    "FUNCTION",
-    "FUSION",
-    "GET",
-    "GLOBAL",
-    "GRANT",
-    "GROUP",
-    "GROUPING",
-    "HAVING",
-    "HOLD",
-    "HOUR",
-    "IDENTITY",
-    "IN",
-    "INDICATOR",
-    "INNER",
-    "INOUT",
-    "INSENSITIVE",
-    "INSERT",
-    "INT",
-    "INTEGER",
-    "INTERSECT",
-    "INTERSECTION",
-    "INTERVAL",
-    "INTO",
-    "IS",
-    "JOIN",
-    "LANGUAGE",
-    "LARGE",
-    "LATERAL",
-    "LEADING",
-    "LEFT",
-    "LIKE",
-    "LN",
-    "LOCAL",
-    "LOCALTIME",
-    "LOCALTIMESTAMP",
-    "LOWER",
-    "MATCH",
-    "MAX",
-    "MEMBER",
-    "MERGE",
-    "METHOD",
-    "MIN",
-    "MINUTE",
-    "MOD",
-    "MODIFIES",
-    "MODULE",
-    "MONTH",
-    "MULTISET",
-    "NATIONAL",
-    "NATURAL",
-    "NCHAR",
-    "NCLOB",
-    "NEW",
-    "NO",
-    "NONE",
-    "NORMALIZE",
-    "NOT",
-    "NULL",
-    "NULLIF",
-    "NUMERIC",
-    "OCTET_LENGTH",
-    "OF",
-    "OLD",
-    "ON",
-    "ONLY",
-    "OPEN",
-    "OR",
-    "ORDER",
-    "OUT",
-    "OUTER",
-    "OVER",
-    "OVERLAPS",
-    "OVERLAY",
-    "PARAMETER",
-    "PARTITION",
-    "PERCENT_RANK",
-    "PERCENTILE_CONT",
-    "PERCENTILE_DISC",
-    "POSITION",
-    "POWER",
-    "PRECISION",
-    "PREPARE",
-    "PRIMARY",
-    "PROCEDURE",
-    "RANGE",
-    "READ",
-    "READS",
-    "REAL",
-    "RECURSIVE",
-    "REF",
-    "REFERENCES",
-    "REFERENCING",
-    "REGR_AVGX",
-    "REGR_AVGY",
-    "REGR_COUNT",
-    "REGR_INTERCEPT",
-    "REGR_R2",
-    "REGR_SLOPE",
-    "REGR_SXX",
-    "REGR_SXY",
-    "REGR_SYY",
-    "RELEASE",
-    "RESULT",
-    "RETURN",
-    "RETURNS",
-    "REVOKE",
-    "RIGHT",
-    "ROLLBACK",
-    "ROLLUP",
-    "ROW",
-    "ROW_NUMBER",
-    "ROWS",
-    "SAVEPOINT",
-    "SCOPE",
-    "SCROLL",
-    "SEARCH",
-    "SECOND",
-    "SELECT",
-    "SENSITIVE",
-    "SESSION_USER",
-    "SET",
-    "SIMILAR",
-    "SMALLINT",
-    "SOME",
-    "SPECIFIC",
-    "SPECIFICTYPE",
-    "SQL",
-    "SQLEXCEPTION",
-    "SQLSTATE",
-    "SQLWARNING",
-    "SQRT",
-    "START",
-    "STATIC",
-    "STDDEV_POP",
-    "STDDEV_SAMP",
-    "SUBMULTISET",
-    "SUBSTRING",
-    "SUM",
-    "SYMMETRIC",
-    "SYSTEM",
-    "SYSTEM_USER",
-    "TABLE",
-    "TABLESAMPLE",
-    "THEN",
-    "TIME",
-    "TIMESTAMP",
-    "TIMEZONE_HOUR",
-    "TIMEZONE_MINUTE",
-    "TO",
-    "TRAILING",
-    "TRANSACTION",
-    "TRANSLATE",
-    "TRANSLATION",
-    "TREAT",
-    "TRIGGER",
-    "TRIM",
-    "TRUE",
-    "UESCAPE",
-    "UNION",
-    "UNIQUE",
-    "UNKNOWN",
-    "UNNEST",
-    "UPDATE",
-    "UPPER",
-    "USER",
-    "USING",
-    "VALUE",
-    "VALUES",
-    "VAR_POP",
-    "VAR_SAMP",
-    "VARCHAR",
-    "VARYING",
-    "WHEN",
-    "WHENEVER",
-    "WHERE",
-    "WIDTH_BUCKET",
-    "WINDOW",
-    "WITH",
-    "WITHIN",
-    "WITHOUT",
-    "YEAR",
+    "ABS", "ALL", "ALLOCATE", "ALTER", "AND", "ANY", "ARE", "ARRAY", "AS", "ASENSITIVE",
+    "ASYMMETRIC", "AT", "ATOMIC", "AUTHORIZATION", "AVG", "BEGIN", "BETWEEN", "BIGINT", "BINARY",
+    "BLOB", "BOOLEAN", "BOTH", "BY", "CALL", "CALLED", "CARDINALITY", "CASCADED", "CASE", "CAST",
+    "CEIL", "CEILING", "CHAR", "CHAR_LENGTH", "CHARACTER", "CHARACTER_LENGTH", "CHECK", "CLOB",
+    "CLOSE", "COALESCE", "COLLATE", "COLLECT", "COLUMN", "COMMIT", "CONDITION", "CONNECT",
+    "CONSTRAINT", "CONVERT", "CORR", "CORRESPONDING", "COUNT", "COVAR_POP", "COVAR_SAMP", "CREATE",
+    "CROSS", "CUBE", "CUME_DIST", "CURRENT", "CURRENT_DATE", "CURRENT_DEFAULT_TRANSFORM_GROUP",
+    "CURRENT_PATH", "CURRENT_ROLE", "CURRENT_TIME", "CURRENT_TIMESTAMP",
+    "CURRENT_TRANSFORM_GROUP_FOR_TYPE", "CURRENT_USER", "CURSOR", "DATE", "DAY", "DEALLOCATE",
+    "DEC", "DECIMAL", "DECLARE", "DEFAULT", "DELETE", "DENSE_RANK", "DEREF", "DESCRIBE",
+    "DETERMINISTIC", "DISCONNECT", "DISTINCT", "DOUBLE", "DROP", "DYNAMIC", "EACH", "ELEMENT",
+    "ELSE", "END", "END-EXEC", "ESCAPE", "EVERY", "EXCEPT", "EXEC", "EXECUTE", "EXISTS", "EXP",
+    "EXTERNAL", "EXTRACT", "FALSE", "FETCH", "FILTER", "FLOAT", "FLOOR", "FOR", "FOREIGN", "FREE",
+    "FROM", "FULL", "FUNCTION", "FUSION", "GET", "GLOBAL", "GRANT", "GROUP", "GROUPING", "HAVING",
+    "HOLD", "HOUR", "IDENTITY", "IN", "INDICATOR", "INNER", "INOUT", "INSENSITIVE", "INSERT", "INT",
+    "INTEGER", "INTERSECT", "INTERSECTION", "INTERVAL", "INTO", "IS", "JOIN", "LANGUAGE", "LARGE",
+    "LATERAL", "LEADING", "LEFT", "LIKE", "LN", "LOCAL", "LOCALTIME", "LOCALTIMESTAMP", "LOWER",
+    "MATCH", "MAX", "MEMBER", "MERGE", "METHOD", "MIN", "MINUTE", "MOD", "MODIFIES", "MODULE",
+    "MONTH", "MULTISET", "NATIONAL", "NATURAL", "NCHAR", "NCLOB", "NEW", "NO", "NONE", "NORMALIZE",
+    "NOT", "NULL", "NULLIF", "NUMERIC", "OCTET_LENGTH", "OF", "OLD", "ON", "ONLY", "OPEN", "OR",
+    "ORDER", "OUT", "OUTER", "OVER", "OVERLAPS", "OVERLAY", "PARAMETER", "PARTITION",
+    "PERCENT_RANK", "PERCENTILE_CONT", "PERCENTILE_DISC", "POSITION", "POWER", "PRECISION",
+    "PREPARE", "PRIMARY", "PROCEDURE", "RANGE", "READ", "READS", "REAL", "RECURSIVE", "REF",
+    "REFERENCES", "REFERENCING", "REGR_AVGX", "REGR_AVGY", "REGR_COUNT", "REGR_INTERCEPT",
+    "REGR_R2", "REGR_SLOPE", "REGR_SXX", "REGR_SXY", "REGR_SYY", "RELEASE", "RESULT", "RETURN",
+    "RETURNS", "REVOKE", "RIGHT", "ROLLBACK", "ROLLUP", "ROW", "ROW_NUMBER", "ROWS", "SAVEPOINT",
+    "SCOPE", "SCROLL", "SEARCH", "SECOND", "SELECT", "SENSITIVE", "SESSION_USER", "SET", "SIMILAR",
+    "SMALLINT", "SOME", "SPECIFIC", "SPECIFICTYPE", "SQL", "SQLEXCEPTION", "SQLSTATE", "SQLWARNING",
+    "SQRT", "START", "STATIC", "STDDEV_POP", "STDDEV_SAMP", "SUBMULTISET", "SUBSTRING", "SUM",
+    "SYMMETRIC", "SYSTEM", "SYSTEM_USER", "TABLE", "TABLESAMPLE", "THEN", "TIME", "TIMESTAMP",
+    "TIMEZONE_HOUR", "TIMEZONE_MINUTE", "TO", "TRAILING", "TRANSACTION", "TRANSLATE", "TRANSLATION",
+    "TREAT", "TRIGGER", "TRIM", "TRUE", "UESCAPE", "UNION", "UNIQUE", "UNKNOWN", "UNNEST", "UPDATE",
+    "UPPER", "USER", "USING", "VALUE", "VALUES", "VAR_POP", "VAR_SAMP", "VARCHAR", "VARYING",
+    "WHEN", "WHENEVER", "WHERE", "WIDTH_BUCKET", "WINDOW", "WITH", "WITHIN", "WITHOUT", "YEAR"
 };
+// clang-format on
 constexpr int kReservedCount = static_cast<int>(std::size(sql_reserved_words));
 static_assert(kReservedCount == 288);
 
@@ -414,23 +165,34 @@ constexpr bool lex_reservedSorted() {
 }
 static_assert(lex_reservedSorted(), "the binary search needs the lower-case fold order");
 
-// The search starts inside the words of the first letter: [start[c], start[c + 1])
-// for c the letter's place in the alphabet. Every word begins with a letter.
-struct LexLetterRanges {
-    std::array<int16_t, 27> start{};
+// The search starts inside the words of the first two letters: for a pair
+// of letters at places p and q in the alphabet, [start[k], start[k + 1]) with
+// k = 26p + q. Every word begins with two letters, and the fold order keeps
+// the words of a pair together.
+constexpr int lex_letterPlace(char c) {
+    const int l = lex_foldLower(c) - 'a';
+    return l >= 0 && l < 26 ? l : -1;
+}
+
+struct LexPairRanges {
+    std::array<int16_t, 26 * 26 + 1> start{};
 };
-constexpr LexLetterRanges kLetterRanges = [] {
-    LexLetterRanges r{};
+constexpr LexPairRanges kPairRanges = [] {
+    LexPairRanges r{};
     int i = 0;
-    for (int letter = 0; letter < 26; ++letter) {
-        r.start[letter] = static_cast<int16_t>(i);
-        while (i < kReservedCount && lex_foldLower(sql_reserved_words[i][0]) == 'a' + letter) ++i;
+    for (int k = 0; k < 26 * 26; ++k) {
+        r.start[k] = static_cast<int16_t>(i);
+        while (i < kReservedCount && lex_letterPlace(sql_reserved_words[i][0]) * 26 +
+                                             lex_letterPlace(sql_reserved_words[i][1]) ==
+                                         k) {
+            ++i;
+        }
     }
-    r.start[26] = static_cast<int16_t>(i);
+    r.start[26 * 26] = static_cast<int16_t>(i);
     return r;
 }();
-static_assert(kLetterRanges.start[26] == kReservedCount,
-              "every reserved word begins with a letter");
+static_assert(kPairRanges.start[26 * 26] == kReservedCount,
+              "every reserved word begins with two letters");
 
 // ---- Reading characters.
 
@@ -480,9 +242,17 @@ inline void lex_giveBack(B_LEX_T *lex, B_CHAR c) {
     }
 }
 
-// peekInput: the next character, held in ungetch; the counters stay.
+// peekInput: the next character, the counters untouched: seen in place in
+// a memory source, else held in ungetch. Looking before taking spares the
+// give-back that would keep the next token off the in-place paths.
 inline B_CHAR lex_peekInput(B_LEX_T *lex) {
-    if (lex->ungetch == kNoChar) lex->ungetch = lex_readRaw(lex);
+    if (lex->ungetch == kNoChar) {
+        if (lex->input->readFcn == b_inputReadFromMemory) {
+            const B_MEM_INPUT *m = &lex->input->u.mem;
+            return m->pos < m->size ? m->buffer[m->pos] : 0;
+        }
+        lex->ungetch = lex_readRaw(lex);
+    }
     return lex->ungetch;
 }
 
@@ -646,8 +416,13 @@ B_TOKTYPE lex_error(B_TOKEN *tok, const char *text) {
 }
 
 // A copy of tokbuf (with its terminator) into the token's tag; on failure
-// `nomem` is set and b_lexGet turns the token into an error.
-bool lex_copyOut(B_LEX_T *lex, char **out) {
+// `nomem` is set and b_lexGet turns the token into an error. Without `copy`
+// the text stays in tokbuf only and the pointer is null.
+bool lex_copyOut(B_LEX_T *lex, char **out, bool copy) {
+    if (!copy) {
+        *out = nullptr;
+        return true;
+    }
     void *p = nullptr;
     if (lex_tokenTag(lex).allocCopy(lex->tokbuf, lex->tokpos + 1, &p) != sOKAY) {
         lex->nomem = ZEL_TRUE;
@@ -657,11 +432,21 @@ bool lex_copyOut(B_LEX_T *lex, char **out) {
     return true;
 }
 
+// The identifier in tokbuf into the token.
+B_TOKTYPE lex_identifierEnd(B_LEX_T *lex, B_TOKEN *tok, char quote, bool copy, uint8_t cls) {
+    lex_tokEnd(lex);
+    if (!lex_copyOut(lex, &tok->v.id, copy)) return tokIDENTIFIER;
+    tok->len = lex->tokpos + 1;
+    if (quote == 0 && cls == kSqlId && copy) psp_strupr(tok->v.id);
+    if (lex->saveexpr) lex_captureToken(lex, tokIDENTIFIER, quote);
+    return tokIDENTIFIER;
+}
+
 // getIdentifier. The first character is in tokbuf already, unless quoted.
 // Deliberate: a quoted identifier also stops at the first character that
 // continues no identifier; unless that is the closing quote it stays unread,
 // so spaces inside quotes are not supported.
-B_TOKTYPE lex_identifier(B_LEX_T *lex, B_TOKEN *tok, char quote) {
+B_TOKTYPE lex_identifier(B_LEX_T *lex, B_TOKEN *tok, char quote, bool copy) {
     const uint8_t cls = lex_identClass(lex);
     for (;;) {
         LexSpan s;
@@ -671,20 +456,15 @@ B_TOKTYPE lex_identifier(B_LEX_T *lex, B_TOKEN *tok, char quote) {
             lex_tokAppendBytes(lex, s.p, static_cast<size_t>(q - s.p));
             lex_spanTake(lex, static_cast<size_t>(q - s.p));
         }
-        const B_CHAR c = lex_getInput(lex);
+        const B_CHAR c = lex_peekInput(lex);
         if (lex_continuesIdentifier(lex, cls, c)) {
-            lex_tokAppend(lex, c);
+            lex_tokAppend(lex, lex_getInput(lex));
             continue;
         }
-        if (quote == 0 || c != static_cast<uint8_t>(quote)) lex_giveBack(lex, c);
+        if (quote != 0 && c == static_cast<uint8_t>(quote)) lex_getInput(lex);
         break;
     }
-    lex_tokEnd(lex);
-    if (!lex_copyOut(lex, &tok->v.id)) return tokIDENTIFIER;
-    tok->len = lex->tokpos + 1;
-    if (quote == 0 && cls == kSqlId) psp_strupr(tok->v.id);
-    if (lex->saveexpr) lex_captureToken(lex, tokIDENTIFIER, quote);
-    return tokIDENTIFIER;
+    return lex_identifierEnd(lex, tok, quote, copy, cls);
 }
 
 // Exactly `digits` hexadecimal digits; false, with the offending character
@@ -754,7 +534,15 @@ const char *lex_escape(B_LEX_T *lex) {
 }
 
 // getString, after the opening quote `q`. A doubled quote is one quote.
-B_TOKTYPE lex_string(B_LEX_T *lex, B_TOKEN *tok, B_CHAR q) {
+// The string in tokbuf into the token.
+B_TOKTYPE lex_stringEnd(B_LEX_T *lex, B_TOKEN *tok, B_CHAR q, bool copy) {
+    lex_tokEnd(lex);
+    if (!lex_copyOut(lex, &tok->v.str, copy)) return tokSTRING;
+    if (lex->saveexpr) lex_captureToken(lex, tokSTRING, static_cast<char>(q));
+    return tokSTRING;
+}
+
+B_TOKTYPE lex_string(B_LEX_T *lex, B_TOKEN *tok, B_CHAR q, bool copy) {
     for (;;) {
         LexSpan s;
         if (lex_span(lex, &s)) {
@@ -770,12 +558,10 @@ B_TOKTYPE lex_string(B_LEX_T *lex, B_TOKEN *tok, B_CHAR q) {
             return lex_error(tok, B_LEX_ERR_NO_QUOTE);
         }
         if (c == q) {
-            const B_CHAR next = lex_getInput(lex);
-            if (next == q) {
-                lex_tokAppend(lex, q);
+            if (lex_peekInput(lex) == q) {
+                lex_tokAppend(lex, lex_getInput(lex));
                 continue;
             }
-            lex_giveBack(lex, next);
             break;
         }
         if (c == '\\') {
@@ -788,15 +574,12 @@ B_TOKTYPE lex_string(B_LEX_T *lex, B_TOKEN *tok, B_CHAR q) {
         }
         lex_tokAppend(lex, c);
     }
-    lex_tokEnd(lex);
-    if (!lex_copyOut(lex, &tok->v.str)) return tokSTRING;
-    if (lex->saveexpr) lex_captureToken(lex, tokSTRING, static_cast<char>(q));
-    return tokSTRING;
+    return lex_stringEnd(lex, tok, q, copy);
 }
 
 // A Unicode literal, after U&'. Characters stand for themselves; escapes
 // are \\, \+XXXXXX and \XXXX, stored as UTF-8.
-B_TOKTYPE lex_unicodeString(B_LEX_T *lex, B_TOKEN *tok) {
+B_TOKTYPE lex_unicodeString(B_LEX_T *lex, B_TOKEN *tok, bool copy) {
     for (;;) {
         const B_CHAR c = lex_getInput(lex);
         if (c == 0) {
@@ -837,7 +620,7 @@ B_TOKTYPE lex_unicodeString(B_LEX_T *lex, B_TOKEN *tok) {
         lex_tokAppendBytes(lex, bytes, b_utf8_codes(code, bytes));
     }
     lex_tokEnd(lex);
-    if (!lex_copyOut(lex, &tok->v.str)) return tokSTRING;
+    if (!lex_copyOut(lex, &tok->v.str, copy)) return tokSTRING;
     if (lex->saveexpr) lex_captureToken(lex, tokSTRING, '\'');
     return tokSTRING;
 }
@@ -892,7 +675,7 @@ B_TOKTYPE lex_number(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c) {
     uint64_t value = 0;
     bool overflow = false, point = false, exponent = false;
     int significant = 0;
-    for (;; c = lex_getInput(lex)) {
+    for (;;) {
         if (lex_isDigit(c)) {
             if (!point && !exponent) {
                 overflow = overflow || __builtin_mul_overflow(value, 10u, &value) ||
@@ -908,12 +691,15 @@ B_TOKTYPE lex_number(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c) {
             exponent = true;
             if (lex->tokpos == 0) lex_tokAppend(lex, '0');
             lex_tokAppend(lex, c);
-        } else if (exponent && (c == '+' || c == '-')) {
+        } else {  // a sign after the exponent letter
             lex_tokAppend(lex, c);
-        } else {
-            lex_giveBack(lex, c);
-            break;
         }
+        // Any other character ends the number, unread.
+        const B_CHAR n = lex_peekInput(lex);
+        const bool takes = lex_isDigit(n) || (n == '.' && !point) ||
+                           ((n | 0x20) == 'e' && !exponent) || (exponent && (n == '+' || n == '-'));
+        if (!takes) break;
+        c = lex_getInput(lex);
     }
     if (lex->tokpos == 0) lex_tokAppend(lex, '0');
     lex_tokEnd(lex);
@@ -1011,7 +797,7 @@ B_CHAR lex_skip(B_LEX_T *lex) {
 }
 
 // The token that starts with `c`, not 0.
-B_TOKTYPE lex_token(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c) {
+B_TOKTYPE lex_token(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c, bool copy) {
     if ((c == 'X' || c == 'x') && lex_peekInput(lex) == '\'') {
         lex_getInput(lex);
         return lex_binary(lex, tok, true);
@@ -1023,16 +809,16 @@ B_TOKTYPE lex_token(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c) {
             lex_giveBack(lex, q);
             return lex_error(tok, B_LEX_ERR_BAD_UNICODE_LITERAL);
         }
-        return lex_unicodeString(lex, tok);
+        return lex_unicodeString(lex, tok, copy);
     }
-    if (c == '\'') return lex_string(lex, tok, c);
+    if (c == '\'') return lex_string(lex, tok, c, copy);
     if (c == '"') {
-        if (lex->doubleQuoteAsIdentifier) return lex_identifier(lex, tok, '"');
-        return lex_string(lex, tok, c);
+        if (lex->doubleQuoteAsIdentifier) return lex_identifier(lex, tok, '"', copy);
+        return lex_string(lex, tok, c, copy);
     }
     if (lex_isLetter(c) || c == '_') {
         lex_tokAppend(lex, c);
-        return lex_identifier(lex, tok, 0);
+        return lex_identifier(lex, tok, 0, copy);
     }
     if (lex_isDigit(c)) {
         if (c == '0' && (lex_peekInput(lex) | 0x20) == 'x') {
@@ -1048,6 +834,106 @@ B_TOKTYPE lex_token(B_LEX_T *lex, B_TOKEN *tok, B_CHAR c) {
     tok->v.tok = c;
     if (lex->saveexpr) lex_captureToken(lex, static_cast<B_TOKTYPE>(c), 0);
     return static_cast<B_TOKTYPE>(c);
+}
+
+// What a first character can open on the quick path of lex_fast.
+enum : uint8_t { kFastOther, kFastPunct, kFastLetter, kFastDigit, kFastQuote };
+
+constexpr std::array<uint8_t, 256> kFirst = [] {
+    std::array<uint8_t, 256> t{};
+    for (int c = 33; c < 127; ++c) t[c] = kFastPunct;
+    for (int c = 'a'; c <= 'z'; ++c) t[c] = t[c - 32] = kFastLetter;
+    for (int c = '0'; c <= '9'; ++c) t[c] = kFastDigit;
+    t['_'] = kFastLetter;
+    t['\''] = t['"'] = kFastQuote;
+    // Comments, ".5" and the rest go the general way.
+    t['-'] = t['/'] = t['.'] = kFastOther;
+    return t;
+}();
+
+// The common tokens of a memory source, read in place: after white space, a
+// punctuation character, a plain identifier, a string without escapes,
+// doubled quotes or newlines, an integer of up to 19 digits. Anything else,
+// and a lexer holding a character or capturing, is left to the general path
+// (false), with at most the white space taken.
+bool lex_fast(B_LEX_T *lex, B_TOKEN *tok, bool copy, B_TOKTYPE *type) {
+    if (lex->ungetch != kNoChar || lex->saveexpr || lex->input->readFcn != b_inputReadFromMemory) {
+        return false;
+    }
+    B_MEM_INPUT *m = &lex->input->u.mem;
+    const uint8_t *const buf = m->buffer;
+    const size_t size = m->size;
+    const size_t white = m->pos;
+    size_t at = white;
+    for (; at < size && (kClass[buf[at]] & kWhite) != 0; ++at) {
+        if (buf[at] == '\n' && lex->lineno != 0) {
+            lex->lineno++;
+            lex->prevlinestart = lex->linestart;
+            lex->linestart = lex->charno + (at - white) + 1;
+        }
+    }
+    lex->charno += at - white;
+    m->pos = at;
+    if (at >= size) return false;
+    const uint8_t c = buf[at];
+    size_t end = at + 1;  // one past the token
+    switch (kFirst[c]) {
+        case kFastPunct:
+            lex->tokbuf[0] = static_cast<char>(c);
+            lex->tokpos = 1;
+            lex_tokEnd(lex);
+            tok->v.tok = c;
+            *type = static_cast<B_TOKTYPE>(c);
+            break;
+        case kFastLetter: {
+            const uint8_t cls = lex_identClass(lex);
+            const uint8_t next = end < size ? buf[end] : 0;
+            if (cls == 0 || ((c | 0x20) == 'x' && next == '\'') ||
+                ((c | 0x20) == 'u' && next == '&')) {
+                return false;
+            }
+            while (end < size && (kClass[buf[end]] & cls) != 0) ++end;
+            lex->tokpos = 0;
+            lex_tokAppendBytes(lex, buf + at, end - at);
+            *type = lex_identifierEnd(lex, tok, 0, copy, cls);
+            break;
+        }
+        case kFastQuote: {
+            if (c == '"' && lex->doubleQuoteAsIdentifier) return false;
+            while (end < size && buf[end] != c && (kClass[buf[end]] & kStringStop) == 0) ++end;
+            if (end >= size || buf[end] != c || (end + 1 < size && buf[end + 1] == c)) return false;
+            lex->tokpos = 0;
+            lex_tokAppendBytes(lex, buf + at + 1, end - at - 1);
+            ++end;  // the closing quote
+            *type = lex_stringEnd(lex, tok, c, copy);
+            break;
+        }
+        case kFastDigit: {
+            uint64_t value = 0;
+            while (end - at < 19 && end < size && lex_isDigit(buf[end])) ++end;
+            const uint8_t next = end < size ? buf[end] : 0;
+            if (lex_isDigit(next) || next == '.' || (next | 0x20) == 'e' ||
+                (c == '0' && end == at + 1 && (next | 0x20) == 'x')) {
+                return false;
+            }
+            size_t first = at;
+            while (first + 1 < end && buf[first] == '0') ++first;  // leading zeros left out
+            for (size_t i = first; i < end; ++i) value = value * 10 + (buf[i] - '0');
+            lex->tokpos = 0;
+            lex_tokAppendBytes(lex, buf + first, end - first);
+            lex_tokEnd(lex);
+            tok->v.iv = value;
+            *type = tokINTEGER;
+            break;
+        }
+        default:
+            return false;
+    }
+    tok->line = lex->lineno;
+    tok->pos = lex->charno - lex->linestart;
+    lex->charno += end - at;
+    m->pos = end;
+    return true;
 }
 
 void lex_freeFileName(B_LEX_T *lex) {
@@ -1144,7 +1030,9 @@ ZEL_RETCODE b_lexInitInput(B_LEX_T *lex, B_INPUT_T *input, const char *fileName,
 
 // ---- Tokens.
 
-B_TOKTYPE b_lexGet(B_LEX_T *lex, B_TOKEN *pTokVal) {
+namespace {
+
+B_TOKTYPE lex_get(B_LEX_T *lex, B_TOKEN *pTokVal, bool copy) {
     if (pTokVal == nullptr) return tokERROR;
     B_TOKEN *tok = pTokVal;
     tok->len = 0;
@@ -1163,17 +1051,19 @@ B_TOKTYPE b_lexGet(B_LEX_T *lex, B_TOKEN *pTokVal) {
     }
     const ZEL_BOOL_T nomemBefore = lex->nomem;
     lex->nomem = ZEL_FALSE;
-    const B_CHAR c = lex_skip(lex);
-    tok->line = lex->lineno;
-    tok->pos = lex->charno - 1 - lex->linestart;
-    lex->tokpos = 0;
     B_TOKTYPE type;
-    if (c == 0) {
-        lex_tokEnd(lex);
-        tok->v.tok = 0;
-        type = tokEOS;
-    } else {
-        type = lex_token(lex, tok, c);
+    if (!lex_fast(lex, tok, copy, &type)) {
+        const B_CHAR c = lex_skip(lex);
+        tok->line = lex->lineno;
+        tok->pos = lex->charno - 1 - lex->linestart;
+        lex->tokpos = 0;
+        if (c == 0) {
+            lex_tokEnd(lex);
+            tok->v.tok = 0;
+            type = tokEOS;
+        } else {
+            type = lex_token(lex, tok, c, copy);
+        }
     }
     if (lex->nomem) {
         // The token is short of memory: nothing of it is handed out.
@@ -1186,6 +1076,16 @@ B_TOKTYPE b_lexGet(B_LEX_T *lex, B_TOKEN *pTokVal) {
     tok->type = type;
     lex->toktype = type;
     return type;
+}
+
+}  // namespace
+
+B_TOKTYPE b_lexGet(B_LEX_T *lex, B_TOKEN *pTokVal) {
+    return lex_get(lex, pTokVal, true);
+}
+
+B_TOKTYPE zel::detail::lex_getInPlace(B_LEX_T *lex, B_TOKEN *pTokVal) {
+    return lex_get(lex, pTokVal, false);
 }
 
 ZEL_RETCODE b_lexPutback(B_LEX_T *lex, const B_TOKEN *pTokVal) {
@@ -1265,15 +1165,17 @@ ZEL_RETCODE b_lexExprGet(B_LEX_T *lex, char **pxbuf) {
 
 ZEL_BOOL_T b_lexSQLReserved(const char *id) {
     if (id == nullptr) return ZEL_FALSE;
-    // A binary search with psp_strcasecmp, begun within the first letter's
-    // words: the same answer as over all 288, in about half the steps.
-    const int first = lex_foldLower(id[0]) - 'a';
-    if (first < 0 || first >= 26) return ZEL_FALSE;
-    int lo = kLetterRanges.start[first];
-    int hi = kLetterRanges.start[first + 1] - 1;
+    // A binary search with psp_strcasecmp, begun within the words of the
+    // first two letters: the same answer as over all 288, in a few steps.
+    const int p = lex_letterPlace(id[0]);
+    const int q = p >= 0 ? lex_letterPlace(id[1]) : -1;
+    if (q < 0) return ZEL_FALSE;
+    int lo = kPairRanges.start[p * 26 + q];
+    int hi = kPairRanges.start[p * 26 + q + 1] - 1;
     while (lo <= hi) {
         const int mid = (lo + hi) / 2;
-        const int cmp = psp_strcasecmp(id, sql_reserved_words[mid]);
+        // The first two letters are equal under the fold: compare the rest.
+        const int cmp = psp_strcasecmp(id + 2, sql_reserved_words[mid] + 2);
         if (cmp == 0) return ZEL_TRUE;
         if (cmp < 0) {
             hi = mid - 1;
