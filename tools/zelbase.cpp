@@ -35,6 +35,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
     {"Connection strings", zb_demo_uri},
+    {"Lexer and JSON reader", zb_demo_lex},
 };
 
 int zb_cmd_demo(int, char **) {
@@ -82,6 +83,10 @@ constexpr Command kCommands[] = {
     {"docroot", "lock DIR [--marker M] [--hold S]", "lock a document root and hold it",
      zb_cmd_docroot},
     {"uri", "URI... | --compare A B", "parse connection strings; compare two", zb_cmd_uri},
+    {"lex", "[--other] [--dq-ident] [--keyvalue] TEXT|-",
+     "the tokens of a text; --reserved WORD... looks up reserved words", zb_cmd_lex},
+    {"json", "[FILE|-]", "the events of the pull JSON reader; the code and place of a failure",
+     zb_cmd_json},
 };
 
 void zb_usage(FILE *out) {

@@ -51,6 +51,7 @@ int zb_demo_schema(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
+int zb_demo_lex(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -65,6 +66,8 @@ int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
+int zb_cmd_lex(int argc, char **argv);
+int zb_cmd_json(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
@@ -72,5 +75,13 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
+
+// One token on one line: line:column, type, value, tokbuf, and "reserved"
+// for a reserved identifier.
+std::string zb_lex_token(const struct B_LEX_S *lex, const struct B_TOKEN_S &t);
+
+// The pull walk of one JSON value, its events one a line indented by depth;
+// the reader's code.
+ZEL_RETCODE zb_json_walk(FILE *out, struct B_JSON_S *j);
 
 #endif
