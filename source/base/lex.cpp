@@ -5,11 +5,14 @@
  * stack tag or the sub tag (one TagRef says which).
  *
  * The one idea: characters come from one place, lex_getInput, which keeps the
- * counters and the one character of look-back; a memory source is read in
- * place rather than through readFcn, and the long runs (white space, comment
- * bodies, identifiers, string bodies) are taken from it as spans. An
- * allocation failure inside a token turns that token into an error token and
- * sets `nomem`, so no caller ever sees a truncated name or string.
+ * counters and the one character of look-back, and which a memory source
+ * serves in place rather than through readFcn. On top of it a memory source
+ * is read by the byte: the common tokens (punctuation, plain identifiers,
+ * strings and integers) whole by lex_fast, the long runs of the others
+ * (white space, comment bodies, identifiers, string bodies) as spans, and
+ * the same counters come out as by the character. An allocation failure
+ * inside a token turns that token into an error token and sets `nomem`, so
+ * no caller ever sees a truncated name or string.
  */
 #include "lex.h"
 #include "lex_internal.h"
