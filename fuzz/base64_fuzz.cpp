@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "fuzz_tags.h"
 #include "base64.h"
 
 namespace {
@@ -17,10 +18,6 @@ struct Out {
         return sOKAY;
     }
 };
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 ZEL_RETCODE decode(const std::string &text, std::string *bytes) {
     Out out;

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "convert_text.h"
 #include "psp.h"
 #include "tag_master_psp.h"
@@ -17,20 +18,7 @@
 
 namespace {
 
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
 constexpr uint8_t kFill = 0x5A;
-
-struct Tags {
-    Tags() {
-        check(b_tag_masterCreate(nullptr, 0, &master) == sOKAY);
-        check(b_tag_subCreate(master, &sub) == sOKAY);
-    }
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-};
 
 const B_CNVFCN kFcns[] = {
     cnv_stringToBoolean,   cnv_stringToBinary,      cnv_stringToInt8,  cnv_stringToUInt8,
@@ -92,9 +80,9 @@ void roundTrip(B_CNVFCN fcn, const uint8_t *out, B_TAG_SUB sub) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    static Tags tags;
+    B_TAG_SUB sub = fuzzTag();
     int64_t before = 0, peak = 0;
-    b_tag_subMemUsage(tags.sub, &before, &peak, nullptr);
+    b_tag_subMemUsage(sub, &before, &peak, nullptr);
 
     std::vector<char> terminated(data, data + size);
     terminated.push_back('\0');
@@ -108,11 +96,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             std::memset(out, kFill, sizeof out);
             const void *src = pass == 0 ? static_cast<const void *>(data) : terminated.data();
             const size_t len = pass == 0 ? size : terminated.size();
-            const ZEL_RETCODE rc = convert(fcn, src, len, out, tags.sub, fmt, sep);
+            const ZEL_RETCODE rc = convert(fcn, src, len, out, sub, fmt, sep);
             if (rc < 0) {
                 for (uint8_t b : out) check(b == kFill);
             } else if (rc == sOKAY) {
-                roundTrip(fcn, out, tags.sub);
+                roundTrip(fcn, out, sub);
             }
         }
     }
@@ -129,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
             const ZEL_RETCODE wantRc = psp_stratoi64(terminated.data(), &want);
             uint8_t out[40];
             const ZEL_RETCODE gotRc =
-                convert(cnv_stringToInt64, terminated.data(), terminated.size(), out, tags.sub);
+                convert(cnv_stringToInt64, terminated.data(), terminated.size(), out, sub);
             check(gotRc == wantRc);
             std::memcpy(&got, out, sizeof got);
             check(wantRc != sOKAY || got == want);
@@ -156,7 +144,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
 
     int64_t after = 0;
-    b_tag_subMemUsage(tags.sub, &after, &peak, nullptr);
+    b_tag_subMemUsage(sub, &after, &peak, nullptr);
     check(after == before);
     return 0;
 }

@@ -16,16 +16,13 @@
 #include <string>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "file.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "utf8.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 // The file as a reader must see it.
 struct Model {

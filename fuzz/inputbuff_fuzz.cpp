@@ -15,15 +15,12 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "buffstream.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 struct Source {
     const uint8_t *data;

@@ -8,32 +8,12 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_tags.h"
 #include "path.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
-B_TAG_SUB fuzzTag() {
-    static B_TAG_SUB sub = [] {
-        B_TAG_MASTER master = nullptr;
-        B_TAG_SUB s = nullptr;
-        if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) std::abort();
-        if (b_tag_subCreate(master, &s) != sOKAY) std::abort();
-        return s;
-    }();
-    return sub;
-}
-
-int64_t used(B_TAG_SUB sub) {
-    int64_t cur = 0, peak = 0;
-    b_tag_subMemUsage(sub, &cur, &peak, nullptr);
-    return cur;
-}
 
 unsigned char fold(unsigned char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c + 32) : c;
@@ -77,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (want >= 0) check((got == ZEL_TRUE) == (want == 1));
 
     B_TAG_SUB sub = fuzzTag();
-    const int64_t before = used(sub);
+    const int64_t before = fuzzUsed(sub);
     char *dir = nullptr, *file = nullptr;
     check(b_pathSplit(name.c_str(), &dir, &file, sub) == sOKAY);
     const std::string d = dir ? dir : "", f = file ? file : "";
@@ -87,6 +67,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     check((file == nullptr) == (!name.empty() && name.back() == '/'));
     b_tag_subFreeCanBeNull(sub, dir);
     b_tag_subFreeCanBeNull(sub, file);
-    check(used(sub) == before);
+    check(fuzzUsed(sub) == before);
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "types.h"
@@ -76,23 +77,6 @@ SCH_TYPE_INFO_T typeInfo(const Column &c) {
     return pi;
 }
 
-B_TAG_SUB fuzzTag() {
-    static B_TAG_SUB sub = [] {
-        B_TAG_MASTER master = nullptr;
-        B_TAG_SUB s = nullptr;
-        if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) std::abort();
-        if (b_tag_subCreate(master, &s) != sOKAY) std::abort();
-        return s;
-    }();
-    return sub;
-}
-
-int64_t used(B_TAG_SUB sub) {
-    int64_t cur = 0, peak = 0;
-    b_tag_subMemUsage(sub, &cur, &peak, nullptr);
-    return cur;
-}
-
 // The zone time stamp has no free operation: its record is freed here.
 void release(const SCH_TYPE_INFO_T &pi, ZEL_VALUE *v, B_TAG_SUB sub) {
     if (pi.type_info->free_fcn != nullptr)
@@ -116,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0) return 0;
     const SCH_TYPE_INFO_T pi = typeInfo(columns[data[0] % numColumns]);
     B_TAG_SUB sub = fuzzTag();
-    const int64_t start = used(sub);
+    const int64_t start = fuzzUsed(sub);
     Source src{data + 1, size - 1, 0};
     B_DECODER_T d{Source::get, nullptr, &src, sub};
 
@@ -137,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     } else if (rc > 0 || v.type != ZEL_NOVAL) {
         std::abort();  // a failure leaves the value alone
     }
-    if (used(sub) != start) std::abort();
+    if (fuzzUsed(sub) != start) std::abort();
 
     // The row buffer form stays within the column's bytes.
     std::vector<uint8_t> row(pi.byte_len + 16u, 0xA5);
@@ -148,6 +132,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (rc2 == sOKAY && has != 1) std::abort();
     for (size_t i = pi.byte_len; i < row.size(); ++i)
         if (row[i] != 0xA5) std::abort();
-    if (used(sub) != start) std::abort();
+    if (fuzzUsed(sub) != start) std::abort();
     return 0;
 }

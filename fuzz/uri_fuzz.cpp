@@ -7,45 +7,23 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_tags.h"
 #include "connection.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
-namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
-B_TAG_SUB fuzzTag() {
-    static B_TAG_SUB sub = [] {
-        B_TAG_MASTER master = nullptr;
-        B_TAG_SUB s = nullptr;
-        if (b_tag_masterCreate(nullptr, 0, &master) != sOKAY) std::abort();
-        if (b_tag_subCreate(master, &s) != sOKAY) std::abort();
-        return s;
-    }();
-    return sub;
-}
-
-int64_t used(B_TAG_SUB sub) {
-    int64_t cur = 0, peak = 0;
-    b_tag_subMemUsage(sub, &cur, &peak, nullptr);
-    return cur;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::string text(reinterpret_cast<const char *>(data), size);  // stops at a zero
     B_TAG_SUB sub = fuzzTag();
-    const int64_t before = used(sub);
+    const int64_t before = fuzzUsed(sub);
     TX_CONN_CTX *ctx = nullptr;
     ZEL_BOOL_T loc = ZEL_TRUE;
     const ZEL_RETCODE rc = tl_parseConnectionUri(text.c_str(), sub, &loc, &ctx);
     if (rc != sOKAY) {
         check(rc < 0 && ctx == nullptr && loc == ZEL_TRUE);
-        check(used(sub) == before);
+        check(fuzzUsed(sub) == before);
         return 0;
     }
     check(ctx->num == 1 && ctx->has_gsvloc == loc);
@@ -69,6 +47,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
                                  : named == sOKAY && std::strcmp(name, ctx->dbname) == 0);
     tl_freeConnectionInfo(copy);
     tl_freeConnectionInfo(ctx);
-    check(used(sub) == before);
+    check(fuzzUsed(sub) == before);
     return 0;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "utf8.h"
 
 namespace {
@@ -17,10 +18,6 @@ struct Collect {
         return sOKAY;
     }
 };
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 // An independent strict decoder, a character at a time: the characters, or
 // SIZE_MAX for text that breaking must refuse.

@@ -5,15 +5,10 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz_tags.h"
 #include "uuid.h"
 
-namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
-
-}  // namespace
+namespace {}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::string text(reinterpret_cast<const char *>(data), size);  // terminated copy

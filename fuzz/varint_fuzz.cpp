@@ -11,16 +11,13 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz_tags.h"
 #include "decoder.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "vint.h"
 
 namespace {
-
-void check(bool ok) {
-    if (!ok) std::abort();
-}
 
 struct Source {
     const uint8_t *data;
@@ -139,15 +136,7 @@ void readers(const uint8_t *data, size_t size, B_TAG_SUB sub) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    // One master and sub tag for the whole run: creating them per input cost
-    // most of the time. The usage check still catches any leak.
-    static B_TAG_SUB sub = [] {
-        B_TAG_MASTER master = nullptr;
-        B_TAG_SUB s = nullptr;
-        check(b_tag_masterCreate(nullptr, 0, &master) == sOKAY);
-        check(b_tag_subCreate(master, &s) == sOKAY);
-        return s;
-    }();
+    B_TAG_SUB sub = fuzzTag();
     varints(data, size);
     int64_t start = 0, peak = 0, end = 0;
     b_tag_subMemUsage(sub, &start, &peak, nullptr);

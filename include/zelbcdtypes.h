@@ -62,4 +62,24 @@ typedef enum ZEL_BCD_ROUNDING_MODE_E {
 /* One byte of the stored form: a sign nibble, then a digit per nibble. */
 typedef uint8_t ZEL_PACKED_BCD_T;
 
+/* Bytes of the integer of a ZEL_NUMERIC_T. */
+#define ZEL_NUMERIC_VAL_BYTES 16
+
+/* The numeric record of the engine's client interface: a 128-bit unsigned
+ * integer with the decimal point removed, its scale and sign.
+ *
+ * OFFSET SIZE MEANING
+ *      0    1 precision: digits of the number
+ *      1    1 scale: digits of the integer behind the decimal point
+ *      2    1 sign: 1 for a positive number (or zero), any other value negative
+ *      3   16 val: the integer, least significant byte first
+ *
+ * 123.45 is precision 5, scale 2, sign 1, val 0x39 0x30 0 ... (12345). */
+typedef struct ZEL_NUMERIC_S {
+    uint8_t precision;
+    int8_t scale;
+    uint8_t sign;
+    uint8_t val[ZEL_NUMERIC_VAL_BYTES];
+} ZEL_NUMERIC_T;
+
 #endif /* ZELBCDTYPES_H */

@@ -402,3 +402,40 @@ TEST_F(DecoderArray, CountsPastTheArrayAreRefusedBeforeAnyWrite) {
 }
 
 }  // namespace
+
+// A B_BUFFER_T source read through b_bufferInputByte gives whole values
+// from memory: the same values, codes and read positions as one call per
+// byte, for every cut of a stream of every form.
+TEST(DecoderBufferFastPath, SameAsTheByteCalls) {
+    const Bytes stream = {0x7F, 0x80, 0x00, 0xBF, 0xFF, 0xC0, 0x00, 0x00, 0xE7, 0x01, 0x02, 0x03,
+                          0xEF, 1,    2,    3,    4,    0xF7, 1,    2,    3,    4,    5,    0xF8,
+                          1,    2,    3,    4,    5,    6,    0xF9, 1,    2,    3,    4,    5,
+                          6,    7,    0xFA, 1,    2,    3,    4,    5,    6,    7,    8,    0xFB};
+    for (size_t cut = 0; cut <= stream.size(); ++cut) {
+        const Bytes in(stream.begin(), stream.begin() + cut);
+        TestSource slow(in);
+        B_DECODER_T sd = slow.decoder();
+        Bytes copy = in;
+        B_BUFFER_T b;
+        b_bufferInitStatic(&b, copy.data(), copy.size(), copy.size());
+        B_DECODER_T fd;
+        b_decoderInit(&fd, b_bufferInputByte, nullptr, &b, nullptr);
+        for (;;) {
+            uint64_t sv = 1, fv = 1;
+            const ZEL_RETCODE src = b_decoderDecodeUint64(&sd, &sv);
+            const ZEL_RETCODE frc = b_decoderDecodeUint64(&fd, &fv);
+            ASSERT_EQ(frc, src) << cut;
+            ASSERT_EQ(fv, sv) << cut;
+            ASSERT_EQ(b.pos, slow.pos) << cut;
+            if (src != sOKAY) break;
+        }
+    }
+    uint8_t raw[] = {1, 2, 3};
+    B_BUFFER_T b;
+    b_bufferInitStatic(&b, raw, sizeof raw, sizeof raw);
+    B_DECODER_T fd;
+    b_decoderInit(&fd, b_bufferInputByte, nullptr, &b, nullptr);
+    uint8_t out[4] = {9, 9, 9, 9};
+    EXPECT_EQ(b_decoderDecodeBytes(&fd, out, 4), eEOD);  // the byte way: 3 bytes, then eEOD
+    EXPECT_EQ(coder_hex(Bytes(out, out + 4)), "01020309");
+}

@@ -197,3 +197,39 @@ TEST(EncoderRecord, InitResetTermOverABuffer) {
 }
 
 }  // namespace
+
+// A B_BUFFER_T sink written through b_bufferEmitByte takes whole values
+// straight into its room: the same bytes as one call per byte, at every
+// form's edge, and the same partial bytes where a static buffer fills up.
+TEST(EncoderBufferFastPath, SameBytesAsTheByteCalls) {
+    const uint64_t values[] = {
+        0,           0x7F,          0x80,          0x407F,          0x4080,
+        0x20407F,    0x204080,      0x820407F,     0x8204080,       0x80820407F,
+        0x808204080, 0x8080820407F, 0x80808204080, 0x108080820407F, 0x1080808204080,
+        UINT64_MAX};
+    for (uint64_t v : values) {
+        for (size_t room = 0; room <= 10; ++room) {
+            TestSink slow;
+            slow.failAt = room;  // refuses the byte a full buffer would
+            B_ENCODER_T se = slow.encoder();
+            const ZEL_RETCODE slowRc = b_encoderEncodeUint64(&se, v);
+            uint8_t mem[16] = {};
+            B_BUFFER_T b;
+            b_bufferInitStatic(&b, mem, room, 0);
+            B_ENCODER_T fe;
+            b_encoderInit(&fe, b_bufferEmitByte, nullptr, &b, nullptr);
+            const ZEL_RETCODE fastRc = b_encoderEncodeUint64(&fe, v);
+            EXPECT_EQ(fastRc == sOKAY, slowRc == sOKAY) << v << " room " << room;
+            EXPECT_EQ(coder_hex(Bytes(mem, mem + b.len)), coder_hex(slow.bytes)) << v;
+        }
+    }
+    // Raw runs (doubles, strings) likewise.
+    uint8_t mem[32];
+    B_BUFFER_T b;
+    b_bufferInitStatic(&b, mem, sizeof mem, 0);
+    B_ENCODER_T fe;
+    b_encoderInit(&fe, b_bufferEmitByte, nullptr, &b, nullptr);
+    ASSERT_EQ(b_encoderEncodeDouble(&fe, 1.0), sOKAY);
+    ASSERT_EQ(b_encoderEncodeString(&fe, "abc"), sOKAY);
+    EXPECT_EQ(coder_hex(Bytes(mem, mem + b.len)), "3ff000000000000003616263");
+}

@@ -93,6 +93,30 @@ TEST_F(SchemaOps, KeyBufferAndHash) {
     sch_key_free_fcn(ki, copy, sub);
 }
 
+TEST_F(SchemaOps, KeyItemsBorrowedAtTheirOwnOffsets) {
+    // Key k is (name, id): name at 0 with its has-value byte after the data,
+    // id aligned after name; neither at its column's row offset.
+    ZEL_VALUE vals[2], back;
+    zel_valueInit(&vals[0]);
+    zel_valueInit(&vals[1]);
+    ASSERT_EQ(zel_valueSetString(&vals[0], "key"), sOKAY);
+    zel_valueSetInt32(&vals[1], 7);
+    std::vector<uint8_t> buff(sch_key_byte_len(ki), 0);
+    ASSERT_EQ(sch_key_copy_to_buff_fcn(ki, buff.data(), vals), sOKAY);
+    zel_valueInit(&back);
+    ASSERT_EQ(sch_elem_assign_from_buff_fcn(sch_key_elem_c(ki, 1), &back, buff.data()), sOKAY);
+    EXPECT_EQ(back.vt.i32v, 7);
+    ASSERT_EQ(sch_elem_assign_from_buff_fcn(sch_key_elem_c(ki, 0), &back, buff.data()), sOKAY);
+    EXPECT_STREQ(back.vt.cv, "key");
+    // A zero has-value byte is a null; the raw form reads the bytes anyway.
+    buff[sch_elem_has_value_offset(sch_key_elem_c(ki, 0))] = 0;
+    ASSERT_EQ(sch_elem_assign_from_buff_fcn(sch_key_elem_c(ki, 0), &back, buff.data()), sOKAY);
+    EXPECT_EQ(back.status, vsNULL);
+    ASSERT_EQ(sch_col_assign_from_buff_raw_fcn(name, &back, buff.data(), 0), sOKAY);
+    EXPECT_STREQ(back.vt.cv, "key");
+    EXPECT_EQ(sch_elem_assign_from_buff_fcn(nullptr, &back, buff.data()), eINVNULLARG);
+}
+
 TEST_F(SchemaOps, TextForms) {
     ZEL_VALUE v, n;
     zel_valueInit(&v);

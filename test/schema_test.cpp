@@ -391,6 +391,23 @@ TEST_F(SchemaShop, DropsGiveBackMemory) {
     EXPECT_EQ(sch_tbl_drawers_drop(ord), sOKAY);
 }
 
+TEST_F(SchemaShop, AvlKeysAndActivePositions) {
+    SCH_KEY_INFO avl = sch_find_key_by_ndx(cust, 2);
+    EXPECT_EQ(sch_iterate_avls(cust, nullptr, ZEL_FORWARD), avl);
+    EXPECT_EQ(sch_iterate_avls(cust, nullptr, ZEL_REVERSE), avl);
+    EXPECT_EQ(sch_iterate_avls(cust, avl, ZEL_FORWARD), nullptr);
+    EXPECT_EQ(sch_iterate_avls(ord, nullptr, ZEL_FORWARD), nullptr);
+    ASSERT_EQ(sch_key_drop_fcn(avl), sOKAY);
+    EXPECT_EQ(sch_iterate_avls(cust, nullptr, ZEL_FORWARD), nullptr);
+    // Two retired columns: the inverse array answers as the scan of
+    // active_ndx does, for every id and one past them.
+    ASSERT_EQ(sch_tbl_col_drop(sch_get_col_by_index(cust, 1), ZEL_FALSE), sOKAY);
+    ASSERT_EQ(sch_tbl_col_drop(sch_get_col_by_index(cust, 3), ZEL_TRUE), sOKAY);
+    ASSERT_EQ(sch_tbl_finalize(cust, ZEL_TRUE), sOKAY);
+    const ZEL_COL_INDEX want[] = {0, 65535, 1, 65535, 2, 65535};
+    for (ZEL_COL_INDEX id = 0; id < 6; ++id) EXPECT_EQ(sch_find_col_active_ndx(cust, id), want[id]);
+}
+
 TEST_F(SchemaTest, SizingAndCounters) {
     EXPECT_EQ(sch_set_max_table(sch, 0), eRANGE);  // arrays never shrink
     SCH_TBL_INFO *before = sch->tables;

@@ -499,6 +499,13 @@ TEST_F(SubTag, ReallocAnyPassesThePageRuns) {
     EXPECT_EQ(p[0], 0x5a);
     EXPECT_EQ(p[599999], 0x5a);
     b_tag_subFree(sub_, p);
+    // From a small block straight to a huge size only the held bytes are
+    // read (b_tag_subRealloc itself would copy the new size).
+    ASSERT_EQ(b_tag_subAlloc(sub_, 40, &p), sOKAY);
+    std::memset(p, 0x33, 40);
+    ASSERT_EQ(b_tag_subReallocAny(sub_, p, 40, 1 << 20, &p), sOKAY);
+    EXPECT_EQ(p[39], 0x33);
+    b_tag_subFree(sub_, p);
     for (size_t n : {size_t{100}, size_t{5000}, size_t{700000}}) {
         ASSERT_EQ(b_tag_subAlloc(sub_, n, &p), sOKAY);
         std::memset(p, 0xff, n);

@@ -1,12 +1,22 @@
-// `zelbase decimal A OP B [--round MODE] [--precision P --scale S]`: computes
-// A OP B exactly in decimal and prints the result, its status by name and the
-// stored (packed) bytes in hex.
+// `zelbase decimal`: exact decimal arithmetic and functions, and the numeric
+// record of the client interface.
+//   zelbase decimal A OP B            A + - x / pow B
+//   zelbase decimal FN X              ln log10 exp sqrt sin cos tan csc sec cot
+//   zelbase decimal pi
+//   zelbase decimal numeric X --precision P --scale S
+//   zelbase decimal numeric --bytes HEX...
+// Results print with their status by name and their stored (packed) bytes;
+// the numeric record prints as an annotated table of its 19 bytes.
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <strings.h>
+#include <vector>
 
 #include "bcd.h"
+#include "bcd_func.h"
 #include "error.h"
 #include "zelbase_cmds.h"
 
@@ -20,10 +30,18 @@ const char *const kModeNames[] = {"NEAREST_TIES_TO_EVEN", "NEAREST_TIES_AWAY_FRO
 int zb_decimal_usage() {
     std::fprintf(stderr,
                  "usage: zelbase decimal A OP B [--round MODE] [--precision P --scale S]\n"
-                 "  OP    + - x / (or add sub mul div; * works when quoted)\n"
+                 "       zelbase decimal FN X [--round MODE] [--precision P --scale S]\n"
+                 "       zelbase decimal pi [--round MODE]\n"
+                 "       zelbase decimal numeric X --precision P --scale S\n"
+                 "       zelbase decimal numeric --bytes HEX...\n"
+                 "  OP    + - x / pow (or add sub mul div; * works when quoted)\n"
+                 "  FN    ln log10 exp sqrt sin cos tan csc sec cot (radians)\n"
                  "  MODE  NEAREST_TIES_TO_EVEN (default), NEAREST_TIES_AWAY_FROM_ZERO, UP,\n"
                  "        DOWN, TOWARDS_ZERO\n"
-                 "  P, S  precision and scale of the packed form (default: the result's)\n");
+                 "  P, S  precision and scale of the packed form (default: the result's),\n"
+                 "        or of the numeric record\n"
+                 "  HEX   the record's bytes: precision, scale, sign, then val, least\n"
+                 "        significant first (missing bytes are 0)\n");
     return 2;
 }
 
@@ -47,64 +65,91 @@ std::string zb_decimal_text(const ZEL_BCD_T &b) {
     return buf;
 }
 
-}  // namespace
+using BinOp = ZEL_RETCODE (*)(const ZEL_BCD_T *, const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE,
+                              ZEL_BCD_T *);
+using UnOp = ZEL_RETCODE (*)(const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE, ZEL_BCD_T *);
 
-int zb_cmd_decimal(int argc, char **argv) {
-    if (argc < 3) return zb_decimal_usage();
-    int mode = ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN, prec = -1, scale = -1;
-    for (int i = 3; i < argc; ++i) {
+struct ZbBinary {
+    const char *names[3];
+    BinOp fcn;
+};
+
+const ZbBinary kBinary[] = {
+    {{"+", "add", nullptr}, zel_bcdAdd}, {{"-", "sub", nullptr}, zel_bcdSub},
+    {{"x", "*", "mul"}, zel_bcdMult},    {{"/", "div", nullptr}, zel_bcdDiv},
+    {{"pow", "^", nullptr}, zel_bcdPow},
+};
+
+struct ZbUnary {
+    const char *name;
+    UnOp fcn;
+};
+
+const ZbUnary kUnary[] = {{"ln", zel_bcdLog},    {"log10", zel_bcdLog10}, {"exp", zel_bcdExp},
+                          {"sqrt", zel_bcdSqrt}, {"sin", zel_bcdSin},     {"cos", zel_bcdCos},
+                          {"tan", zel_bcdTan},   {"csc", zel_bcdCsc},     {"sec", zel_bcdSec},
+                          {"cot", zel_bcdCot}};
+
+struct ZbOptions {
+    int mode = ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN;
+    int prec = -1;
+    int scale = -1;
+    std::vector<std::string> bytes;  // after --bytes
+};
+
+// Reads the options from argv[first] on; false on anything unknown.
+bool zb_decimal_options(int argc, char **argv, int first, ZbOptions *o) {
+    for (int i = first; i < argc; ++i) {
         const char *opt = argv[i];
-        if (i + 1 >= argc) return zb_decimal_usage();
+        if (std::strcmp(opt, "--bytes") == 0) {
+            for (++i; i < argc && std::strncmp(argv[i], "--", 2) != 0; ++i)
+                o->bytes.emplace_back(argv[i]);
+            --i;
+            if (o->bytes.empty()) return false;
+            continue;
+        }
+        if (i + 1 >= argc) return false;
         const char *val = argv[++i];
         if (std::strcmp(opt, "--round") == 0) {
-            mode = -1;
+            o->mode = -1;
             for (int m = 0; m < 5; ++m)
-                if (strcasecmp(val, kModeNames[m]) == 0) mode = m;
-            if (mode < 0) return zb_decimal_usage();
+                if (strcasecmp(val, kModeNames[m]) == 0) o->mode = m;
+            if (o->mode < 0) return false;
         } else if (std::strcmp(opt, "--precision") == 0) {
-            if (!zb_decimal_number(val, 1, 32, &prec)) return zb_decimal_usage();
+            if (!zb_decimal_number(val, 1, 32, &o->prec)) return false;
         } else if (std::strcmp(opt, "--scale") == 0) {
-            if (!zb_decimal_number(val, 0, 32, &scale)) return zb_decimal_usage();
+            if (!zb_decimal_number(val, 0, 32, &o->scale)) return false;
         } else {
-            return zb_decimal_usage();
+            return false;
         }
     }
-    if ((prec < 0) != (scale < 0)) return zb_decimal_usage();
+    return true;
+}
 
-    std::string op = argv[1];
-    using BinOp =
-        ZEL_RETCODE (*)(const ZEL_BCD_T *, const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE, ZEL_BCD_T *);
-    BinOp fcn = nullptr;
-    if (op == "+" || op == "add") fcn = zel_bcdAdd;
-    if (op == "-" || op == "sub") fcn = zel_bcdSub;
-    if (op == "x" || op == "*" || op == "mul") fcn = zel_bcdMult;
-    if (op == "/" || op == "div") fcn = zel_bcdDiv;
-    if (fcn == nullptr) return zb_decimal_usage();
-
-    ZEL_BCD_T a, b, r;
-    for (int k = 0; k < 2; ++k) {
-        const char *text = argv[k == 0 ? 0 : 2];
-        ZEL_RETCODE rc = zel_bcdFromString(text, k == 0 ? &a : &b);
-        if (rc < 0) {
-            std::fprintf(stderr,
-                         "zelbase decimal: \"%s\" is not a decimal of at most 32 digits (%s)\n",
-                         text, zb_decimal_status(rc).c_str());
-            return 1;
-        }
-        if (rc != sOKAY)
-            std::printf("operand \"%s\" read as %s (%s)\n", text,
-                        zb_decimal_text(k == 0 ? a : b).c_str(), zb_decimal_status(rc).c_str());
+// Parses an operand; false (with a message) when it is no decimal.
+bool zb_decimal_operand(const char *text, ZEL_BCD_T *b) {
+    ZEL_RETCODE rc = zel_bcdFromString(text, b);
+    if (rc < 0) {
+        std::fprintf(stderr, "zelbase decimal: \"%s\" is not a decimal of at most 32 digits (%s)\n",
+                     text, zb_decimal_status(rc).c_str());
+        return false;
     }
+    if (rc != sOKAY)
+        std::printf("operand \"%s\" read as %s (%s)\n", text, zb_decimal_text(*b).c_str(),
+                    zb_decimal_status(rc).c_str());
+    return true;
+}
 
-    ZEL_RETCODE rc = fcn(&a, &b, static_cast<ZEL_BCD_ROUNDING_MODE>(mode), &r);
-    std::printf("%s %s %s = %s\n", zb_decimal_text(a).c_str(), op.c_str(),
-                zb_decimal_text(b).c_str(), zb_decimal_text(r).c_str());
+// The result, its exponent form, mode, status and packed bytes.
+int zb_decimal_report(const std::string &label, const ZEL_BCD_T &r, ZEL_RETCODE rc,
+                      const ZbOptions &o) {
+    std::printf("%s = %s\n", label.c_str(), zb_decimal_text(r).c_str());
     char etext[64];
     if (zel_bcdToString(&r, ZEL_TRUE, etext, sizeof etext, nullptr) >= 0)
         std::printf("exponent form: %s\n", etext);
-    std::printf("rounding:      %s\n", kModeNames[mode]);
+    std::printf("rounding:      %s\n", kModeNames[o.mode]);
     std::printf("status:        %s\n", zb_decimal_status(rc).c_str());
-
+    int prec = o.prec, scale = o.scale;
     if (prec < 0) {
         // The result's own shape: its integer digits and its scale.
         scale = r.prec - r.exp > 0 ? r.prec - r.exp : 0;
@@ -120,4 +165,126 @@ int zb_cmd_decimal(int argc, char **argv) {
     }
     std::printf("  (%s)\n", zb_decimal_status(prc).c_str());
     return rc < 0 ? 1 : 0;
+}
+
+std::string zb_decimal_hex(const uint8_t *p, int n) {
+    std::string s;
+    char two[4];
+    for (int i = 0; i < n; ++i) {
+        std::snprintf(two, sizeof two, i ? " %02x" : "%02x", p[i]);
+        s += two;
+    }
+    return s;
+}
+
+// The 19 bytes of a numeric record, one row per field; the integer's bytes
+// and the ones past it apart.
+void zb_decimal_numeric_table(const ZEL_NUMERIC_T &n) {
+    unsigned __int128 v = 0;
+    int used = 0;
+    for (int i = ZEL_NUMERIC_VAL_BYTES - 1; i >= 0; --i) {
+        v = (v << 8) | n.val[i];
+        if (used == 0 && n.val[i] != 0) used = i + 1;
+    }
+    char digits[48];
+    int k = sizeof digits - 1;
+    digits[k] = '\0';
+    do {
+        digits[--k] = static_cast<char>('0' + static_cast<int>(v % 10));
+        v /= 10;
+    } while (v != 0);
+    const auto *raw = reinterpret_cast<const uint8_t *>(&n);
+    std::printf("%-7s %-48s %s\n", "offset", "bytes", "meaning");
+    std::printf("%-7d %-48s precision: %u (digits)\n", 0, zb_decimal_hex(raw, 1).c_str(),
+                n.precision);
+    std::printf("%-7d %-48s scale: %d (digits behind the point)\n", 1,
+                zb_decimal_hex(raw + 1, 1).c_str(), n.scale);
+    std::printf("%-7d %-48s sign: %u, %s\n", 2, zb_decimal_hex(raw + 2, 1).c_str(), n.sign,
+                n.sign == 1 ? "positive" : "negative");
+    int shown = used == 0 ? 1 : used;
+    std::string range = used <= 1 ? "3" : "3.." + std::to_string(2 + shown);
+    std::printf("%-7s %-48s val: %s, least significant byte first\n", range.c_str(),
+                zb_decimal_hex(n.val, shown).c_str(), digits + k);
+    if (shown < ZEL_NUMERIC_VAL_BYTES) {
+        range = std::to_string(3 + shown) + "..18";
+        std::printf("%-7s %-48s val: the rest, left as they were\n", range.c_str(),
+                    zb_decimal_hex(n.val + shown, ZEL_NUMERIC_VAL_BYTES - shown).c_str());
+    }
+}
+
+int zb_decimal_numeric(int argc, char **argv) {
+    ZbOptions o;
+    bool back = argc >= 1 && std::strcmp(argv[0], "--bytes") == 0;
+    if (!zb_decimal_options(argc, argv, back ? 0 : 1, &o)) return zb_decimal_usage();
+    auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode);
+    ZEL_NUMERIC_T n;
+    std::memset(&n, 0, sizeof n);
+    if (back) {
+        std::string hex;
+        for (const std::string &b : o.bytes)
+            for (char c : b)
+                if (c != ' ' && c != ':') hex += c;
+        if (hex.size() % 2 != 0 || hex.size() < 6 || hex.size() > 38) return zb_decimal_usage();
+        auto *raw = reinterpret_cast<uint8_t *>(&n);
+        for (size_t i = 0; i < hex.size(); i += 2) {
+            if (!std::isxdigit(static_cast<unsigned char>(hex[i])) ||
+                !std::isxdigit(static_cast<unsigned char>(hex[i + 1])))
+                return zb_decimal_usage();
+            raw[i / 2] = static_cast<uint8_t>(std::strtoul(hex.substr(i, 2).c_str(), nullptr, 16));
+        }
+        zb_decimal_numeric_table(n);
+        ZEL_BCD_T r;
+        ZEL_RETCODE rc =
+            zel_bcdFromNumericStruct(&n, n.precision, static_cast<uint8_t>(n.scale), mode, &r);
+        std::printf("decimal:       %s (%s)\n", rc < 0 ? "-" : zb_decimal_text(r).c_str(),
+                    zb_decimal_status(rc).c_str());
+        std::printf("as double:     %.17g (only the first 8 bytes of val count)\n",
+                    b_getDoubleFromNumeric(&n));
+        return rc < 0 ? 1 : 0;
+    }
+    if (argc < 1 || o.prec < 0 || o.scale < 0) return zb_decimal_usage();
+    ZEL_BCD_T x;
+    if (!zb_decimal_operand(argv[0], &x)) return 1;
+    ZEL_RETCODE rc = zel_bcdToNumericStruct(&x, static_cast<uint8_t>(o.prec),
+                                            static_cast<uint8_t>(o.scale), mode, &n);
+    std::printf("numeric(%d,%d) of %s: %s\n", o.prec, o.scale, zb_decimal_text(x).c_str(),
+                zb_decimal_status(rc).c_str());
+    if (rc < 0) return 1;
+    zb_decimal_numeric_table(n);
+    return 0;
+}
+
+}  // namespace
+
+int zb_cmd_decimal(int argc, char **argv) {
+    if (argc < 1) return zb_decimal_usage();
+    if (std::strcmp(argv[0], "numeric") == 0) return zb_decimal_numeric(argc - 1, argv + 1);
+    ZbOptions o;
+    ZEL_BCD_T a, b, r;
+    if (std::strcmp(argv[0], "pi") == 0) {
+        if (!zb_decimal_options(argc, argv, 1, &o) || !o.bytes.empty()) return zb_decimal_usage();
+        ZEL_RETCODE rc = zel_bcdPi(static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
+        return zb_decimal_report("pi", r, rc, o);
+    }
+    for (const ZbUnary &u : kUnary) {
+        if (std::strcmp(argv[0], u.name) != 0) continue;
+        if (argc < 2 || !zb_decimal_options(argc, argv, 2, &o) || !o.bytes.empty() ||
+            (o.prec < 0) != (o.scale < 0))
+            return zb_decimal_usage();
+        if (!zb_decimal_operand(argv[1], &a)) return 1;
+        ZEL_RETCODE rc = u.fcn(&a, static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
+        return zb_decimal_report(std::string(u.name) + "(" + zb_decimal_text(a) + ")", r, rc, o);
+    }
+    if (argc < 3 || !zb_decimal_options(argc, argv, 3, &o) || !o.bytes.empty() ||
+        (o.prec < 0) != (o.scale < 0))
+        return zb_decimal_usage();
+    BinOp fcn = nullptr;
+    for (const ZbBinary &op : kBinary)
+        for (const char *name : op.names)
+            if (name != nullptr && std::strcmp(argv[1], name) == 0) fcn = op.fcn;
+    if (fcn == nullptr) return zb_decimal_usage();
+    if (!zb_decimal_operand(argv[0], &a) || !zb_decimal_operand(argv[2], &b)) return 1;
+    ZEL_RETCODE rc = fcn(&a, &b, static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
+    return zb_decimal_report(zb_decimal_text(a) + " " + argv[1] + " " + zb_decimal_text(b), r, rc,
+                             o);
 }

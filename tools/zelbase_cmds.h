@@ -5,9 +5,14 @@
 #ifndef ZELBASE_CMDS_H
 #define ZELBASE_CMDS_H
 
+#include <cstdarg>
 #include <cstdio>
 #include <string>
+#include <vector>
 
+#include "buffer.h"
+#include "coder_types.h"
+#include "dbobj_types.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "value_types.h"
@@ -43,15 +48,20 @@ int zb_demo_containers(FILE *out);
 int zb_demo_datetime(FILE *out);
 int zb_demo_value(FILE *out);
 int zb_demo_bcd(FILE *out);
+int zb_demo_bcd_func(FILE *out);
 int zb_demo_varint(FILE *out);
 int zb_demo_convert(FILE *out);
 int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
+int zb_demo_row(FILE *out);
+int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
+int zb_demo_queue(FILE *out);
 int zb_demo_lex(FILE *out);
+int zb_demo_yyparse(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -61,18 +71,74 @@ int zb_cmd_decimal(int argc, char **argv);
 int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
+int zb_cmd_row(int argc, char **argv);
+int zb_cmd_node(int argc, char **argv);
+int zb_cmd_lzma(int argc, char **argv);
+int zb_cmd_dbobj(int argc, char **argv);
 int zb_cmd_file(int argc, char **argv);
 int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
+int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_lex(int argc, char **argv);
 int zb_cmd_json(int argc, char **argv);
+int zb_cmd_parse(int argc, char **argv);
+
+// Runs `text` through a built-in grammar ("calc", "parens"), printing every
+// shift, goto and reduction (trace) or only the rule numbers, then the values
+// and the code; 0 when accepted without error.
+int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
 int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 
+// ---- Rows and nodes of the built-in sample catalogue (cmd_row.cpp).
+
+// "shop": customer(id, name, email, vip, since, balance, photo BLOB, rid
+// ROWID) with keys customer_pk, by_name (AVL) and by_since (since, name);
+// orders(id, customer, placed, amount, note) with orders_pk and the
+// reference orders_customer, sorted by placed. Destroyed with sch_destroy.
+ZEL_RETCODE zb_row_catalog(B_TAG_SUB sub, SCH_INFO *psch);
+std::string zb_row_hex(const uint8_t *p, size_t n);
+// Hex digits from the arguments, blanks, ':' and ',' allowed; false on
+// anything else or an odd count.
+bool zb_row_parse_hex(int argc, char **argv, std::vector<uint8_t> *out);
+// Every element of the value as text, "<ZEL NULL>" for a null.
+std::string zb_row_value_text(SCH_COL_INFO_C ci, const ZEL_VALUE *v);
+// The annotated table of a row's stored bytes.
+void zb_row_table_of(FILE *out, SCH_TBL_INFO_C ti, const std::vector<uint8_t> &bytes, bool expanded,
+                     B_TAG_SUB sub);
+// A buffer row of `ti` with the COL=VALUE assignments (a large object takes
+// any value but "null" as present); `err` says what went wrong.
+ZEL_RETCODE zb_row_from_text(SCH_TBL_INFO_C ti, const std::vector<std::string> &assignments,
+                             B_TAG_SUB sub, ZEL_ROW *row, std::string *err);
+// The annotated table of a node's stored bytes; `kind` has type and ptr set.
+void zb_node_table_of(FILE *out, const ZEL_NODE *kind, const std::vector<uint8_t> &bytes,
+                      bool expanded, B_TAG_SUB sub);
+
+// Walks stored bytes with a decoder and prints one line per field: its
+// offset, its bytes and what they mean.
+struct ZbAnnot {
+    FILE *out;
+    const std::vector<uint8_t> &bytes;
+    B_TAG_SUB sub;
+    B_BUFFER_T buf{};
+    B_DECODER_T dec{};
+    size_t mark = 0;  // start of the field being read
+    ZbAnnot(FILE *o, const std::vector<uint8_t> &b, B_TAG_SUB s);
+    size_t pos() const { return buf.pos; }
+    void line(const char *fmt, ...) __attribute__((format(printf, 2, 3)));
+    // A packed value of the column; a large object's presence mark.
+    bool value(SCH_COL_INFO_C ci, const char *label);
+    bool count(const char *what, uint32_t *n);
+    bool fail(const char *what);
+};
+
+// The annotated table (offset, bytes, meaning) of a stored object of `len`
+// bytes whose body (the packed bytes, or the LZMA stream) is `body` bytes.
+void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 

@@ -250,6 +250,10 @@ ZEL_RETCODE zel_bcdValidate(const ZEL_BCD_T *bcd) {
     return sOKAY;
 }
 
+void zel_bcdNormalize(ZEL_BCD_T *bcd) {
+    zel_bcd_normalize(bcd);
+}
+
 void zel_bcdCopy(const ZEL_BCD_T *src, ZEL_BCD_T *dest) {
     if (src == dest) return;
     int prec = std::min<int>(src->prec, kMaxPrec);

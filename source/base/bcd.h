@@ -57,6 +57,9 @@ void zel_bcdWorkReciprocal(const WORK_BCD *bcd, WORK_BCD *res);
 /* Strips fraction zeros and leading zeros; too many integer digits give a
  * zero with ZEL_BCD_FLAG_OVERFLOW. */
 void zel_bcdNormalizeWork(WORK_BCD *w);
+/* Order of the magnitudes |l| and |r|, place by place; signs and flags are
+ * not looked at. */
+ZEL_COMPARE zel_bcdWorkCompareMagnitude(const WORK_BCD *l, const WORK_BCD *r);
 /* Reduces a work value to 32 digits under `rounding_mode` and stores it. The
  * code follows from the flags; ZEL_BCD_FLAG_NOMEMORY leaves `result` alone. */
 ZEL_NODISCARD ZEL_RETCODE zel_bcdAssignResult(const WORK_BCD *work,
@@ -132,6 +135,10 @@ uint8_t zel_bcdMaxscale(void);
 ZEL_NODISCARD ZEL_RETCODE zel_bcdValidate(const ZEL_BCD_T *bcd);
 /* Copies the header and the digits, clears the rest of `dest`. */
 void zel_bcdCopy(const ZEL_BCD_T *src, ZEL_BCD_T *dest);
+/* In place: leading zeros out (or a carry in data[0] taken in, cut at 32
+ * digits), bytes past prec cleared; trailing zeros stay. A record with no
+ * non-zero digit becomes the canonical zero, flags and all. */
+void zel_bcdNormalize(ZEL_BCD_T *bcd);
 
 /* ---- Stored form. */
 

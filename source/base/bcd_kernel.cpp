@@ -1082,6 +1082,11 @@ void zel_bcdWorkReciprocal(const WORK_BCD *bcd, WORK_BCD *res) {
     zel_bcd_work_reciprocal(zel_bcd_op(*bcd, kWorkPrec), *res);
 }
 
+ZEL_COMPARE zel_bcdWorkCompareMagnitude(const WORK_BCD *l, const WORK_BCD *r) {
+    return static_cast<ZEL_COMPARE>(
+        zel_bcd_ucompare(zel_bcd_op(*l, kWorkPrec), zel_bcd_op(*r, kWorkPrec)));
+}
+
 // ---- Arithmetic.
 
 ZEL_RETCODE zel_bcdAdd(const ZEL_BCD_T *l, const ZEL_BCD_T *r, ZEL_BCD_ROUNDING_MODE rounding_mode,

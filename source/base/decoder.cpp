@@ -8,6 +8,7 @@
 #include "decoder.h"
 
 #include <bit>
+#include <cstring>
 #include <limits>
 
 #include "buffer.h"
@@ -150,6 +151,11 @@ ZEL_RETCODE b_decoderSeek(const B_DECODER_T *decoder, size_t newPos) {
 }
 
 ZEL_RETCODE b_decoderDecodeBytes(const B_DECODER_T *decoder, void *data, size_t size) {
+    if (size == 0) return sOKAY;
+    if (const uint8_t *avail = b_vintAvail(decoder->fcn, decoder->ctx, size)) {
+        std::memcpy(data, avail, size);
+        return sOKAY;
+    }
     auto *p = static_cast<uint8_t *>(data);
     for (size_t i = 0; i < size; ++i) {
         uint32_t byte;

@@ -100,6 +100,11 @@ B_OUTPUT_CTX b_encoderGetCtx(const B_ENCODER_T *encoder) {
 }
 
 ZEL_RETCODE b_encoderEncodeBytes(const B_ENCODER_T *encoder, const void *data, size_t size) {
+    if (size == 0) return sOKAY;
+    if (uint8_t *room = b_vintRoom(encoder->fcn, encoder->ctx, size)) {
+        std::memcpy(room, data, size);
+        return sOKAY;
+    }
     const auto *p = static_cast<const uint8_t *>(data);
     for (size_t i = 0; i < size; ++i) {
         ZEL_RETCODE rc = encoder->fcn(encoder->ctx, p[i]);

@@ -15,6 +15,7 @@
 #include <locale.h>
 #include <math.h>
 #include <pthread.h>
+#include <sched.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/random.h>
@@ -315,8 +316,10 @@ void psp_threadEventStart(PSP_THREAD_EVENT_T *event) {
 void psp_threadEventResume(PSP_THREAD_EVENT_T *event) {
     pthread_mutex_lock(&event->m);
     event->flag = 1;
-    pthread_cond_broadcast(&event->c);
+    // Woken after the unlock, the waiter does not run straight into a held
+    // mutex and sleep again; the flag, set under it, is what the wait tests.
     pthread_mutex_unlock(&event->m);
+    pthread_cond_broadcast(&event->c);
 }
 
 ZEL_RETCODE psp_threadEventWait(PSP_THREAD_EVENT_T *event, uint32_t timeout) {
@@ -390,6 +393,10 @@ ZEL_RETCODE psp_threadJoin(psp_thread_t *thread) {
     if (result == PTHREAD_CANCELED) return ePSP_FAILURE;
     thread->rc = static_cast<ZEL_RETCODE>(reinterpret_cast<intptr_t>(result));
     return sOKAY;
+}
+
+void psp_threadYield(void) {
+    sched_yield();
 }
 
 // ---- Files.

@@ -45,7 +45,8 @@ ZEL_NODISCARD ZEL_RETCODE psp_threadEventInit(PSP_THREAD_EVENT_T *event);
 void psp_threadEventTerm(PSP_THREAD_EVENT_T *event);
 /* Arms the event: a following wait blocks until a resume. */
 void psp_threadEventStart(PSP_THREAD_EVENT_T *event);
-/* Sets the event: the waiter, present or later, goes on. */
+/* Sets the event: the waiter, present or later, goes on. The waiter may go on
+ * before this call has returned: the event must not be ended until it has. */
 void psp_threadEventResume(PSP_THREAD_EVENT_T *event);
 /* Blocks until resumed. `timeout` in milliseconds, PSP_WAIT_FOREVER for no
  * limit. sOKAY; sTIMEOUT when the time ran out; ePSP_DEADLOCK when the wait
@@ -63,6 +64,8 @@ ZEL_NODISCARD ZEL_RETCODE psp_threadBegin(psp_thread_t *thread, PSP_THREAD_FCN f
 /* Waits for the thread's end; its result is then in thread->rc. ePSP_DEADLOCK
  * when a thread joins itself; ePSP_FAILURE otherwise. */
 ZEL_RETCODE psp_threadJoin(psp_thread_t *thread);
+/* Lets another runnable thread have the processor (sched_yield). */
+void psp_threadYield(void);
 
 /* ---- Files. Offsets are PSP_FILE_OFFSET, transfer lengths 32-bit. */
 

@@ -773,6 +773,7 @@ SCH_COL_INFO sch_find_col_by_name(SCH_TBL_INFO_C ti, const char *name) {
 ZEL_COL_INDEX sch_find_col_active_ndx(SCH_TBL_INFO_C ti, ZEL_COL_INDEX ndx) {
     if (!ti) return ZEL_NO_INDEX;
     if (!ti->active_ndx) return ndx;
+    if (ti->active_pos) return ndx < ti->num_active_pos ? ti->active_pos[ndx] : ZEL_NO_INDEX;
     for (ZEL_COL_INDEX i = 0; i < ti->num_cols; ++i)
         if (ti->active_ndx[i] == ndx) return i;
     return ZEL_NO_INDEX;
@@ -1592,4 +1593,12 @@ ZEL_RETCODE sch_union_compatible(SCH_INFO_C a, SCH_INFO_C b) {
     for (ZEL_TBL_INDEX i = 1; i < a->next_table; ++i)
         ZEL_CHECK(rc = sch_tbl_union_compatible(sch_table(a, i), sch_table(b, i)));
     return sOKAY;
+}
+
+/* ---- For the row formats. */
+
+SCH_KEY_INFO sch_iterate_avls(SCH_TBL_INFO_C ti, SCH_KEY_INFO_C prev, ZEL_DIRECTION dir) {
+    if (!ti) return nullptr;
+    return sch_step(ti->avls, 0, std::min(ti->next_avl, ti->max_avls), prev ? prev->avl_ndx : 0,
+                    prev != nullptr, dir, sch_any<SCH_KEY_INFO>);
 }

@@ -395,6 +395,11 @@ ZEL_NODISCARD ZEL_RETCODE sch_trigcol_alloc_val(SCH_TRIG_COL_INFO tci, B_TAG_STA
 ZEL_NODISCARD ZEL_RETCODE sch_col_union_compatible(SCH_COL_INFO_C c1, SCH_COL_INFO_C c2);
 ZEL_NODISCARD ZEL_RETCODE sch_union_compatible(SCH_INFO_C s1, SCH_INFO_C s2);
 
+/* ---- For the row formats. */
+
+/* The table's live keys of method AVL, by avl_ndx; dropped ones are skipped. */
+SCH_KEY_INFO sch_iterate_avls(SCH_TBL_INFO_C ti, SCH_KEY_INFO_C prev, ZEL_DIRECTION dir);
+
 ZEL_EXTERN_C_END
 
 #endif /* SCHEMA_H */

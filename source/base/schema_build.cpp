@@ -8,6 +8,7 @@
  */
 #include "schema_build.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -1142,6 +1143,29 @@ ZEL_RETCODE sch_ref_finalize_locking(SCH_REF_INFO ri) {
     return sOKAY;
 }
 
+namespace {
+
+/* The inverse of active_ndx, so that a column's active position is one read
+ * rather than a scan: readers of wide rows look it up for every column. */
+ZEL_RETCODE sch_tbl_build_active_pos(SCH_TBL_INFO ti) {
+    B_TAG_SUB tag = sch_tbl_tag(ti);
+    b_tag_subFreeCanBeNull(tag, ti->active_pos);
+    ti->active_pos = nullptr;
+    ti->num_active_pos = 0;
+    if (!ti->active_ndx || ti->next_col == 0) return sOKAY;
+    ZEL_COL_INDEX *pos = nullptr;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_subAlloc(tag, ti->next_col * sizeof(ZEL_COL_INDEX), &pos));
+    std::fill_n(pos, ti->next_col, ZEL_NO_INDEX);
+    for (ZEL_COL_INDEX i = ti->num_cols; i-- > 0;)
+        if (ti->active_ndx[i] < ti->next_col) pos[ti->active_ndx[i]] = i;
+    ti->active_pos = pos;
+    ti->num_active_pos = ti->next_col;
+    return sOKAY;
+}
+
+}  // namespace
+
 ZEL_RETCODE sch_tbl_finalize(SCH_TBL_INFO ti, ZEL_BOOL_T unicode_enabled) {
     (void)unicode_enabled; /* the layout does not depend on it */
     if (!sch_tbl_writable(ti)) return eINVNULLARG;
@@ -1218,6 +1242,7 @@ ZEL_RETCODE sch_tbl_finalize(SCH_TBL_INFO ti, ZEL_BOOL_T unicode_enabled) {
         b_tag_subFreeCanBeNull(tag, ti->active_ndx);
         ti->active_ndx = active;
     }
+    ZEL_CHECK(rc = sch_tbl_build_active_pos(ti));
 
     sch_tbl_generate_buffer_info(ti);
     return sOKAY;
@@ -1305,6 +1330,7 @@ void sch_tbl_free(SCH_TBL_INFO ti) {
     b_tag_subFreeCanBeNull(tag, ti->owners);
     b_tag_subFreeCanBeNull(tag, ti->drawers);
     b_tag_subFreeCanBeNull(tag, ti->active_ndx);
+    b_tag_subFreeCanBeNull(tag, ti->active_pos);
     b_tag_subFreeCanBeNull(tag, ti->name);
     b_tag_subFreeCanBeNull(tag, ti->check_str);
     b_tag_subFreeCanBeNull(tag, ti->check_name);

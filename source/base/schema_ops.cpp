@@ -269,3 +269,23 @@ ZEL_RETCODE sch_ref_copy_sort_cols_to_buff_fcn(SCH_REF_INFO_C ri, void *buff,
     }
     return sOKAY;
 }
+
+/* ---- Items of key and sort buffers, borrowed. */
+
+ZEL_RETCODE sch_elem_assign_from_buff_fcn(SCH_ELEM_INFO_C ei, ZEL_VALUE *dst, const void *keyBuff) {
+    if (!ei) return eINVNULLARG;
+    return sch_ops_get(ei->col, static_cast<const uint8_t *>(keyBuff), ei->ptr, ei->has_value_off,
+                       dst, nullptr, false);
+}
+
+ZEL_RETCODE sch_sort_assign_from_buff_fcn(SCH_SORT_INFO_C si, ZEL_VALUE *dst,
+                                          const void *sortBuff) {
+    if (!si) return eINVNULLARG;
+    return sch_ops_get(si->col, static_cast<const uint8_t *>(sortBuff), si->ptr, si->has_value_off,
+                       dst, nullptr, false);
+}
+
+ZEL_RETCODE sch_col_assign_from_buff_raw_fcn(SCH_COL_INFO_C ci, ZEL_VALUE *dst, const void *buff,
+                                             uint32_t ptr) {
+    return sch_ops_get(ci, static_cast<const uint8_t *>(buff), ptr, 0, dst, nullptr, false);
+}

@@ -84,6 +84,18 @@ void sch_key_free_fcn(SCH_KEY_INFO_C ki, ZEL_VALUE *vals, B_TAG_SUB subTag);
 ZEL_NODISCARD ZEL_RETCODE sch_ref_copy_sort_cols_to_buff_fcn(SCH_REF_INFO_C ri, void *buff,
                                                              const ZEL_VALUE *vals);
 
+/* ---- One item of a key or sort buffer as a value that borrows the buffer's
+ * bytes (no allocation): the item's own offsets, not its column's row
+ * offsets. A zero has-value byte gives a null. The raw form reads the bytes
+ * at buff + ptr and never looks at a has-value byte. eINVNULLARG,
+ * eNOTIMPLEMENTED for a type without the operation, and its codes. */
+ZEL_NODISCARD ZEL_RETCODE sch_elem_assign_from_buff_fcn(SCH_ELEM_INFO_C ei, ZEL_VALUE *dst,
+                                                        const void *keyBuff);
+ZEL_NODISCARD ZEL_RETCODE sch_sort_assign_from_buff_fcn(SCH_SORT_INFO_C si, ZEL_VALUE *dst,
+                                                        const void *sortBuff);
+ZEL_NODISCARD ZEL_RETCODE sch_col_assign_from_buff_raw_fcn(SCH_COL_INFO_C ci, ZEL_VALUE *dst,
+                                                           const void *buff, uint32_t ptr);
+
 ZEL_EXTERN_C_END
 
 #endif /* SCHEMA_OPS_H */

@@ -145,7 +145,10 @@ typedef enum ZEL_ENC_TYPE_E {
 /* Stored forms of index items. */
 typedef enum ZEL_ITEM_FORMAT_E {
     ZEL_ITEM_FORMAT_COMPACT = 16,
-    ZEL_ITEM_FORMAT_EXPANDED = 32
+    ZEL_ITEM_FORMAT_EXPANDED = 32,
+    /* Spans 32 bits, so that any format a stored header names (its high
+     * four bits) is representable in C++ too. */
+    ZEL_ITEM_FORMAT_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_ITEM_FORMAT;
 
 /* ---- Computed layouts. */
@@ -376,6 +379,10 @@ struct SCH_TBL_INFO_S {
     ZEL_TBL_INDEX nameNdx;
     ZEL_TBL_INDEX offset;
     SCH_TRIG_INFO triggers;
+    /* The inverse of active_ndx, built with it: by column index, the
+     * position among the active columns, 65535 for a retired one. */
+    ZEL_COL_INDEX *active_pos;
+    ZEL_COL_INDEX num_active_pos; /* entries in active_pos */
 };
 
 struct SCH_INFO_S {

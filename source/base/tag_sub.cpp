@@ -435,12 +435,19 @@ ZEL_RETCODE b_tag_subAllocOrRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t siz
 ZEL_RETCODE b_tag_subReallocAny(B_TAG_SUB tag_sub, void *old_buf, size_t old_len, size_t new_size,
                                 void *pBuf) {
     if (old_buf == nullptr) return b_tag_subAlloc(tag_sub, new_size, pBuf);
-    ZEL_RETCODE rc = b_tag_subRealloc(tag_sub, old_buf, new_size, pBuf);
-    if (rc != eREALLOCMEMORY) return rc;
+    ZEL_RETCODE rc;
+    // A huge size is never asked of b_tag_subRealloc: from a small block it
+    // would copy new_size bytes, past the old block's end (its kept rule).
+    if (new_size <= B_TAG_SUB_PAGES_MAX) {
+        rc = b_tag_subRealloc(tag_sub, old_buf, new_size, pBuf);
+        if (rc != eREALLOCMEMORY) return rc;
+    } else if (tag_subFault(tag_sub)) {
+        return eNOMEMORY;
+    }
     // A huge buffer holds whole pages: a size that still fits stays in place.
-    if (!tag_subIsPageRun(old_buf)) {
-        const BLOCK_HEADER_HUGE_T &huge = tag_subPageOf(old_buf)->huge;
-        if (new_size <= huge.size - kHugeHeader) {
+    const SUB_BLOCK_T *page = tag_subPageOf(old_buf);
+    if (!tag_subIsPageRun(old_buf) && page->header64.layout_index == B_TAG_SUB_HUGE_MARK) {
+        if (new_size <= page->huge.size - kHugeHeader) {
             tag_subStore(pBuf, old_buf);
             return sOKAY;
         }

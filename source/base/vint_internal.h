@@ -13,6 +13,9 @@
 #include <cstdint>
 #include <utility>
 
+#include <cstring>
+
+#include "buffer.h"
 #include "vint.h"
 
 // As ZEL_CHECK, but a status answer stops the stream too: a byte callback
@@ -80,10 +83,37 @@ constexpr bool b_vintEach(F &&f) {
     (std::make_index_sequence<N>{});
 }
 
+// The fast path of the commonest sink: `n` bytes of room in a B_BUFFER_T
+// written through b_bufferEmitByte, claimed at once (null when the sink is
+// another or has no such room). The bytes land where n calls would put them.
+inline uint8_t *b_vintRoom(ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx, size_t n) {
+    if (fcn != b_bufferEmitByte) return nullptr;
+    auto *b = static_cast<B_BUFFER_T *>(ctx);
+    if (b->len >= b->size || b->size - b->len < n) return nullptr;
+    uint8_t *p = b->data.bin + b->len;
+    b->len += n;
+    return p;
+}
+
+// The same for the commonest source: `n` unread bytes of a B_BUFFER_T read
+// through b_bufferInputByte, taken at once (null otherwise).
+inline const uint8_t *b_vintAvail(ZEL_INPUT_FCN fcn, B_INPUT_CTX ctx, size_t n) {
+    if (fcn != b_bufferInputByte) return nullptr;
+    auto *b = static_cast<B_BUFFER_T *>(ctx);
+    if (b->pos >= b->len || b->len - b->pos < n) return nullptr;
+    const uint8_t *p = b->data.bin + b->pos;
+    b->pos += n;
+    return p;
+}
+
 template <int F>
 ZEL_RETCODE b_vintEncodeForm(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
     constexpr const B_VINT_FORM &f = b_vintForms[F];
     if constexpr (F == 0) {
+        if (uint8_t *p = b_vintRoom(fcn, ctx, 1)) {
+            *p = static_cast<uint8_t>(val);
+            return sOKAY;
+        }
         return fcn(ctx, static_cast<uint32_t>(val));
     } else {
         const uint64_t payload = val - f.bias;
@@ -97,6 +127,10 @@ ZEL_RETCODE b_vintEncodeForm(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx
             bytes[1 + i] = static_cast<uint8_t>(payload >> (8 * (f.size - 2 - i)));
             return true;
         });
+        if (uint8_t *p = b_vintRoom(fcn, ctx, f.size)) {
+            std::memcpy(p, bytes, f.size);
+            return sOKAY;
+        }
         ZEL_RETCODE rc = sOKAY;
         b_vintEach<f.size>([&](auto i) { return (rc = fcn(ctx, bytes[i])) == sOKAY; });
         return rc;
@@ -142,6 +176,24 @@ inline ZEL_RETCODE b_vintEncode(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX 
 }
 
 inline ZEL_RETCODE b_vintDecode(ZEL_INPUT_FCN fcn, B_INPUT_CTX ctx, uintmax_t *val) {
+    // A whole value in a buffer read through b_bufferInputByte is taken from
+    // memory; a short or invalid one goes the byte way, which stops where
+    // the byte calls would.
+    if (fcn == b_bufferInputByte) {
+        const auto *b = static_cast<const B_BUFFER_T *>(ctx);
+        if (b->pos < b->len) {
+            const uint8_t first = b->data.bin[b->pos];
+            const uint32_t form = reverse_lookup[first];
+            if (form < B_VINT_FORMS) {
+                if (const uint8_t *p = b_vintAvail(fcn, ctx, b_vintForms[form].size)) {
+                    uint64_t r = first & b_vintForms[form].firstMask;
+                    for (uint32_t i = 1; i < b_vintForms[form].size; ++i) r = r << 8 | p[i];
+                    *val = r + b_vintForms[form].bias;  // wraps as the byte way does
+                    return sOKAY;
+                }
+            }
+        }
+    }
     uint32_t first;
     ZEL_RETCODE rc = fcn(ctx, &first);
     if (rc != sOKAY) return rc;

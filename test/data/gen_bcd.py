@@ -3,8 +3,8 @@
 
 Run once from this directory: python3 gen_bcd.py
 Writes good-bcd-arith.txt, good-bcd-text.txt, good-bcd-divmethod.txt,
-good-bcd-workrcp.txt and good-bcd-fromdouble.txt (fixed seed, so re-running
-gives the same files).
+good-bcd-workrcp.txt, good-bcd-fromdouble.txt and good-bcd-funcmethod.txt
+(fixed seeds, so re-running gives the same files).
 
 good-bcd-arith.txt, one case per line, fields separated by one blank:
     op mode a b result code
@@ -21,14 +21,26 @@ good-bcd-divmethod.txt: lines as in good-bcd-arith.txt, quotients from a
 model of the library's reciprocal method (reciprocal_method below), to be
 matched digit for digit and code for code.
 
+good-bcd-workrcp.txt: rcp x r -- r the 40-digit reciprocal of x (up to 40
+digits) in the work form, from the same model, with the digits the work
+record keeps (a cut can leave a zero last).
+
 good-bcd-fromdouble.txt: hex-double text -- a double of the top decade
 [1e31, 1e32) (or just outside it) as float.hex(), and the decimal the library
 must make of it: "%.*f" with 14 less the truncated logarithm as the scale
 (0 here), which carries at most 32 integer digits; RANGE from 1e32 on.
 
-good-bcd-workrcp.txt: rcp x r -- r the 40-digit reciprocal of x (up to 40
-digits) in the work form, from the same model, with the digits the work
-record keeps (a cut can leave a zero last).
+good-bcd-funcmethod.txt: the decimal functions from a model of their method
+(the section "Decimal functions" below), to be matched digit for digit:
+    fn x y work flags r0 c0 r1 c1 r2 c2 r3 c3 r4 c4
+  fn      ln log10 exp sqrt pow powint sin cos tan csc sec cot
+  x, y    operands in plain notation; y is "-" for a function of one operand
+          and an integer for powint
+  work    the 40-digit work value before the final reduction, plain notation
+  flags   its flag bits (1 digits lost, 2 overflow, 4 division by zero,
+          32 not a number)
+  rN cN   result and code in rounding mode N (codes as above, plus NAN and
+          DIVBY0)
 
 How the library computes, and so how the oracle is built:
   * add, sub, mul: the exact result is cut (not rounded) to 40 significant
@@ -295,9 +307,368 @@ def from_double_cases():
     return lines
 
 
+# ---------------------------------------------------------------------------
+# Decimal functions: a model of the method, written from its description.
+# Every work operation is exact, then cut to 40 digits and 40 places (an
+# integer part of more than 40 digits is an overflow zero); the flags of the
+# operands are ORed into the result; an operand with error flags (2, 4, 32)
+# makes an error zero. A value is a pair (Decimal, flags).
+
+ERR = 0x26
+D = Decimal
+
+
+def w_cut(v, f):
+    if f & ERR or v == 0:
+        return (D(0), f)
+    c = cut(v, 40, 40)
+    if c == 0:
+        return (D(0), f)
+    if c.adjusted() + 1 > 40:
+        return (D(0), f | 2)
+    return (c, f)
+
+
+def w_mul(a, b):
+    f = a[1] | b[1]
+    if f & ERR:
+        return (D(0), f)
+    return w_cut(a[0] * b[0], f)
+
+
+def w_add(a, b):
+    f = a[1] | b[1]
+    if f & ERR:
+        return (D(0), f)
+    return w_cut(a[0] + b[0], f)
+
+
+def w_sub(a, b):
+    return w_add(a, (-b[0], b[1]))
+
+
+def w_recip(x):
+    """Newton's iteration as in reciprocal_method; the result takes the
+    operand's flags once a step was taken, none before."""
+    v, f = x
+    if f & ERR:
+        return (D(0), f)
+    if v == 0:
+        return (D(0), 4)
+    e = v.adjusted() + 1
+    c = abs(v).scaleb(-e)
+    digits = c.as_tuple().digits
+    n = digits[0] * 10 + (digits[1] if len(digits) > 1 else 0)
+    r = work_record((D(100) / (D(n) + D("0.5"))).quantize(D("0.000001"), rounding=ROUND_HALF_EVEN))
+    stepped = False
+    while True:
+        t = cut(r * c, 40, 40)
+        if t == 1:
+            break
+        u = cut(1 - t, 40, 40)
+        t = cut(r * u, 40, 40)
+        u = work_record(r + t)
+        if u == r:
+            break
+        r = u
+        stepped = True
+    r = r.scaleb(-e)
+    return (-r if v < 0 else r, f if stepped else 0)
+
+
+_recips = {}
+
+
+def w_div(a, b):
+    f = a[1] | b[1]
+    if f & ERR:
+        return (D(0), f)
+    if b[1] == 0 and b[0] in _recips:
+        r = _recips[b[0]]
+    else:
+        r = w_recip(b)
+        if b[1] == 0:
+            _recips[b[0]] = r
+    return w_mul(a, r)
+
+
+def w_exp10(v):
+    """The exp field of a normalised record: the count of integer digits."""
+    return 0 if v == 0 else v.adjusted() + 1
+
+
+def w_trunc(v):
+    return v.to_integral_value(rounding=ROUND_DOWN)
+
+
+K = {
+    "0": (D(0), 0), "1": (D(1), 0), "2": (D(2), 0), "1/2": (D("0.5"), 0),
+    "2/3": (D("0.6666666666666666666666666666666666666667"), 1),
+    "4/3": (D("1.333333333333333333333333333333333333333"), 1),
+    "ln2": (D("0.6931471805599453094172321214581765680755"), 1),
+    "ln10": (D("2.302585092994045684017991454684364207601"), 1),
+    "1/ln10": (D("0.4342944819032518276511289189166050822944"), 1),
+    "pi": (D("3.141592653589793238462643383279502884197"), 1),
+    "2pi": (D("6.283185307179586476925286766559005768394"), 1),
+    "e": (D("2.718281828459045235360287471352662497757"), 1),
+}
+
+
+def m_log(x):
+    v, f = x
+    if f & ERR:
+        return (D(0), f)
+    if v <= 0:
+        return (D(0), 32)
+    if v == 1:
+        return (D(0), 0)
+    if v == 2:
+        return (K["ln2"][0], 1 | f)
+    if v == 10:
+        return (K["ln10"][0], 1 | f)
+    e = w_exp10(v)
+    shift = e - 1 if e >= 2 else (e + 1 if e <= -2 else 0)
+    t = (v.scaleb(-shift), f)
+    res = w_mul(K["ln10"], (D(shift), 0)) if shift else (D(0), 0)
+    while t[0] < K["2/3"][0]:
+        t = w_mul(t, K["2"])
+        res = w_sub(res, K["ln2"])
+    while t[0] > K["4/3"][0]:
+        t = w_mul(t, K["1/2"])
+        res = w_add(res, K["ln2"])
+    s = (D(0), 0)
+    if t[0] != 1:
+        neg = t[0] > 1
+        if neg:
+            t = w_recip(t)
+        y = w_sub(K["1"], t)
+        power = term = y
+        n = 1
+        while term[0] != 0 and w_exp10(term[0]) >= -39:
+            s = w_sub(s, term)
+            power = w_mul(power, y)
+            n += 1
+            term = w_div(power, (D(n), 0))
+        if neg:
+            s = (-s[0], s[1])
+    return w_add(s, res)
+
+
+def m_pow_uint(x, y):
+    if x[1] & ERR:
+        return (D(0), x[1])
+    if y == 0:
+        return (D(1), x[1])
+    if x[0] == 0:
+        return (D(0), x[1])
+    r = x
+    for bit in bin(y)[3:]:
+        t = w_mul(r, r)
+        r = w_mul(x, t) if bit == "1" else t
+    return r
+
+
+def m_power_e(n):
+    if w_exp10(n[0]) < 20:
+        return m_pow_uint(K["e"], int(n[0]))
+    half = w_div(n, K["2"])
+    half = (w_trunc(half[0]), half[1])
+    r = m_power_e(half)
+    res = w_mul(r, r)
+    if int(n[0]) % 2:
+        res = w_mul(res, K["e"])
+    return res
+
+
+def m_exp(x):
+    v, f = x
+    if f & ERR:
+        return (D(0), f)
+    r = (D(1), 0)
+    ip = abs(w_trunc(v))
+    if w_exp10(v) >= 1:
+        r = m_power_e((ip, f))
+    if v != w_trunc(v) and not r[1] & 2:
+        if w_exp10(v) < 1:
+            fr = (abs(v), f)
+        else:
+            fr = w_sub(x, (ip if v > 0 else -ip, f))
+            fr = (abs(fr[0]), fr[1])
+        s = (D(1), 0)
+        term = fr
+        n = 2
+        while term[0] != 0 and w_exp10(term[0]) >= -39:
+            s = w_add(s, term)
+            term = w_div(w_mul(fr, term), (D(n), 0))
+            n += 1
+        r = w_mul(r, s)
+    if v < 0 and not r[1] & 2:
+        r = w_recip(r)
+    return r
+
+
+def m_pow_int(x, y):
+    if w_exp10(y[0]) < 20:
+        return m_pow_uint(x, int(y[0]))
+    half = w_mul(y, K["1/2"])
+    odd = half[0] != w_trunc(half[0])
+    r = m_pow_int(x, (w_trunc(half[0]), half[1]))
+    res = w_mul(r, r)
+    return w_mul(x, res) if odd else res
+
+
+def m_pow(x, y):
+    f = x[1] | y[1]
+    if f & ERR:
+        return (D(0), f)
+    if y[0] != w_trunc(y[0]):
+        if x[0] < 0:
+            return (D(0), 32)
+        if x[0] == 0:
+            return (D(0), f | (4 if y[0] < 0 else 0))
+        return m_exp(w_mul(y, m_log(x)))
+    if y[0] == 0:
+        return (D(1), f)
+    if x[0] == 0:
+        return (D(0), f | (4 if y[0] < 0 else 0))
+    if y[0] < 0:
+        return m_pow_int(w_recip(x), (-y[0], y[1]))
+    return m_pow_int(x, y)
+
+
+def m_powint(x, y):
+    if x[1] & ERR:
+        return (D(0), x[1])
+    if y == 0:
+        return (D(1), x[1])
+    if x[0] == 0:
+        return (D(0), x[1] | (4 if y < 0 else 0))
+    if y < 0:
+        return m_pow_uint(w_recip(x), -y)
+    return m_pow_uint(x, y)
+
+
+def m_sqrt(x):
+    if x[1] & ERR:
+        return (D(0), x[1])
+    if x[0] < 0:
+        return (D(0), 32)
+    if x[0] == 0:
+        return (D(0), x[1])
+    return m_exp(w_mul(K["1/2"], m_log(x)))
+
+
+def m_reduce(x):
+    if x[1] & ERR or abs(x[0]) < K["2pi"][0]:
+        return x
+    q = w_div(x, K["2pi"])
+    q = (q[0] - w_trunc(q[0]), q[1])  # the integer digits cut off, sign kept
+    return w_mul(q, K["2pi"])
+
+
+def m_trig(x, cosine):
+    if x[1] & ERR:
+        return (D(0), x[1])
+    x = m_reduce(x)
+    term = K["1"] if cosine else x
+    res = term
+    n = 0 if cosine else 1
+    while True:
+        for _ in range(2):
+            n += 1
+            term = w_mul(term, w_div(x, (D(n), 0)))
+        if term[0] == 0 or w_exp10(term[0]) < -40:
+            break
+        term = (-term[0], term[1])
+        res = w_add(res, term)
+    return res
+
+
+FUNCS = {
+    "ln": lambda x, y: m_log(x),
+    "log10": lambda x, y: w_mul(m_log(x), K["1/ln10"]),
+    "exp": lambda x, y: m_exp(x),
+    "sqrt": lambda x, y: m_sqrt(x),
+    "pow": m_pow,
+    "powint": lambda x, y: m_powint(x, int(y[0])),
+    "sin": lambda x, y: m_trig(x, False),
+    "cos": lambda x, y: m_trig(x, True),
+    "tan": lambda x, y: w_div(m_trig(x, False), m_trig(x, True)),
+    "cot": lambda x, y: w_div(m_trig(x, True), m_trig(x, False)),
+    "csc": lambda x, y: w_recip(m_trig(x, False)),
+    "sec": lambda x, y: w_recip(m_trig(x, True)),
+}
+
+
+def assign(w, mode):
+    """The final reduction of a work value to 32 digits: (text, code)."""
+    v, f = w
+    for bit, code in ((4, "DIVBY0"), (32, "NAN"), (2, "RANGE")):
+        if f & bit:
+            return "0", code
+    if v == 0:
+        return "0", "LOSS" if f & 1 else "OK"
+    if v.adjusted() + 1 > 32:
+        return "0", "RANGE"
+    q = max(v.adjusted() - 31, -32)
+    r = v.quantize(D(1).scaleb(q), rounding=MODES[mode])
+    if abs(r) >= D(10) ** 32:
+        return "0", "RANGE"
+    return plain(r), ("LOSS" if r != v or f & 1 else "OK")
+
+
+frng = random.Random(20261123)
+
+
+def f_operand(digits_max=32, int_max=32, positive=False):
+    """A decimal of 1 to 32 digits with at most int_max integer digits."""
+    nd = frng.randint(1, digits_max)
+    d = D(frng.randint(10 ** (nd - 1), 10 ** nd - 1))
+    top = min(int_max, nd)
+    intd = frng.randint(-(32 - nd), top)  # integer digits (negative: leading zeros)
+    d = cut(d.scaleb(intd - nd), 32, 32)
+    if d == 0:
+        d = D(1).scaleb(-frng.randint(0, 32))
+    if not positive and frng.random() < 0.5:
+        d = -d
+    return d
+
+
+def function_method_cases():
+    cases = []
+    for _ in range(160):
+        cases.append(("ln", f_operand(positive=True), None))
+        cases.append(("log10", f_operand(positive=True), None))
+        cases.append(("sqrt", f_operand(positive=True), None))
+        cases.append(("exp", f_operand(int_max=2), None))
+        for fn in ("sin", "cos", "tan", "csc", "sec", "cot"):
+            cases.append((fn, f_operand(int_max=1 if frng.random() < 0.8 else 4), None))
+        cases.append(("pow", f_operand(int_max=3, positive=frng.random() < 0.9),
+                      f_operand(digits_max=6, int_max=1)))
+        cases.append(("pow", f_operand(int_max=2), D(frng.randint(-40, 40))))
+        cases.append(("powint", f_operand(int_max=3), D(frng.randint(-60, 60))))
+    # values near 1 and near the narrowing bounds, large and tiny arguments
+    for v in ("1.0000000000000000000000000000001", "0.99999999999999999999999999999999",
+              "0.6666666666666666666666666666666", "1.3333333333333333333333333333334",
+              "99999999999999999999999999999999", "0.00000000000000000000000000000001",
+              "73.6", "-73.6", "80", "-80", "92.5", "-92.5", "93", "-100", "12345678901234567890.5"):
+        for fn in ("ln", "exp", "sqrt", "sin", "cos"):
+            cases.append((fn, D(v), None))
+    for x, y in (("-8", "3"), ("2", "-1"), ("0", "0"), ("0", "-1"), ("0", "-0.5"), ("-8", "0.5"),
+                 ("1.5", "123456789012345678901"), ("-1", "123456789012345678901"),
+                 ("0.5", "200"), ("10", "31"), ("10", "32")):
+        cases.append(("pow", D(x), D(y)))
+    lines = []
+    for fn, x, y in cases:
+        w = FUNCS[fn]((x, 0), None if y is None else (y, 0))
+        out = [fn, plain(x), "-" if y is None else plain(y), plain(w[0]), str(w[1])]
+        for mode in range(5):
+            out += list(assign(w, mode))
+        lines.append(" ".join(out))
+    return lines
+
+
 if __name__ == "__main__":
-    with open("good-bcd-fromdouble.txt", "w") as f:
-        f.write("\n".join(from_double_cases()) + "\n")
     with open("good-bcd-arith.txt", "w") as f:
         f.write("\n".join(arith_cases()) + "\n")
     with open("good-bcd-text.txt", "w") as f:
@@ -306,3 +677,7 @@ if __name__ == "__main__":
         f.write("\n".join(division_method_cases()) + "\n")
     with open("good-bcd-workrcp.txt", "w") as f:
         f.write("\n".join(work_reciprocal_cases()) + "\n")
+    with open("good-bcd-fromdouble.txt", "w") as f:
+        f.write("\n".join(from_double_cases()) + "\n")
+    with open("good-bcd-funcmethod.txt", "w") as f:
+        f.write("\n".join(function_method_cases()) + "\n")
