@@ -197,8 +197,9 @@ bool canonical(const B_TOKEN &t, const char *tokbuf, const Config &c, std::strin
         case tokDECIMAL: {
             // A point, at least 16 significant digits and no exponent, so that
             // it is read the decimal way again. A decimal that lost digits past
-            // its 32 can only come from its own text.
-            if ((t.v.bcd->flags & ZEL_BCD_FLAG_PRECISION_LOSS) != 0) {
+            // its 32 places (down to 0, maybe) can only come from its own text.
+            ZEL_BCD_T whole;
+            if (zel_bcdFromString(tokbuf, &whole) != sOKAY) {
                 *out += tokbuf;
                 break;
             }
