@@ -11,6 +11,7 @@
 #define LEX_H
 
 #include "lex_types.h"
+#include "lex_words.h"
 
 ZEL_EXTERN_C_BEGIN
 
@@ -76,10 +77,6 @@ ZEL_NODISCARD ZEL_RETCODE b_lexExprSaveBegin(B_LEX_T *lex);
  * emptied in any case. eNOMEMORY when the copy failed or the capture lost
  * characters (`nomem`), *pxbuf untouched. eINVNULLARG. */
 ZEL_NODISCARD ZEL_RETCODE b_lexExprGet(B_LEX_T *lex, char **pxbuf);
-
-/* Whether `id` is one of the 288 SQL reserved words, in any letter case.
- * Null is none. */
-ZEL_BOOL_T b_lexSQLReserved(const char *id);
 
 /* The lexer's place and the input's: a lexer reading its local_input (that
  * is, started by b_lexStart) can come back to it. A token put back is no
