@@ -1,6 +1,6 @@
-// `zelbase json [FILE|-]`: the events of the pull JSON reader over a file
-// (read through the file layer, as the catalogue loader reads one) or
-// standard input, one a line and indented by depth; on failure the code and
+// `zelbase json [FILE]`: the events of the pull JSON reader over a file
+// (read through the file layer, as the catalogue loader reads one) or, without
+// one, standard input, one a line and indented by depth; on failure the code and
 // the number of the character the reader had come to.
 #include <charconv>
 #include <cstdio>
@@ -94,29 +94,33 @@ ZEL_RETCODE zb_json_walk(FILE *out, B_JSON_T *j) {
 }
 
 int zb_cmd_json(int argc, char **argv) {
-    if (argc > 1 || (argc == 1 && argv[0][0] == '-' && argv[0][1] != '\0')) {
-        std::fprintf(stderr, "usage: zelbase json [FILE|-]\n");
-        return 2;
-    }
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"F", nullptr, "?:FILE", "The JSON file (none: standard input)"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The events of the pull JSON reader, one a line, indented by "
+                              "depth; on failure\nthe code and the number of the character the "
+                              "reader had come to.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *path = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &path);  // the one positional, if any
     const ZbTags tags;
     if (!tags.ok()) return 1;
     B_FILE_T file;
     b_fileInit(&file);
     B_INPUT_T in;
     std::string text;
-    if (argc == 0 || std::strcmp(argv[0], "-") == 0) {
+    if (path == nullptr || std::strcmp(path, "-") == 0) {
         char chunk[65536];
         size_t n;
         while ((n = std::fread(chunk, 1, sizeof chunk, stdin)) > 0) text.append(chunk, n);
         b_inputInitFromMemory(&in, text.data(), text.size(), tags.sub);
     } else {
-        const ZEL_RETCODE rc = b_fileOpen(&file, argv[0], B_FILE_FLAGS_READ);
-        if (rc != sOKAY) {
-            const char *name = nullptr;
-            (void)zelErrorCodeDef(rc, nullptr, &name);
-            std::fprintf(stderr, "zelbase json: %s: %s\n", argv[0], name != nullptr ? name : "?");
-            return 1;
-        }
+        const ZEL_RETCODE rc = b_fileOpen(&file, path, B_FILE_FLAGS_READ);
+        if (rc != sOKAY) return zb_exitCode(rc, argv[0]);
         b_inputInitFromFile(&in, &file, tags.sub);
     }
     B_JSON_T j;

@@ -1,15 +1,17 @@
-// `zelbase lex [--other] [--dq-ident] [--keyvalue] TEXT|-`: the tokens of a
-// text (or of standard input), one a line: line:column, type, value, the
+// `zelbase lex [--other] [--dq-ident] [--keyvalue] [TEXT]`: the tokens of a
+// text (without one, of standard input), one a line: line:column, type, value, the
 // token's text as read (tokbuf) and, for an identifier, whether it is a
 // reserved word. `--other` reads identifiers the non-SQL way (paths in one
 // piece, no upper-casing), `--dq-ident` takes double quotes as quoted
 // identifiers, `--keyvalue` is the lexer of the key/value strings (other
 // identifiers, no comments). `zelbase lex --reserved WORD...` looks words up.
+// The exit code is 1 when a token was a lexical error.
 #include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "bcd.h"
 #include "lex.h"
@@ -18,13 +20,6 @@
 int zb_cmd_lex(int argc, char **argv);
 
 namespace {
-
-int zb_lex_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase lex [--other] [--dq-ident] [--keyvalue] TEXT|-\n"
-                 "       zelbase lex --reserved WORD...\n");
-    return 2;
-}
 
 const char *zb_lex_typeName(B_TOKTYPE t) {
     switch (t) {
@@ -116,30 +111,48 @@ std::string zb_lex_token(const B_LEX_T *lex, const B_TOKEN &t) {
 }
 
 int zb_cmd_lex(int argc, char **argv) {
-    if (argc >= 1 && std::strcmp(argv[0], "--reserved") == 0) {
-        if (argc == 1) return zb_lex_usage();
-        for (int i = 1; i < argc; ++i) {
-            std::printf("%-34s %s\n", argv[i],
-                        b_lexSQLReserved(argv[i]) ? "reserved" : "not reserved");
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"o", "other", nullptr,
+         "Identifiers the other way: ':', '.', '\\' and '/' continue one (a path is one "
+         "identifier), no upper-casing"},
+        {"d", "dq-ident", nullptr, "Double quotes open quoted identifiers rather than strings"},
+        {"k", "keyvalue", nullptr,
+         "The lexer of the key/value strings: other identifiers, no comments"},
+        {"r", "reserved", nullptr, "Look the words up among the 288 SQL reserved words"},
+        {"T", nullptr, "*:TEXT", "The text (none: standard input); with --reserved, the words"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The tokens of a text, one a line: line:column, type, value, the "
+                              "text as read\n(tokbuf) and, for an identifier, whether it is a "
+                              "reserved word.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    bool other = false, dqIdent = false, keyvalue = false, reserved = false;
+    std::vector<const char *> texts;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "other") == 0) {
+            other = true;
+        } else if (std::strcmp(name, "dq-ident") == 0) {
+            dqIdent = true;
+        } else if (std::strcmp(name, "keyvalue") == 0) {
+            keyvalue = true;
+        } else if (std::strcmp(name, "reserved") == 0) {
+            reserved = true;
+        } else {
+            texts.push_back(arg);
         }
+    }
+    if (reserved) {
+        if (texts.empty()) return zb_usageError("--reserved takes the words to look up");
+        for (const char *w : texts)
+            std::printf("%-34s %s\n", w, b_lexSQLReserved(w) ? "reserved" : "not reserved");
         return 0;
     }
-    bool other = false, dqIdent = false, keyvalue = false;
-    const char *text = nullptr;
-    for (int i = 0; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--other") == 0) {
-            other = true;
-        } else if (std::strcmp(argv[i], "--dq-ident") == 0) {
-            dqIdent = true;
-        } else if (std::strcmp(argv[i], "--keyvalue") == 0) {
-            keyvalue = true;
-        } else if (text == nullptr && (argv[i][0] != '-' || std::strcmp(argv[i], "-") == 0)) {
-            text = argv[i];
-        } else {
-            return zb_lex_usage();
-        }
-    }
-    if (text == nullptr) return zb_lex_usage();
+    if (texts.size() > 1) return zb_usageError("One text, or none for standard input");
+    const char *text = texts.empty() ? "-" : texts[0];
     std::string source;
     if (std::strcmp(text, "-") == 0) {
         char chunk[65536];
