@@ -101,6 +101,7 @@ int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
 int zb_demo_queue(FILE *out);
+int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
 
@@ -123,6 +124,8 @@ int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
 int zb_cmd_threads(int argc, char **argv);
+int zb_cmd_lex(int argc, char **argv);
+int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
@@ -193,5 +196,13 @@ struct ZbAnnot {
 void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
+
+// One token on one line: line:column, type, value, tokbuf, and "reserved"
+// for a reserved identifier.
+std::string zb_lex_token(const struct B_LEX_S *lex, const struct B_TOKEN_S &t);
+
+// The pull walk of one JSON value, its events one a line indented by depth;
+// the reader's code.
+ZEL_RETCODE zb_json_walk(FILE *out, struct B_JSON_S *j);
 
 #endif
