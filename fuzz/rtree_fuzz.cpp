@@ -3,7 +3,9 @@
 // through, one that moves as zeros, and the two a box cannot use) and the
 // form; the rest is the node. A node that reads is written again: an
 // expanded image gives back the input, and a compact stream reads again and
-// writes the same bytes (its boundaries are in the column's type by then).
+// writes the same bytes (its boundaries are in the column's type by then);
+// the boxes of an expanded image, any doubles, also go through the compact
+// form.
 // A failed node holds nothing, and the tag's usage comes back.
 #include <cstring>
 
@@ -48,6 +50,14 @@ void one(const uint8_t *data, size_t size) {
     check(unpack(&back, ki, expanded, once.data(), once.size()) == sOKAY);
     check(fuzzPack(write, back, fuzzTag(), &twice) && twice == once);
     rtree_free(&back);
+    if (expanded) {
+        // Any doubles, NaN and out of range included, convert to the
+        // column's type and back.
+        check(fuzzPack(rtree_pack_compact, node, fuzzTag(), &twice));
+        check(unpack(&back, ki, false, twice.data(), twice.size()) == sOKAY);
+        check(back.used == node.used);
+        rtree_free(&back);
+    }
     rtree_free(&node);
 }
 

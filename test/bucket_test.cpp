@@ -348,6 +348,23 @@ TEST_F(BucketTest, CountsAndRoomAreBounded) {
     bucket_free(&b);
 }
 
+// A room past the page runs comes as a huge buffer, which the tag does not
+// clear: the reader clears it all the same.
+TEST_F(BucketTest, HugeRoomIsCleared) {
+    // One entry with no pairs and one id, of a stored total of 80000: a room
+    // of 640000 bytes. The input holds that many bytes after the total.
+    Bytes in = {0x00, 0x01, 0xC0, 0xF8, 0x00, 0x00, 0x01, 0x2A};  // 80000 - 0x4080 = 0xF800
+    in.resize(in.size() + 80000, 0xEE);
+    ZEL_BUCKET b{};
+    ASSERT_EQ(of_unpack(bucket_unpack_compact, &b, cat.five, in, sub), sOKAY);
+    ASSERT_EQ(b.bucket_data_len, 1400u + 640000);
+    EXPECT_EQ(b.slots[0], 42u);
+    size_t dirty = 0;
+    for (size_t k = 1400 + 8; k < b.bucket_data_len; ++k) dirty += b.bucket_data[k] != 0;
+    EXPECT_EQ(dirty, 0u);
+    bucket_free(&b);
+}
+
 // Random buckets: the expanded image and the compact form of a key without
 // nullable elements read back what they wrote; with nullable elements the
 // compact form flips each has-value byte, so writing twice comes back.
