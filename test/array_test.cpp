@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "array.h"
+#include "oom.h"
 #include "tag_fixture.h"
 
 namespace {
@@ -154,28 +155,25 @@ TEST_F(ArrayIterate, FindStopsOnOkayOrAnyCodeButNotFound) {
     EXPECT_EQ(miss.visited.size(), 4u);
 }
 
-TEST(ArrayOutOfMemory, AddFailsCleanlyUntilThereIsRoom) {
-    SeededTags tags(8);
-    B_ARRAY_T a;
-    b_arrInit(&a, tags.sub);
-    for (int i = 0; i < 4; i++) ASSERT_EQ(b_arrAdd(&a, &items[i], nullptr), sOKAY);
-    tags.Fill(64);
-    int failures = 0;
-    for (;;) {
-        const int64_t before = fixture_subBytes(tags.sub);
-        uint32_t index = 99;
-        const ZEL_RETCODE rc = b_arrAdd(&a, &items[4], &index);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(index, 99u);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        EXPECT_TRUE(ArrayMatches(a, {&items[0], &items[1], &items[2], &items[3]}));
-        ASSERT_TRUE(tags.Release());
-        failures++;
-    }
-    EXPECT_GT(failures, 0);
-    EXPECT_EQ(a.count, 5u);
-    b_arrTerm(&a);
+// A failed growth leaves the slots, the count and the index as they were.
+TEST_F(ArrayGrowth, AddUnderFailingAllocations) {
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_ARRAY_T a;
+                            b_arrInit(&a, sub);
+                            std::vector<void *> model;
+                            ZEL_RETCODE rc = sOKAY;
+                            for (uint32_t i = 0; i < 9 && rc == sOKAY; i++) {
+                                uint32_t index = 99;
+                                rc = b_arrAdd(&a, &items[i], &index);
+                                if (rc == sOKAY) model.push_back(&items[i]);
+                                EXPECT_EQ(index, rc == sOKAY ? i : 99u);
+                                EXPECT_TRUE(ArrayMatches(a, model));
+                            }
+                            b_arrTerm(&a);
+                            return rc;
+                        }),
+              3);  // 4, 8 and 12 slots
 }
 
 }  // namespace

@@ -10,13 +10,12 @@
 #include <chrono>
 #include <climits>
 #include <cstring>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "bcd_func_internal.h"
+#include "vectors.h"
 
 namespace {
 
@@ -51,15 +50,6 @@ std::string CodeName(ZEL_RETCODE rc) {
         default:
             return std::to_string(rc);
     }
-}
-
-std::vector<std::string> Lines(const char *name) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::vector<std::string> out;
-    for (std::string line; std::getline(in, line);)
-        if (!line.empty()) out.push_back(line);
-    return out;
 }
 
 WORK_BCD Work(const ZEL_BCD_T &b) {
@@ -119,8 +109,8 @@ ZEL_RETCODE Call(const std::string &fn, const std::string &x, const std::string 
 }
 
 TEST(BcdFuncMethod, DigitForDigitWithTheModel) {
-    auto lines = Lines("good-bcd-funcmethod.txt");
-    ASSERT_GT(lines.size(), 2000u);
+    const auto rows = vectors_read("good-bcd-funcmethod.txt");
+    ASSERT_GT(rows.size(), 2000u);
     const struct {
         const char *name;
         void (*f)(const WORK_BCD *, WORK_BCD *);
@@ -128,11 +118,10 @@ TEST(BcdFuncMethod, DigitForDigitWithTheModel) {
                  {"exp", zel_bcdWorkExp},
                  {"sin", zel_bcdWorkSin},
                  {"cos", zel_bcdWorkCos}};
-    for (const std::string &line : lines) {
-        std::istringstream is(line);
-        std::string fn, x, y, work;
-        int flags;
-        is >> fn >> x >> y >> work >> flags;
+    for (const VectorRow &row : rows) {
+        const std::string &fn = row[0], &x = row[1], &y = row[2], &work = row[3],
+                          line = fn + " " + x + " " + y;
+        const int flags = std::stoi(row[4]);
         for (const auto &k : kWork) {
             if (fn != k.name) continue;
             WORK_BCD w = Work(Parse(x)), r;
@@ -141,8 +130,7 @@ TEST(BcdFuncMethod, DigitForDigitWithTheModel) {
             EXPECT_EQ(r.flags, flags) << line;
         }
         for (int mode = 0; mode < 5; ++mode) {
-            std::string want, code;
-            is >> want >> code;
+            const std::string &want = row[5 + 2 * mode], &code = row[6 + 2 * mode];
             ZEL_BCD_T res;
             ZEL_RETCODE rc = Call(fn, x, y, mode, &res);
             EXPECT_EQ(Text(res), want) << line << " mode " << mode;
@@ -164,16 +152,14 @@ bool WithinOneUlp(const ZEL_BCD_T &got, const ZEL_BCD_T &want) {
 }
 
 TEST(BcdFuncOracle, MatchesMpmathInEveryMode) {
-    auto lines = Lines("good-bcd-funcs.txt");
-    ASSERT_GT(lines.size(), 1500u);
+    const auto rows = vectors_read("good-bcd-funcs.txt");
+    ASSERT_GT(rows.size(), 1500u);
     int compared = 0;
-    for (const std::string &line : lines) {
-        std::istringstream is(line);
-        std::string fn, x, y, tol;
-        is >> fn >> x >> y >> tol;
+    for (const VectorRow &row : rows) {
+        const std::string &fn = row[0], &x = row[1], &y = row[2], &tol = row[3],
+                          line = fn + " " + x + " " + y;
         for (int mode = 0; mode < 5; ++mode) {
-            std::string want;
-            is >> want;
+            const std::string &want = row[4 + mode];
             if (want == "-") continue;  // within 1e-6 ulp of a rounding boundary
             ZEL_BCD_T res;
             ZEL_RETCODE rc = Call(fn, x, y, mode, &res);

@@ -7,8 +7,9 @@
 #include <vector>
 
 #include "bitmap.h"
-#include "containers_data.h"
+#include "oom.h"
 #include "tag_fixture.h"
+#include "vectors.h"
 
 namespace {
 
@@ -71,7 +72,7 @@ TEST_F(BitmapLayout, WordIsBitOver32MaskIsLowFiveBits) {
 class BitmapCount : public TaggedTest {};
 
 TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
-    const auto rows = containers_readVectors("good-bitlength.txt");
+    const auto rows = vectors_read("good-bitlength.txt");
     ASSERT_GT(rows.size(), 500u);
     B_BITMAP_T bm;
     ASSERT_EQ(b_bmInit(&bm, 64, sub), sOKAY);
@@ -85,13 +86,22 @@ TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
     b_bmTerm(&bm);
 }
 
-TEST(BitmapOutOfMemory, InitFailsAndLeavesTheRecord) {
-    SeededTags tags(8);
-    B_BITMAP_T bm{};
-    bm.size = 12345;
-    EXPECT_EQ(b_bmInit(&bm, 64 * B_PAGE_SIZE * 8, tags.sub), eNOMEMORY);
-    EXPECT_EQ(bm.size, 12345u);
-    EXPECT_EQ(bm.data, nullptr);
+TEST_F(BitmapLayout, FailedAllocationLeavesTheRecord) {
+    EXPECT_GT(oom_check(master, {sub},
+                        [&] {
+                            B_BITMAP_T bm{};
+                            bm.size = 12345;
+                            const ZEL_RETCODE rc = b_bmInit(&bm, 64 * B_PAGE_SIZE * 8, sub);
+                            if (rc == sOKAY) {
+                                EXPECT_EQ(bm.size, 64u * B_PAGE_SIZE * 8);
+                                b_bmTerm(&bm);
+                            } else {
+                                EXPECT_EQ(bm.size, 12345u);
+                                EXPECT_EQ(bm.data, nullptr);
+                            }
+                            return rc;
+                        }),
+              0);
 }
 
 }  // namespace

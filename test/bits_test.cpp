@@ -6,12 +6,12 @@
 #include <random>
 
 #include "bits.h"
-#include "containers_data.h"
+#include "vectors.h"
 
 namespace {
 
 TEST(BitFirstSet, MatchesBitLengthOfOracleValues) {
-    const auto rows = containers_readVectors("good-bitlength.txt");
+    const auto rows = vectors_read("good-bitlength.txt");
     ASSERT_GT(rows.size(), 500u);
     for (const auto &row : rows) {
         const uint64_t value = std::stoull(row[0], nullptr, 16);

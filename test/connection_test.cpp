@@ -4,13 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include "connection.h"
 #include "oom.h"
 #include "tag_fixture.h"
 #include "uuid.h"
+#include "vectors.h"
 
 namespace {
 
@@ -293,25 +293,19 @@ TEST_F(Conn, CopyIsDeepAndDeliberatelyPartial) {
 }
 
 TEST_F(Conn, UrllibVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-connection-tcp.txt");
-    ASSERT_TRUE(in) << "missing good-connection-tcp.txt";
-    std::string line;
-    int n = 0;
-    while (std::getline(in, line)) {
-        const size_t t1 = line.find('\t'), t2 = line.find('\t', t1 + 1),
-                     t3 = line.find('\t', t2 + 1);
-        const std::string uri = line.substr(0, t1), host = line.substr(t1 + 1, t2 - t1 - 1);
-        const unsigned long port = std::stoul(line.substr(t2 + 1, t3 - t2 - 1));
+    const auto rows = vectors_read("good-connection-tcp.txt", '\t');
+    for (const VectorRow &row : rows) {
+        const std::string &uri = row[0], &host = row[1], &dbname = row[3];
+        const unsigned long port = std::stoul(row[2]);
         TX_CONN_CTX *ctx = parse(uri.c_str());
         ASSERT_NE(ctx, nullptr);
         ASSERT_EQ(ctx->info[0].connType, TX_TCP_INT);
         EXPECT_EQ(orNull(ctx->info[0].info.tcp.hostname), host) << uri;
         EXPECT_EQ(ctx->info[0].info.tcp.port, port) << uri;
-        EXPECT_EQ(orNull(ctx->dbname), line.substr(t3 + 1)) << uri;
+        EXPECT_EQ(orNull(ctx->dbname), dbname) << uri;
         tl_freeConnectionInfo(ctx);
-        ++n;
     }
-    EXPECT_GT(n, 200);
+    EXPECT_GT(rows.size(), 200u);
 }
 
 TEST_F(Conn, OutOfMemory) {

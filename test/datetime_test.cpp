@@ -5,33 +5,18 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "datetime.h"
-#include "tag_sub.h"
+#include "oom.h"
 #include "tag_fixture.h"
+#include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
-
-std::vector<std::string> ReadLines(const char *name) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) {
-        if (!line.empty() && line[0] != '#') lines.push_back(line);
-    }
-    return lines;
-}
-
-std::vector<std::string> Split(const std::string &s, char sep) {
-    std::vector<std::string> out;
-    std::stringstream ss(s);
-    for (std::string f; std::getline(ss, f, sep);) out.push_back(f);
-    return out;
-}
 
 ZEL_RETCODE Sink(B_OUTPUT_CTX ctx, uint32_t ch) {
     static_cast<std::string *>(ctx)->push_back(static_cast<char>(ch));
@@ -83,6 +68,30 @@ std::string TimeText(ZEL_PACKED_TIME_T t, ZEL_TIME_FORMAT f) {
     return s;
 }
 
+// What a parse gives, the parse expected to succeed.
+template <class T>
+T Parsed(ZEL_RETCODE (*parse)(const char *, T *), const char *text) {
+    T out{};
+    EXPECT_EQ(parse(text, &out), sOKAY) << text;
+    return out;
+}
+template <class T>
+T Parsed(ZEL_RETCODE (*parse)(const char *, ZEL_DATE_FORMAT, T *), const char *text,
+         ZEL_DATE_FORMAT f) {
+    T out{};
+    EXPECT_EQ(parse(text, f, &out), sOKAY) << text;
+    return out;
+}
+ZEL_PACKED_TIME_T Time(const char *s) {
+    return Parsed(zel_timeFromString, s);
+}
+ZEL_PACKED_TIMESTAMP_T Stamp(const char *s, ZEL_DATE_FORMAT f = ZEL_YYYYMMDD) {
+    return Parsed(zel_timestampFromString, s, f);
+}
+ZEL_PACKED_TIMESTAMPTZ_T StampTz(const char *s, ZEL_DATE_FORMAT f = ZEL_YYYYMMDD) {
+    return Parsed(zel_timestamptzFromString, s, f);
+}
+
 ZEL_PACKED_DATE_T Pack(int32_t y, uint16_t m, uint16_t d) {
     ZEL_DATE_T cd{y, m, d};
     ZEL_PACKED_DATE_T dt = 0;
@@ -91,13 +100,14 @@ ZEL_PACKED_DATE_T Pack(int32_t y, uint16_t m, uint16_t d) {
 }
 
 TEST(DateCalendar, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-dates.txt");
-    ASSERT_GT(lines.size(), 20000u);
-    for (const auto &line : lines) {
-        std::istringstream in(line);
-        uint32_t n;
-        int y, m, d, dow, doy, week, quarter;
-        in >> n >> y >> m >> d >> dow >> doy >> week >> quarter;
+    const auto rows = vectors_read("good-datetime-dates.txt");
+    ASSERT_GT(rows.size(), 20000u);
+    for (const VectorRow &row : rows) {
+        const std::string &line = row[0];
+        const uint32_t n = std::stoul(row[0]);
+        const int y = std::stoi(row[1]), m = std::stoi(row[2]), d = std::stoi(row[3]),
+                  dow = std::stoi(row[4]), doy = std::stoi(row[5]), week = std::stoi(row[6]),
+                  quarter = std::stoi(row[7]);
         ASSERT_EQ(Pack(y, m, d), n) << line;
         ZEL_DATE_T cd;
         ASSERT_EQ(zel_dateUnpack(n, &cd), sOKAY);
@@ -251,10 +261,10 @@ TEST(PackedForms, StoredImage) {
 }
 
 TEST(TimeText, MatchesPythonOracleAtEveryWidth) {
-    auto lines = ReadLines("good-datetime-times.txt");
-    ASSERT_GT(lines.size(), 400u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-times.txt", '|');
+    ASSERT_GT(rows.size(), 400u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 9u);
         ZEL_PACKED_TIME_T tm;
         ASSERT_EQ(zel_timeFromString(f[0].c_str(), &tm), sOKAY) << line;
@@ -266,27 +276,18 @@ TEST(TimeText, MatchesPythonOracleAtEveryWidth) {
 }
 
 TEST(TimeText, LenientForms) {
-    ZEL_PACKED_TIME_T tm;
-    ASSERT_EQ(zel_timeFromString("10:30:00", &tm), sOKAY);
-    EXPECT_EQ(tm, 378000000u);
-    ASSERT_EQ(zel_timeFromString("12:00:00am", &tm), sOKAY);
-    EXPECT_EQ(tm, 0u);
-    ASSERT_EQ(zel_timeFromString("01:00:00pm", &tm), sOKAY);
-    EXPECT_EQ(tm, 13u * 36000000u);
-    ASSERT_EQ(zel_timeFromString("01:00:00P", &tm), sOKAY);
-    EXPECT_EQ(tm, 13u * 36000000u);
-    ASSERT_EQ(zel_timeFromString("12:00:00PM", &tm), sOKAY);  // noon stays 12
-    EXPECT_EQ(tm, 12u * 36000000u);
-    ASSERT_EQ(zel_timeFromString("01:00:00 pm", &tm), sOKAY);  // after a blank: unread
-    EXPECT_EQ(tm, 36000000u);
-    ASSERT_EQ(zel_timeFromString("10:30:00.5", &tm), sOKAY);  // whole units
-    EXPECT_EQ(zel_timeFraction(tm), 5);
-    ASSERT_EQ(zel_timeFromString("10:30:00.5000", &tm), sOKAY);
-    EXPECT_EQ(zel_timeFraction(tm), 5000);
-    ASSERT_EQ(zel_timeFromString(" \t1:2:3xyz", &tm), sOKAY);
-    EXPECT_EQ(tm, 37230000u);
-    ASSERT_EQ(zel_timeFromString("00010:00:00", &tm), sOKAY);
-    EXPECT_EQ(zel_timeHour(tm), 10);
+    // clang-format off
+    const std::pair<const char *, uint32_t> cases[] = {
+        {"10:30:00", 378000000u},        {"12:00:00am", 0},
+        {"01:00:00pm", 13u * 36000000u}, {"01:00:00P", 13u * 36000000u},
+        {"12:00:00PM", 12u * 36000000u},  // noon stays 12
+        {"01:00:00 pm", 36000000u},  // after a blank: unread
+        {"10:30:00.5", 378000005u},  // whole units
+        {"10:30:00.5000", 378005000u},   {" \t1:2:3xyz", 37230000u},
+        {"00010:00:00", 360000000u},     {"13:00:00am", 13u * 36000000u}
+    };  // only 12 moves
+    // clang-format on
+    for (auto [text, units] : cases) EXPECT_EQ(Time(text), units) << text;
 }
 
 TEST(TimeText, Errors) {
@@ -310,8 +311,6 @@ TEST(TimeText, Errors) {
         EXPECT_EQ(tm, 5u);
     }
     ZEL_PACKED_TIME_T tm;
-    ASSERT_EQ(zel_timeFromString("13:00:00am", &tm), sOKAY);  // only 12 moves
-    EXPECT_EQ(zel_timeHour(tm), 13);
     EXPECT_EQ(zel_timeFromString(nullptr, &tm), eINVNULLARG);
     EXPECT_EQ(zel_timeFromString("1:0:0", nullptr), eINVNULLARG);
     std::string s;
@@ -321,10 +320,10 @@ TEST(TimeText, Errors) {
 }
 
 TEST(DateText, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-text.txt");
-    ASSERT_GT(lines.size(), 1000u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-text.txt", '|');
+    ASSERT_GT(rows.size(), 1000u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 3u);
         ZEL_PACKED_DATE_T dt = 0;
         ASSERT_EQ(
@@ -410,25 +409,21 @@ TEST(DateText, LenientAndRefusedForms) {
 }
 
 TEST(TimestampText, DateAndOrTime) {
+    const std::pair<const char *, ZEL_PACKED_TIMESTAMP_T> cases[] = {
+        {"", {1, 0}},
+        {"10:30:00", {1, 378000000u}},
+        {"2021-03-07", {Pack(2021, 3, 7), 0}},
+        {"2021-03-07  ", {Pack(2021, 3, 7), 0}},
+        {"Mar7, 2021 1:02:03.4pm", {Pack(2021, 3, 7), 13u * 36000000u + 1230000u + 4u}}};
+    for (auto [text, want] : cases) {
+        const ZEL_PACKED_TIMESTAMP_T ts = Stamp(text);
+        EXPECT_EQ(ts.date, want.date) << text;
+        EXPECT_EQ(ts.time, want.time) << text;
+    }
     ZEL_PACKED_TIMESTAMP_T ts{9, 9};
-    ASSERT_EQ(zel_timestampFromString("", ZEL_YYYYMMDD, &ts), sOKAY);
-    EXPECT_EQ(ts.date, 1u);
-    EXPECT_EQ(ts.time, 0u);
-    ASSERT_EQ(zel_timestampFromString("10:30:00", ZEL_YYYYMMDD, &ts), sOKAY);
-    EXPECT_EQ(ts.date, 1u);
-    EXPECT_EQ(ts.time, 378000000u);
-    ASSERT_EQ(zel_timestampFromString("2021-03-07", ZEL_YYYYMMDD, &ts), sOKAY);
-    EXPECT_EQ(ts.date, Pack(2021, 3, 7));
-    EXPECT_EQ(ts.time, 0u);
-    ASSERT_EQ(zel_timestampFromString("2021-03-07  ", ZEL_YYYYMMDD, &ts), sOKAY);
-    ASSERT_EQ(zel_timestampFromString("Mar7, 2021 1:02:03.4pm", ZEL_YYYYMMDD, &ts), sOKAY);
-    EXPECT_EQ(ts.date, Pack(2021, 3, 7));
-    EXPECT_EQ(ts.time, 13u * 36000000u + 1230000u + 4u);
-    ts = ZEL_PACKED_TIMESTAMP_T{9, 9};
-    EXPECT_EQ(zel_timestampFromString("2021-03-07T10:00:00", ZEL_YYYYMMDD, &ts), eINVLITERAL);
-    EXPECT_EQ(zel_timestampFromString("2021-03-07 10:00", ZEL_YYYYMMDD, &ts), eINVLITERAL);
-    EXPECT_EQ(zel_timestampFromString("garbage", ZEL_YYYYMMDD, &ts), eINVLITERAL);
-    EXPECT_EQ(zel_timestampFromString("2021-13-07 10:00:00", ZEL_YYYYMMDD, &ts), eINVLITERAL);
+    for (const char *bad :
+         {"2021-03-07T10:00:00", "2021-03-07 10:00", "garbage", "2021-13-07 10:00:00"})
+        EXPECT_EQ(zel_timestampFromString(bad, ZEL_YYYYMMDD, &ts), eINVLITERAL) << bad;
     EXPECT_EQ(zel_timestampFromString("2021-03-07", static_cast<ZEL_DATE_FORMAT>(9), &ts),
               eINVDATEFMT);
     EXPECT_EQ(ts.date, 9u);
@@ -436,10 +431,10 @@ TEST(TimestampText, DateAndOrTime) {
 }
 
 TEST(ZoneShift, MatchesPythonOracle) {
-    auto lines = ReadLines("good-datetime-zones.txt");
-    ASSERT_GT(lines.size(), 300u);
-    for (const auto &line : lines) {
-        auto f = Split(line, '|');
+    const auto rows = vectors_read("good-datetime-zones.txt", '|');
+    ASSERT_GT(rows.size(), 300u);
+    for (const VectorRow &f : rows) {
+        const std::string &line = f[0];
         ASSERT_EQ(f.size(), 5u);
         const std::string text = f[0] + " " + f[1];
         ZEL_PACKED_TIMESTAMPTZ_T tsz;
@@ -465,16 +460,14 @@ TEST(ZoneShift, MatchesPythonOracle) {
 }
 
 TEST(ZoneShift, EdgeCases) {
-    ZEL_PACKED_TIMETZ_T tmz;
-    ASSERT_EQ(zel_timetzFromString("23:30:00 -01:00", &tmz), sOKAY);
+    ZEL_PACKED_TIMETZ_T tmz = Parsed(zel_timetzFromString, "23:30:00 -01:00");
     EXPECT_EQ(tmz.time, 5u * 3600000u);  // 00:30 UTC, no date to carry
     EXPECT_EQ(tmz.tz, -60);
     std::string s;
     ASSERT_EQ(dt_timetzFormat(tmz, ZEL_HHMMSS, Sink, &s), sOKAY);
     EXPECT_EQ(s, "23:30:00 -01:00");
 
-    ZEL_PACKED_TIMESTAMPTZ_T tsz;
-    ASSERT_EQ(zel_timestamptzFromString("2021-01-01 00:30:00 +01:00", ZEL_YYYYMMDD, &tsz), sOKAY);
+    ZEL_PACKED_TIMESTAMPTZ_T tsz = StampTz("2021-01-01 00:30:00 +01:00");
     EXPECT_EQ(tsz.date, Pack(2020, 12, 31));
     EXPECT_EQ(tsz.time, 23u * 36000000u + 30u * 600000u);
     EXPECT_EQ(tsz.tz, 60);
@@ -512,14 +505,11 @@ TEST(ZoneShift, EdgeCases) {
 }
 
 TEST(ZoneText, ParsingAndErrors) {
+    // The range is tested by the shifters.
+    for (auto [text, zone] :
+         {std::pair{" +05:30", 330}, {"-00:01", -1}, {"+14:01", 841}, {"+24:59", 1499}})
+        EXPECT_EQ(Parsed(zel_timezoneFromString, text), zone) << text;
     int16_t tz = 7;
-    ASSERT_EQ(zel_timezoneFromString(" +05:30", &tz), sOKAY);
-    EXPECT_EQ(tz, 330);
-    ASSERT_EQ(zel_timezoneFromString("-00:01", &tz), sOKAY);
-    EXPECT_EQ(tz, -1);
-    ASSERT_EQ(zel_timezoneFromString("+14:01", &tz), sOKAY);  // range tested by the shifters
-    EXPECT_EQ(tz, 841);
-    ASSERT_EQ(zel_timezoneFromString("+24:59", &tz), sOKAY);
     tz = 7;
     const struct {
         const char *text;
@@ -551,14 +541,12 @@ TEST(ZoneText, ParsingAndErrors) {
 }
 
 TEST(DaysDiff, WholeDaysEitherOrder) {
-    uint32_t d = 99;
     const ZEL_PACKED_TIMESTAMP_T a{100, 500}, b{103, 400}, c{103, 600};
-    ASSERT_EQ(zel_timestampDaysDiff(a, b, &d), sOKAY);
-    EXPECT_EQ(d, 2u);
-    ASSERT_EQ(zel_timestampDaysDiff(c, a, &d), sOKAY);
-    EXPECT_EQ(d, 3u);
-    ASSERT_EQ(zel_timestampDaysDiff(b, c, &d), sOKAY);
-    EXPECT_EQ(d, 0u);
+    for (auto [x, y, days] : {std::tuple{a, b, 2u}, {c, a, 3u}, {b, c, 0u}}) {
+        uint32_t d = 99;
+        ASSERT_EQ(zel_timestampDaysDiff(x, y, &d), sOKAY);
+        EXPECT_EQ(d, days);
+    }
     EXPECT_EQ(zel_timestampDaysDiff(a, b, nullptr), eINVNULLARG);
 }
 
@@ -572,14 +560,13 @@ TEST(Formats, ValidateAndParse) {
     EXPECT_EQ(zel_timeValidateFormat(static_cast<ZEL_TIME_FORMAT>(8)), eINVTIMEFMT);
     ZEL_DATE_FORMAT df = ZEL_MMDDYYYY;
     char sep = 'x';
-    ASSERT_EQ(zel_dateParseFormatString("YYYY-mm-DD", &df, &sep), sOKAY);
-    EXPECT_EQ(df, ZEL_YYYYMMDD);
-    EXPECT_EQ(sep, '-');
-    ASSERT_EQ(zel_dateParseFormatString("dd.MM.yyyy", &df, &sep), sOKAY);
-    EXPECT_EQ(df, ZEL_DDMMYYYY);
-    EXPECT_EQ(sep, '.');
-    ASSERT_EQ(zel_dateParseFormatString("mm/dd/yyyy", &df, &sep), sOKAY);
-    EXPECT_EQ(df, ZEL_MMDDYYYY);
+    for (auto [text, f, c] : {std::tuple{"YYYY-mm-DD", ZEL_YYYYMMDD, '-'},
+                              {"dd.MM.yyyy", ZEL_DDMMYYYY, '.'},
+                              {"mm/dd/yyyy", ZEL_MMDDYYYY, '/'}}) {
+        ASSERT_EQ(zel_dateParseFormatString(text, &df, &sep), sOKAY) << text;
+        EXPECT_EQ(df, f);
+        EXPECT_EQ(sep, c);
+    }
     for (const char *bad : {"yyyy-mm", "yyyy-mm-dd-", "yyyy-dd-mm", "yyyy/mm-dd", "yyyymmdd",
                             "-yyyy-mm", "yyyy--mm", "yy-mm-dd", "", "yyyy-mm-ddd"}) {
         EXPECT_EQ(zel_dateParseFormatString(bad, &df, &sep), eINVDATEFMT) << bad;
@@ -645,12 +632,10 @@ TEST(TextOut, MeasuresAndTruncates) {
     EXPECT_EQ(zel_dateToString(0, ZEL_YYYYMMDD, '-', buf, sizeof buf, &n), eBASE_INVDATE);
     EXPECT_EQ(zel_timeToString(864000000u, ZEL_HH, buf, sizeof buf, &n), eINVLITERAL);
     EXPECT_EQ(n, 99u);
-    ZEL_PACKED_TIMETZ_T tmz;
-    ASSERT_EQ(zel_timetzFromString("23:30:00.25 +05:45", &tmz), sOKAY);
+    const ZEL_PACKED_TIMETZ_T tmz = Parsed(zel_timetzFromString, "23:30:00.25 +05:45");
     ASSERT_EQ(zel_timetzToString(tmz, ZEL_HHMMSSFF, buf, sizeof buf, &n), sOKAY);
     EXPECT_STREQ(buf, "23:30:00.00 +05:45");
-    ZEL_PACKED_TIMESTAMPTZ_T tsz;
-    ASSERT_EQ(zel_timestamptzFromString("1/2/2000 0:0:0 -00:30", ZEL_MMDDYYYY, &tsz), sOKAY);
+    const ZEL_PACKED_TIMESTAMPTZ_T tsz = StampTz("1/2/2000 0:0:0 -00:30", ZEL_MMDDYYYY);
     ASSERT_EQ(zel_timestamptzToString(tsz, ZEL_MMDDYYYY, '/', ZEL_HHMMSS, buf, sizeof buf, &n),
               sOKAY);
     EXPECT_STREQ(buf, "01/02/2000 00:00:00 -00:30");
@@ -708,19 +693,24 @@ TEST_F(FormatStrings, CreateOnTheTag) {
     EXPECT_EQ(f, nullptr);
 }
 
-TEST(FormatStringsMemory, OutOfMemoryLeavesNothing) {
-    SeededTags tags(4);
-    tags.Fill(16);
-    char *f = nullptr;
-    for (;;) {
-        ZEL_RETCODE rc = zel_dateCreateFormatString(ZEL_YYYYMMDD, '-', tags.sub, &f);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        ASSERT_EQ(f, nullptr);
-        ASSERT_TRUE(tags.Release());
+TEST_F(FormatStrings, UnderFailingAllocations) {
+    for (bool date : {true, false}) {
+        EXPECT_EQ(oom_check(master, {sub},
+                            [&] {
+                                char *f = nullptr;
+                                const ZEL_RETCODE rc =
+                                    date ? zel_dateCreateFormatString(ZEL_YYYYMMDD, '-', sub, &f)
+                                         : zel_timeCreateFormatString(ZEL_HHMMSSFF, sub, &f);
+                                if (rc != sOKAY) {
+                                    EXPECT_EQ(f, nullptr);
+                                    return rc;
+                                }
+                                EXPECT_STREQ(f, date ? "YYYY-MM-DD" : "HH:MM:SS.FF");
+                                b_tag_subFree(sub, f);
+                                return rc;
+                            }),
+                  1);
     }
-    EXPECT_STREQ(f, "YYYY-MM-DD");
-    b_tag_subFree(tags.sub, f);
 }
 
 TEST(Zero, Values) {

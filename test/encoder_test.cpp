@@ -5,13 +5,12 @@
 
 #include <cmath>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
-#include <sstream>
 
 #include "buffer.h"
 #include "coder_bytes.h"
 #include "encoder.h"
+#include "vectors.h"
 
 namespace {
 
@@ -128,23 +127,17 @@ TEST(EncoderStoredBytes, EveryElementType) {
 }
 
 TEST(EncoderStoredBytes, FloatsAndDoublesAreBigEndianIeee) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-varint-float.txt");
-    ASSERT_TRUE(in) << "good-varint-float.txt";
-    std::string line;
-    int lines = 0;
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        std::string kind, text, hex;
-        fields >> kind >> text >> hex;
+    const auto rows = vectors_read("good-varint-float.txt");
+    for (const VectorRow &row : rows) {
+        const std::string &kind = row[0], &text = row[1], &hex = row[2];
         const double v = text == "nan" ? std::nan("") : std::strtod(text.c_str(), nullptr);
         const Bytes got =
             kind == "f"
                 ? run([&](auto e) { return b_encoderEncodeFloat(e, static_cast<float>(v)); })
                 : run([&](auto e) { return b_encoderEncodeDouble(e, v); });
-        EXPECT_EQ(coder_hex(got), hex) << line;
-        lines++;
+        EXPECT_EQ(coder_hex(got), hex) << text;
     }
-    EXPECT_GE(lines, 60);
+    EXPECT_GE(rows.size(), 60u);
 }
 
 TEST(EncoderFailure, EveryOperationStopsAtTheRefusedByte) {

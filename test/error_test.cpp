@@ -1,14 +1,16 @@
 // The error object and the lookups: recording, the handler protocol, owned
-// texts given back, out-of-memory while saving, and every lookup's answer for
+// texts given back, out of memory while saving, and every lookup's answer for
 // known and unknown codes.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
 #include "error.h"
+#include "oom.h"
 #include "tag_master_psp.h"
 #include "tag_stack.h"
 #include "tag_sub.h"
@@ -443,64 +445,82 @@ TEST_F(ErrorObject, StatCopiesOnAStackTag) {
 
 // ---- Out of memory.
 
-// A master tag seeded with a small buffer runs dry. Filler blocks take the
-// memory, and they are given back one at a time until the report fits. Each
-// failure must answer eNOMEMORY, keep the older texts and leak nothing.
-TEST(ErrorOutOfMemory, SavingFailsWithNoMemoryAndLeaksNothing) {
-    alignas(4096) static unsigned char seed[12 * 4096];
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    ASSERT_EQ(b_tag_masterCreate(seed, sizeof seed, &master), sOKAY);
-    ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
-    int64_t base = 0;
-    b_tag_subMemUsage(sub, &base, nullptr, nullptr);
+// The owned texts of an error object, "-" for none.
+std::vector<std::string> texts(const ZEL_ERR &e) {
+    std::vector<std::string> out;
+    for (const char *t : {e.info, e.errfile, e.file, e.sqlstate}) out.push_back(t ? t : "-");
+    return out;
+}
 
-    ZEL_ERR err;
-    zelErrorInit(&err, sub);
-    ASSERT_EQ(zelSaveErrorInfo(&err, "old"), sOKAY);
-
-    std::vector<void *> fillers;
-    for (;;) {
-        void *p = nullptr;
-        if (b_tag_subAlloc(sub, 4000, &p) != sOKAY) break;
-        fillers.push_back(p);
-    }
-    ASSERT_FALSE(fillers.empty());
-
-    Trace t;
-    zelErrorSetUserHandler(&err, TraceUser, &t);
-    const std::string big(3500, 'B');  // needs a page of its own
-    int failures = 0;
-    ZEL_RETCODE rc;
-    for (;;) {
-        int64_t before = 0;
-        b_tag_subMemUsage(sub, &before, nullptr, nullptr);
-        rc = zelErrorEx(&err, eBADCAT, big.c_str(), nullptr, 0, 0, nullptr, 0);
-        if (rc == eBADCAT) break;
-        ++failures;
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(err.status, eNOMEMORY);
-        EXPECT_EQ(t.user.back(), eNOMEMORY);  // the handlers see the new code
-        EXPECT_STREQ(err.info, "old");
-        int64_t after = 0;
-        b_tag_subMemUsage(sub, &after, nullptr, nullptr);
-        EXPECT_EQ(after, before);
-        ASSERT_EQ(zelSaveErrorInfo(&err, big.c_str()), eNOMEMORY);
-        ASSERT_FALSE(fillers.empty());
-        b_tag_subFree(sub, fillers.back());
-        fillers.pop_back();
-    }
-    EXPECT_GT(failures, 0);
-    EXPECT_EQ(err.info, big);
-    EXPECT_EQ(err.callcount, static_cast<uint64_t>(failures + 1));
-
-    for (void *p : fillers) b_tag_subFree(sub, p);
-    ASSERT_EQ(zelErrorTerm(&err), sOKAY);
-    int64_t now = -1;
-    b_tag_subMemUsage(sub, &now, nullptr, nullptr);
-    EXPECT_EQ(now, base);
-    b_tag_subDestroy(sub);
-    b_tag_masterDestroy(master);
+// Each saving function, the report and the stat copies, with allocation 1, 2,
+// 3, ... failing. A failed save answers eNOMEMORY and keeps the older text; a
+// report hands the handlers eNOMEMORY in place of its code; a stat copy
+// leaves the record untouched; nothing leaks.
+TEST_F(ErrorObject, SavingUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master_, 8192, 8192, &stack), sOKAY);
+    const std::string big(3500, 'B');  // a page of its own
+    const char *const bigs = big.c_str();
+    const std::function<ZEL_RETCODE(ZEL_ERR *)> steps[] = {
+        [](ZEL_ERR *e) { return zelSaveErrorInfo(e, "old"); },
+        [](ZEL_ERR *e) { return zelSaveSourceFileInfo(e, "old.sql", 1, 1); },
+        [](ZEL_ERR *e) { return zelSaveFileAndLine(e, "old.cpp", 1); },
+        [&](ZEL_ERR *e) { return zelSaveErrorInfo(e, bigs); },
+        [&](ZEL_ERR *e) { return zelSaveSourceFileInfo(e, bigs, 2, 2); },
+        [&](ZEL_ERR *e) { return zelSaveFileAndLine(e, bigs, 2); },
+        [&](ZEL_ERR *e) { return zelErrorEx(e, eBADCAT, "report", "in.sql", 3, 3, "r.cpp", 3); },
+    };
+    const int faults =
+        oom_check(master_, {sub_},
+                  [&] {
+                      ZEL_ERR e;
+                      zelErrorInit(&e, sub_);
+                      Trace t;
+                      zelErrorSetUserHandler(&e, TraceUser, &t);
+                      ZEL_RETCODE rc = sOKAY;
+                      for (size_t i = 0; i < std::size(steps) && rc == sOKAY; ++i) {
+                          const std::vector<std::string> before = texts(e);
+                          rc = steps[i](&e);
+                          if (rc == eBADCAT) {
+                              rc = sOKAY;  // the report's own code
+                          } else if (rc != sOKAY && i + 1 < std::size(steps)) {
+                              EXPECT_EQ(texts(e), before);
+                          } else if (rc != sOKAY) {
+                              EXPECT_EQ(e.status, eNOMEMORY);
+                              EXPECT_EQ(t.user.back(), eNOMEMORY);  // the handlers see the new code
+                              const std::vector<std::string> now = texts(e);
+                              const char *const saved[] = {"report", "in.sql", "r.cpp"};
+                              for (int k = 0; k < 3; ++k)  // each text old or new, whole
+                                  EXPECT_TRUE(now[k] == before[k] || now[k] == saved[k]);
+                          }
+                      }
+                      zelErrorSetSqlstate(&e, "45000");  // a failed copy is ignored
+                      if (rc == sOKAY) rc = b_tag_subCopyString(sub_, "fcn", &e.fcnid);
+                      if (rc == sOKAY) {
+                          ERR_STAT es{}, keep{};
+                          es.code = keep.code = sIGNORE;
+                          rc = zelGetErrorStat(&e, sub_, &es);
+                          if (rc == sOKAY) {
+                              EXPECT_STREQ(es.info, "report");
+                              EXPECT_STREQ(es.fcnId, "fcn");
+                              b_tag_subFree(sub_, es.fcnId);
+                              b_tag_subFree(sub_, es.info);
+                              es = keep;
+                              rc = zelGetErrorStatStack(&e, stack, &es);
+                              if (rc == sOKAY) b_tag_stackFree(stack, es.info);  // and fcnId
+                          }
+                          if (rc != sOKAY) {
+                              EXPECT_EQ(std::memcmp(&es, &keep, sizeof es), 0);
+                          }
+                      }
+                      b_tag_subFreeCanBeNull(sub_, e.errfile);  // the owner's to free
+                      b_tag_subFreeCanBeNull(sub_, e.sqlstate);
+                      EXPECT_EQ(zelErrorTerm(&e), sOKAY);
+                      return rc;
+                  },
+                  {}, {stack});
+    EXPECT_GE(faults, 10);
+    b_tag_stackDestroy(stack);
 }
 
 }  // namespace

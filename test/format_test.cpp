@@ -6,8 +6,9 @@
 #include <string>
 
 #include "format.h"
-#include "tag_stack.h"
+#include "oom.h"
 #include "tag_fixture.h"
+#include "tag_stack.h"
 
 namespace {
 
@@ -79,6 +80,17 @@ TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
     EXPECT_STREQ(s, "key=17");
     EXPECT_GT(fixture_subBytes(sub), before);
     b_tag_subFree(sub, s);
+    // Sixteen characters take a block of 17 bytes or more: the 16-byte block
+    // before a neighbour is not theirs.
+    char *a = nullptr, *b = nullptr;
+    ASSERT_EQ(b_makeStr(sub, &a, "%s", "fifteen chars.."), sOKAY);
+    ASSERT_EQ(b_makeStr(sub, &b, "%s", "neighbour"), sOKAY);
+    b_tag_subFree(sub, a);
+    ASSERT_EQ(b_makeStr(sub, &a, "%s", "sixteen chars..."), sOKAY);
+    EXPECT_STREQ(a, "sixteen chars...");
+    EXPECT_STREQ(b, "neighbour");
+    b_tag_subFree(sub, a);
+    b_tag_subFree(sub, b);
 }
 
 TEST_F(FormatAlloc, AppendStrGrowsTheText) {
@@ -90,31 +102,41 @@ TEST_F(FormatAlloc, AppendStrGrowsTheText) {
     b_tag_subFree(sub, s);
 }
 
-TEST_F(FormatAlloc, MakeStrStack) {
+// Made on a sub tag and on a stack tag: a failed allocation gives eNOMEMORY
+// and leaves the result pointer as it was. Appending is deliberately sOKAY
+// whatever the tag says: a failed resize leaves the text and the pointer.
+TEST_F(FormatAlloc, EveryFormUnderFailingAllocations) {
     B_TAG_STACK stack = nullptr;
-    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
-    char *s = nullptr;
-    ASSERT_EQ(b_makeStrStack(stack, &s, "%x", 255u), sOKAY);
-    EXPECT_STREQ(s, "ff");
-    b_tag_stackDestroy(stack);
-}
-
-TEST(FormatOutOfMemory, MakeStrFailsCleanly) {
-    SeededTags tags(16);
-    tags.Fill(B_PAGE_SIZE);
-    std::string big(5000, 'm');
-    char *s = nullptr;
-    ZEL_RETCODE rc;
-    int failures = 0;
-    while ((rc = b_makeStr(tags.sub, &s, "%s", big.c_str())) != sOKAY) {
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(s, nullptr);
-        ++failures;
-        ASSERT_TRUE(tags.Release());
+    ASSERT_EQ(b_tag_stackCreate(master, 8192, 8192, &stack), sOKAY);
+    const std::string big(5000, 'm');
+    for (int form = 0; form < 3; ++form) {
+        EXPECT_EQ(
+            oom_check(master, {sub},
+                      [&] {
+                          char *s = nullptr;
+                          if (form == 1) {
+                              const ZEL_RETCODE rc = b_makeStrStack(stack, &s, "%s", big.c_str());
+                              EXPECT_EQ(s == nullptr ? "" : s, rc == sOKAY ? big : "");
+                              if (s != nullptr) b_tag_stackFree(stack, s);
+                              return rc;
+                          }
+                          ZEL_RETCODE rc = b_makeStr(sub, &s, "%s", form == 0 ? big.c_str() : "h");
+                          EXPECT_EQ(s == nullptr ? "" : s, rc != sOKAY ? "" : form ? "h" : big);
+                          if (rc != sOKAY || form == 0) {
+                              if (s != nullptr) b_tag_subFree(sub, s);
+                              return rc;
+                          }
+                          char *const before = s;
+                          EXPECT_EQ(b_appendStr(sub, &s, s, "%s", big.c_str()), sOKAY);
+                          if (s == before) rc = eNOMEMORY;  // not grown: nothing written
+                          EXPECT_EQ(std::string(s), rc == sOKAY ? "h" + big : "h");
+                          b_tag_subFree(sub, s);
+                          return rc;
+                      },
+                      {}, {stack}),
+            form == 2 ? 2 : 1);
     }
-    EXPECT_GT(failures, 0);
-    EXPECT_EQ(std::string(s), big);
-    b_tag_subFree(tags.sub, s);
+    b_tag_stackDestroy(stack);
 }
 
 }  // namespace

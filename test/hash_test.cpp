@@ -9,19 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "containers_data.h"
 #include "hash.h"
+#include "vectors.h"
 
 namespace {
-
-std::vector<uint8_t> FromHex(const std::string &hex) {
-    std::vector<uint8_t> out;
-    if (hex == "-") return out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-        out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    }
-    return out;
-}
 
 uint64_t HashBytes(const std::vector<uint8_t> &bytes) {
     B_HASHCTX ctx;
@@ -32,10 +23,11 @@ uint64_t HashBytes(const std::vector<uint8_t> &bytes) {
 }
 
 TEST(TableHash, MatchesOracleVectors) {
-    const auto rows = containers_readVectors("good-tablehash.txt");
+    const auto rows = vectors_read("good-tablehash.txt");
     ASSERT_GT(rows.size(), 60u);
     for (const auto &row : rows) {
-        const auto bytes = FromHex(row[0]);
+        const std::string text = vectors_unhex(row[0]);
+        const std::vector<uint8_t> bytes(text.begin(), text.end());
         const uint64_t want = std::stoull(row[1], nullptr, 16);
         EXPECT_EQ(HashBytes(bytes), want) << row[0];
         B_HASHCTX ctx;

@@ -7,12 +7,14 @@
 #include <deque>
 #include <random>
 
-#include "tag_fixture.h"
 #include "list.h"
+#include "oom.h"
+#include "tag_fixture.h"
 
 namespace {
 
 int items[64];
+using Items = std::deque<void *>;
 
 // Both directions of the links agree with the model, and so does the count.
 ::testing::AssertionResult ListMatches(const B_LL_T &ll, const std::deque<void *> &model) {
@@ -137,26 +139,24 @@ TEST_F(ListIterate, StopsAtTheFirstFailureInEitherDirection) {
     b_llTerm(&ll);
 }
 
-TEST(ListOutOfMemory, AddFailsCleanlyUntilThereIsRoom) {
-    SeededTags tags(8);
-    B_LL_T ll;
-    b_llInit(&ll, tags.sub);
-    ASSERT_EQ(b_llAddTail(&ll, &items[0]), sOKAY);
-    tags.Fill(sizeof(B_LL_NODE));
-    int failures = 0;
-    for (;;) {
-        const int64_t before = fixture_subBytes(tags.sub);
-        const ZEL_RETCODE rc = b_llAddHead(&ll, &items[1]);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        EXPECT_TRUE(ListMatches(ll, {&items[0]}));
-        ASSERT_TRUE(tags.Release());
-        failures++;
-    }
-    EXPECT_GT(failures, 0);
-    EXPECT_TRUE(ListMatches(ll, {&items[1], &items[0]}));
-    b_llTerm(&ll);
+// A failed add leaves the list as it was, at either end.
+TEST_F(ListRandom, AddUnderFailingAllocations) {
+    EXPECT_EQ(
+        oom_check(master, {sub},
+                  [&] {
+                      B_LL_T ll;
+                      b_llInit(&ll, sub);
+                      ZEL_RETCODE rc = b_llAddTail(&ll, &items[0]);
+                      EXPECT_TRUE(ListMatches(ll, rc == sOKAY ? Items{&items[0]} : Items{}));
+                      if (rc == sOKAY) {
+                          rc = b_llAddHead(&ll, &items[1]);
+                          EXPECT_TRUE(ListMatches(
+                              ll, rc == sOKAY ? Items{&items[1], &items[0]} : Items{&items[0]}));
+                      }
+                      b_llTerm(&ll);
+                      return rc;
+                  }),
+        2);
 }
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "oom.h"
 #include "path.h"
 #include "tag_fixture.h"
+#include "vectors.h"
 
 namespace {
 
@@ -167,18 +168,13 @@ TEST(PathMatch, EdgeCases) {
 }
 
 TEST(PathMatch, OracleVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-path-match.txt");
-    ASSERT_TRUE(in) << "missing good-path-match.txt";
-    std::string line;
-    int n = 0;
-    while (std::getline(in, line)) {
-        const size_t t1 = line.find('\t'), t2 = line.rfind('\t');
-        const std::string name = line.substr(0, t1), pattern = line.substr(t1 + 1, t2 - t1 - 1);
-        EXPECT_EQ(b_pathMatch(name.c_str(), pattern.c_str()), line[t2 + 1] == '1')
+    const auto rows = vectors_read("good-path-match.txt", '\t', false);  // '#' is a name
+    for (const VectorRow &row : rows) {
+        const std::string &name = row[0], &pattern = row[1];
+        EXPECT_EQ(b_pathMatch(name.c_str(), pattern.c_str()), row[2] == "1")
             << "name \"" << name << "\" pattern \"" << pattern << "\"";
-        ++n;
     }
-    EXPECT_GT(n, 1000);
+    EXPECT_GT(rows.size(), 1000u);
 }
 
 TEST(PathMatch, SameAsTheRecursion) {

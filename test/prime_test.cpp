@@ -3,9 +3,10 @@
 // running out of memory.
 #include <gtest/gtest.h>
 
-#include "containers_data.h"
-#include "tag_fixture.h"
+#include "oom.h"
 #include "prime.h"
+#include "tag_fixture.h"
+#include "vectors.h"
 
 namespace {
 
@@ -32,7 +33,7 @@ TEST_F(PrimeNext, SmallCases) {
 }
 
 TEST_F(PrimeNext, MatchesTrialDivision) {
-    const auto rows = containers_readVectors("good-nextprime.txt");
+    const auto rows = vectors_read("good-nextprime.txt");
     ASSERT_GT(rows.size(), 4000u);
     for (const auto &row : rows) {
         EXPECT_EQ(Next(std::stoull(row[0])), std::stoull(row[1])) << row[0];
@@ -46,27 +47,16 @@ TEST_F(PrimeNext, TopOfTheRange) {
     EXPECT_EQ(p, 77u);
 }
 
-TEST(PrimeOutOfMemory, FailsCleanlyUntilThereIsRoom) {
-    // The sieve (about 2.3 KB) and the list of primes (about 31 KB) both take
-    // page runs: fill with single pages so that each release frees one.
-    SeededTags tags(64);
-    tags.Fill(B_PAGE_SIZE);
-    int failures = 0;
-    for (;;) {
-        const int64_t before = fixture_subBytes(tags.sub);
-        uint64_t p = 77;
-        const ZEL_RETCODE rc = b_primeNextGreaterOrEqual(1000000007, &p, tags.sub);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        if (rc == sOKAY) {
-            EXPECT_EQ(p, 1000000007u);
-            break;
-        }
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(p, 77u);
-        ASSERT_TRUE(tags.Release());
-        failures++;
-    }
-    EXPECT_GT(failures, 0);
+// The sieve and the list of primes: either failing leaves nothing behind.
+TEST_F(PrimeNext, UnderFailingAllocations) {
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            uint64_t p = 77;
+                            const ZEL_RETCODE rc = b_primeNextGreaterOrEqual(1000000007, &p, sub);
+                            EXPECT_EQ(p, rc == sOKAY ? 1000000007u : 77u);
+                            return rc;
+                        }),
+              2);
 }
 
 }  // namespace

@@ -7,8 +7,9 @@
 #include <random>
 #include <vector>
 
-#include "tag_fixture.h"
+#include "oom.h"
 #include "ptrstack.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -108,42 +109,37 @@ TEST_F(StackDelete, BottomItemLeavesBottomAsItIs) {
     b_stackTerm(&st);
 }
 
-TEST(StackTerm, UnlinksWithoutFreeing) {
-    SeededTags tags(8);
+TEST_F(StackDelete, TermUnlinksWithoutFreeing) {
     B_STACK_T st;
-    b_stackInit(&st, nullptr, nullptr, tags.sub);
-    const int64_t before = fixture_subBytes(tags.sub);
+    b_stackInit(&st, nullptr, nullptr, sub);
     ASSERT_EQ(b_stackPush(&st, &items[0]), sOKAY);
     B_STACK_NODE *const node = st.top;
     b_stackTerm(&st);
     EXPECT_EQ(st.top, nullptr);
     EXPECT_EQ(b_stackCount(&st), 0u);
-    EXPECT_GT(fixture_subBytes(tags.sub), before);  // the node is left to the tag
-    b_tag_subFree(tags.sub, node);
+    EXPECT_GT(fixture_subBytes(sub), start);  // the node is left to the tag
+    b_tag_subFree(sub, node);
 }
 
-TEST(StackOutOfMemory, PushFailsCleanlyUntilThereIsRoom) {
-    SeededTags tags(8);
-    B_STACK_T st;
-    b_stackInit(&st, nullptr, nullptr, tags.sub);
-    ASSERT_EQ(b_stackPush(&st, &items[0]), sOKAY);
-    tags.Fill(sizeof(B_STACK_NODE));
-    int failures = 0;
-    for (;;) {
-        const int64_t before = fixture_subBytes(tags.sub);
-        const ZEL_RETCODE rc = b_stackPush(&st, &items[1]);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        EXPECT_TRUE(StackMatches(st, {&items[0]}));
-        ASSERT_TRUE(tags.Release());
-        failures++;
-    }
-    EXPECT_GT(failures, 0);
-    EXPECT_TRUE(StackMatches(st, {&items[0], &items[1]}));
-    while (b_stackPop(&st, nullptr) == sOKAY) {
-    }
-    b_stackTerm(&st);
+// A failed push leaves the stack as it was.
+TEST_F(StackDelete, PushUnderFailingAllocations) {
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_STACK_T st;
+                            b_stackInit(&st, nullptr, nullptr, sub);
+                            ZEL_RETCODE rc = sOKAY;
+                            std::vector<void *> model;
+                            for (int i = 0; i < 2 && rc == sOKAY; i++) {
+                                rc = b_stackPush(&st, &items[i]);
+                                if (rc == sOKAY) model.push_back(&items[i]);
+                                EXPECT_TRUE(StackMatches(st, model));
+                            }
+                            while (b_stackPop(&st, nullptr) == sOKAY) {
+                            }
+                            b_stackTerm(&st);
+                            return rc;
+                        }),
+              2);
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 
 #include <random>
 
-#include "tag_fixture.h"
+#include "oom.h"
 #include "rand.h"
+#include "tag_fixture.h"
 
 namespace {
 
@@ -62,25 +63,18 @@ TEST_F(RandStream, DerivedValuesComeFromTheSameStream) {
     b_randDestroy(r);
 }
 
-TEST(RandOutOfMemory, CreateFailsCleanlyUntilThereIsRoom) {
-    SeededTags tags(8);
-    tags.Fill(sizeof(B_RAND_CTX));
-    int failures = 0;
-    for (;;) {
-        const int64_t before = fixture_subBytes(tags.sub);
-        B_RAND r = nullptr;
-        const ZEL_RETCODE rc = b_randCreate(&r, 9, tags.sub);
-        if (rc == sOKAY) {
-            b_randDestroy(r);
-            break;
-        }
-        ASSERT_EQ(rc, eNOMEMORY);
-        EXPECT_EQ(r, nullptr);
-        EXPECT_EQ(fixture_subBytes(tags.sub), before);
-        ASSERT_TRUE(tags.Release());
-        failures++;
-    }
-    EXPECT_GT(failures, 0);
+TEST_F(RandStream, CreateUnderFailingAllocations) {
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            B_RAND r = nullptr;
+                            const ZEL_RETCODE rc = b_randCreate(&r, 9, sub);
+                            if (rc == sOKAY)
+                                b_randDestroy(r);
+                            else
+                                EXPECT_EQ(r, nullptr);
+                            return rc;
+                        }),
+              1);
 }
 
 }  // namespace

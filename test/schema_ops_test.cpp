@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "oom.h"
 #include "schema_fixture.h"
 #include "schema_ops.h"
 #include "value.h"
@@ -91,6 +92,38 @@ TEST_F(SchemaOps, KeyBufferAndHash) {
     zel_valueSetInt32(&copy[1], 8);
     EXPECT_EQ(sch_key_cmp_fcn(ki, vals, copy), ZEL_LT);
     sch_key_free_fcn(ki, copy, sub);
+}
+
+// A key copy that fails on its second or third element gives back the
+// elements it copied before: nothing leaks.
+TEST_F(SchemaTest, KeyCopyUnderFailingAllocations) {
+    SCH_TBL_INFO t = nullptr;
+    SCH_KEY_INFO k = nullptr;
+    ASSERT_EQ(fx_addTable(sch, 1, "k",
+                          {{"a", ZEL_CHAR, 41}, {"b", ZEL_BINARY, 3}, {"c", ZEL_BCD, 9}}, 1, 0, &t),
+              sOKAY);
+    ASSERT_EQ(fx_addKey(t, 0, "k", ZEL_KEY_TYPE_UNIQUE, ZEL_KEY_METHOD_BTREE, {0, 1, 2}, true, &k),
+              sOKAY);
+    ASSERT_EQ(sch_tbl_finalize(t, ZEL_TRUE), sOKAY);
+    static const uint8_t bytes[3] = {1, 2, 3};
+    static const ZEL_BCD_T dec{};
+    ZEL_VALUE src[3];
+    for (ZEL_VALUE &v : src) zel_valueInit(&v);
+    ASSERT_EQ(zel_valueSetString(&src[0], "abc"), sOKAY);
+    ASSERT_EQ(zel_valueSetBinary(&src[1], bytes, 3), sOKAY);
+    ASSERT_EQ(zel_valueSetBCD(&src[2], &dec), sOKAY);
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            ZEL_VALUE dst[3];
+                            for (ZEL_VALUE &v : dst) zel_valueInit(&v);
+                            const ZEL_RETCODE rc = sch_key_copy_fcn(k, dst, src, sub);
+                            if (rc == sOKAY) {
+                                EXPECT_EQ(sch_key_cmp_fcn(k, dst, src), ZEL_EQ);
+                                sch_key_free_fcn(k, dst, sub);
+                            }
+                            return rc;
+                        }),
+              3);
 }
 
 TEST_F(SchemaOps, KeyItemsBorrowedAtTheirOwnOffsets) {

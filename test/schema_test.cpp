@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "oom.h"
 #include "schema_fixture.h"
 #include "schema_words.h"
 #include "tag_fixture.h"
@@ -158,47 +159,48 @@ TEST_F(SchemaTest, EmptyCatalogue) {
     EXPECT_EQ(sch_table(sch, 1), nullptr);
 }
 
-// customer(1), orders(2), all_types(3) with keys, a reference and drawers.
+// customer(1), orders(2), all_types(3) with keys, a reference and drawers,
+// every table finalised.
+ZEL_RETCODE buildShop(SCH_INFO sch, SCH_TBL_INFO *cust, SCH_TBL_INFO *ord, SCH_TBL_INFO *all,
+                      SCH_REF_INFO *ref) {
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = fx_addTable(sch, 1, "customer",
+                               {{"id", ZEL_INT64, 0, 0, true},
+                                {"name", ZEL_CHAR, 41, 0, true},
+                                {"email", ZEL_VARCHAR, 81},
+                                {"photo", ZEL_BLOB},
+                                {"city", ZEL_WCHAR, 21}},
+                               3, 0, cust));
+    ZEL_CHECK(rc = fx_addKey(*cust, 0, "customer_pk", ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE,
+                             {0}, true));
+    ZEL_CHECK(
+        rc = fx_addKey(*cust, 1, nullptr, ZEL_KEY_TYPE_UNIQUE, ZEL_KEY_METHOD_HASH, {1, 2}, true));
+    ZEL_CHECK(rc = fx_addKey(*cust, 2, "by_city", ZEL_KEY_TYPE_NONUNIQUE, ZEL_KEY_METHOD_AVL, {4},
+                             false));
+    ZEL_CHECK(rc = fx_addTable(sch, 2, "orders",
+                               {{"id", ZEL_INT64},
+                                {"cust", ZEL_INT64, 0, 0, true},
+                                {"amount", ZEL_BCD, 12},
+                                {"placed", ZEL_TIMESTAMP},
+                                {"note", ZEL_CLOB}},
+                               1, 1, ord));
+    if (sch_tbl_next_ref(*ord) != 1) return eNOMEMORY;  // a failed growth is swallowed
+    ZEL_CHECK(rc = fx_addKey(*ord, 0, "orders_pk", ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0},
+                             true));
+    ZEL_CHECK(rc = fx_addRef(*ord, 0, nullptr, 1, 0, {1}, {3}, ZEL_REF_ACTION_CASCADE, ref));
+    ZEL_CHECK(rc = fx_addTable(sch, 3, "all_types", fx_allTypes(), 1, 0, all));
+    ZEL_CHECK(
+        rc = fx_addKey(*all, 0, nullptr, ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0}, true));
+    for (SCH_TBL_INFO ti : {*cust, *ord, *all}) ZEL_CHECK(rc = sch_tbl_finalize(ti, ZEL_TRUE));
+    sch_calc_num_refs(sch);
+    return sOKAY;
+}
+
 class SchemaShop : public SchemaTest {
   protected:
     void SetUp() override {
         SchemaTest::SetUp();
-        ASSERT_EQ(fx_addTable(sch, 1, "customer",
-                              {{"id", ZEL_INT64, 0, 0, true},
-                               {"name", ZEL_CHAR, 41, 0, true},
-                               {"email", ZEL_VARCHAR, 81},
-                               {"photo", ZEL_BLOB},
-                               {"city", ZEL_WCHAR, 21}},
-                              3, 0, &cust),
-                  sOKAY);
-        ASSERT_EQ(fx_addKey(cust, 0, "customer_pk", ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0},
-                            true),
-                  sOKAY);
-        ASSERT_EQ(
-            fx_addKey(cust, 1, nullptr, ZEL_KEY_TYPE_UNIQUE, ZEL_KEY_METHOD_HASH, {1, 2}, true),
-            sOKAY);
-        ASSERT_EQ(
-            fx_addKey(cust, 2, "by_city", ZEL_KEY_TYPE_NONUNIQUE, ZEL_KEY_METHOD_AVL, {4}, false),
-            sOKAY);
-        ASSERT_EQ(fx_addTable(sch, 2, "orders",
-                              {{"id", ZEL_INT64},
-                               {"cust", ZEL_INT64, 0, 0, true},
-                               {"amount", ZEL_BCD, 12},
-                               {"placed", ZEL_TIMESTAMP},
-                               {"note", ZEL_CLOB}},
-                              1, 1, &ord),
-                  sOKAY);
-        ASSERT_EQ(
-            fx_addKey(ord, 0, "orders_pk", ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0}, true),
-            sOKAY);
-        ASSERT_EQ(fx_addRef(ord, 0, nullptr, 1, 0, {1}, {3}, ZEL_REF_ACTION_CASCADE, &ref), sOKAY);
-        ASSERT_EQ(fx_addTable(sch, 3, "all_types", fx_allTypes(), 1, 0, &all), sOKAY);
-        ASSERT_EQ(fx_addKey(all, 0, nullptr, ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0}, true),
-                  sOKAY);
-        ASSERT_EQ(sch_tbl_finalize(cust, ZEL_TRUE), sOKAY);
-        ASSERT_EQ(sch_tbl_finalize(ord, ZEL_TRUE), sOKAY);
-        ASSERT_EQ(sch_tbl_finalize(all, ZEL_TRUE), sOKAY);
-        sch_calc_num_refs(sch);
+        ASSERT_EQ(buildShop(sch, &cust, &ord, &all, &ref), sOKAY);
     }
     SCH_TBL_INFO cust = nullptr, ord = nullptr, all = nullptr;
     SCH_REF_INFO ref = nullptr;
@@ -557,37 +559,27 @@ struct DefaultCase {
 };
 
 TEST_F(SchemaTest, DefaultsByType) {
+    // clang-format off
     const DefaultCase cases[] = {
-        {ZEL_BOOL, "TRUE", sOKAY},
-        {ZEL_BOOL, "yes", eBADCAT},
-        {ZEL_INT8, "128", eBADCAT},
-        {ZEL_INT8, "-128", sOKAY},
-        {ZEL_UINT8, "256", eBADCAT},
-        {ZEL_UINT16, "65535", sOKAY},
-        {ZEL_INT32, "12x", eBADCAT},
-        {ZEL_INT64, "12x", eINVLITERAL},
-        {ZEL_UINT64, "-5", eRANGE},
-        {ZEL_FLOAT, "1e39", eBADCAT},
-        {ZEL_FLOAT, "2.5", sOKAY},
-        {ZEL_DOUBLE, "1e300", sOKAY},
-        {ZEL_BCD, "12.50", sOKAY},
-        {ZEL_BCD, "1.2.3", eBADCAT},
-        {ZEL_DATE, "current_DATE", sOKAY},
-        {ZEL_DATE, "2021-01-31", sOKAY},
+        {ZEL_BOOL, "TRUE", sOKAY},              {ZEL_BOOL, "yes", eBADCAT},
+        {ZEL_INT8, "128", eBADCAT},             {ZEL_INT8, "-128", sOKAY},
+        {ZEL_UINT8, "256", eBADCAT},            {ZEL_UINT16, "65535", sOKAY},
+        {ZEL_INT32, "12x", eBADCAT},            {ZEL_INT64, "12x", eINVLITERAL},
+        {ZEL_UINT64, "-5", eRANGE},             {ZEL_FLOAT, "1e39", eBADCAT},
+        {ZEL_FLOAT, "2.5", sOKAY},              {ZEL_DOUBLE, "1e300", sOKAY},
+        {ZEL_BCD, "12.50", sOKAY},              {ZEL_BCD, "1.2.3", eBADCAT},
+        {ZEL_DATE, "current_DATE", sOKAY},      {ZEL_DATE, "2021-01-31", sOKAY},
         {ZEL_TIME, "Current_Time", sOKAY},
         {ZEL_TIMESTAMPTZ, "current_timestamp", sOKAY},
         {ZEL_TIMESTAMPTZ, "2021-01-31 10:00:00+01:00", sOKAY},
-        {ZEL_ROWID, "auto", sOKAY},
-        {ZEL_ROWID, "1", eBADCAT},
+        {ZEL_ROWID, "auto", sOKAY},             {ZEL_ROWID, "1", eBADCAT},
         {ZEL_UUID, "auto", sOKAY},
         {ZEL_UUID, "{12345678-1234-1234-1234-123456789abc}", sOKAY},
-        {ZEL_VARCHAR, "hello", sOKAY},
-        {ZEL_BINARY, "ABc", eBADCAT},
-        {ZEL_BINARY, "ABcd", sOKAY},
-        {ZEL_BINARY, "", sOKAY},
-        {ZEL_BINARY, "zz", eBADCAT},
-        {ZEL_WCLOB_UTF8, "x", eNOTIMPLEMENTED},
+        {ZEL_VARCHAR, "hello", sOKAY},          {ZEL_BINARY, "ABc", eBADCAT},
+        {ZEL_BINARY, "ABcd", sOKAY},            {ZEL_BINARY, "", sOKAY},
+        {ZEL_BINARY, "zz", eBADCAT},            {ZEL_WCLOB_UTF8, "x", eNOTIMPLEMENTED}
     };
+    // clang-format on
     ASSERT_EQ(sch_set_max_table(sch, 2), sOKAY);
     ASSERT_EQ(sch_set_next_table(sch, 2), sOKAY);
     SCH_TBL_INFO ti = nullptr;
@@ -681,36 +673,121 @@ TEST_F(SchemaTest, KeyNamesAndDrawerRoom) {
     EXPECT_EQ(sch_tbl_related_drawer(ti, 1), nullptr);
 }
 
-// Out of memory: every failure gives eNOMEMORY and leaks nothing.
-TEST(SchemaMemory, BuildRetriedUntilItFits) {
-    size_t room = 0;
-    for (;; ++room) {
-        SeededTags tags(64);
-        tags.Fill(4096);  // whole pages, usable by any size class once given back
-        for (size_t i = 0; i < room; ++i) tags.Release();
-        SCH_INFO sch = nullptr;
-        ZEL_RETCODE rc = sch_create(&sch, tags.sub);
-        SCH_TBL_INFO ti = nullptr;
-        if (rc == sOKAY) rc = fx_addTable(sch, 1, "t", fx_allTypes(), 2, 0, &ti);
-        if (rc == sOKAY)
-            rc =
-                fx_addKey(ti, 0, nullptr, ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_HASH, {0, 19}, true);
-        if (rc == sOKAY) rc = sch_tbl_finalize(ti, ZEL_TRUE);
-        if (rc == sOKAY) rc = sch_col_set_default(sch_get_col_by_index(ti, 11), "3.25");
-        if (rc == sOKAY) rc = sch_find_table_by_name(sch, "t", nullptr) ? sOKAY : sOKAY;
-        if (sch_iterate_all_keys(sch, nullptr, ZEL_FORWARD) == nullptr && rc == sOKAY)
-            rc = eNOMEMORY;
-        sch_destroy(sch);
-        if (rc == sOKAY) break;
-        ASSERT_EQ(rc, eNOMEMORY) << "room " << room;
-        ASSERT_LT(room, 64u);
+// Everything a catalogue allocates: the shop, texts, defaults of every type,
+// a domain, the lookups that build arrays, a trigger with a value on a stack
+// tag. Texts being replaced keep their old value when the copy fails.
+ZEL_RETCODE buildEverything(SCH_INFO sch, B_TAG_STACK stack, SCH_TRIG_INFO *trig) {
+    static const char *const defaults[] = {"7",
+                                           "TRUE",
+                                           "-7",
+                                           "7",
+                                           "-7",
+                                           "7",
+                                           "-7",
+                                           "7",
+                                           "7",
+                                           "2.5",
+                                           "1e300",
+                                           "12.50",
+                                           "2021-01-31",
+                                           "10:00:00",
+                                           "10:00:00+01:00",
+                                           "2021-01-31 10:00:00",
+                                           "2021-01-31 10:00:00+01:00",
+                                           "auto",
+                                           "{12345678-1234-1234-1234-123456789abc}",
+                                           "x",
+                                           "hello",
+                                           "w",
+                                           "wide",
+                                           "ABcd",
+                                           "ABcd",
+                                           "ABcd",
+                                           "text",
+                                           "wtext",
+                                           "7",
+                                           "2.5"};
+    ZEL_RETCODE rc;
+    SCH_TBL_INFO cust = nullptr, ord = nullptr, all = nullptr;
+    SCH_REF_INFO ref = nullptr;
+    const B_TAG_SUB tag = sch_subtag(sch);
+    ZEL_CHECK(rc = sch_set_locale(sch, "C"));
+    ZEL_CHECK(rc = sch_set_name(sch, "shop"));
+    ZEL_CHECK(rc = buildShop(sch, &cust, &ord, &all, &ref));
+    if ((rc = sch_tbl_set_name(ord, "orders2")) < 0) {
+        EXPECT_STREQ(sch_tbl_name(ord), "orders");
+        return rc;
     }
-    EXPECT_GE(room, 3u);  // it did fail on the way
+    SCH_COL_INFO amount = sch_get_col_by_index(ord, 2);
+    ZEL_CHECK(rc = sch_tbl_set_check_str(ord, "amount > 0"));
+    ZEL_CHECK(rc = sch_tbl_set_check_name(ord, "positive"));
+    ZEL_CHECK(rc = sch_col_set_format(amount, "0.00"));
+    ZEL_CHECK(rc = sch_type_set_check_str(sch_col_type(amount), "amount < 1000"));
+    ZEL_CHECK(rc = sch_type_set_check_name(sch_col_type(amount), "small"));
+    ZEL_CHECK(rc = sch_col_set_not_null(amount, "nn_amount"));
+    ZEL_CHECK(rc = sch_key_set_name(sch_tbl_primary_key(ord), "pk"));
+    ZEL_CHECK(rc = sch_ref_set_name(ref, "orders_of"));
+    EXPECT_EQ(std::size(defaults), size_t{sch_tbl_num_cols(all)});
+    for (ZEL_COL_INDEX i = 0; i < sch_tbl_num_cols(all); ++i)
+        ZEL_CHECK(rc = sch_col_set_default(sch_get_col_by_index(all, i), defaults[i]));
+    SCH_DOMAIN_INFO mi = nullptr;
+    ZEL_CHECK(rc = sch_set_next_domain(sch, 1));
+    ZEL_CHECK(rc = sch_dom_create(sch, 0, &mi));
+    ZEL_CHECK(rc = sch_dom_set_name(mi, "money"));
+    ZEL_CHECK(rc = sch_dom_set_format(mi, "0.00"));
+    ZEL_CHECK(rc = sch_type_set_data_type(sch_dom_type(mi), ZEL_BCD, ZEL_TRUE));
+    ZEL_CHECK(rc = sch_dom_set_default(mi, "1.5"));
+    // The by-name array: a failure to build it reads as "not found".
+    if (sch_find_table_by_name(sch, "customer", nullptr) != cust) return eNOMEMORY;
+    ZEL_DRAWER n = 0, *list = nullptr;
+    ZEL_CHECK(rc = sch_get_user_drawer_list(sch, &n, &list, tag));
+    b_tag_subFree(tag, list);
+    ZEL_CHECK(rc = sch_trig_allocate("audit", 1, 10, trig, tag));
+    ZEL_CHECK(rc = sch_trig_alloc_updcols(*trig, 2, tag));
+    ZEL_CHECK(rc = sch_trig_alloc_colrefs(*trig, 2, tag));
+    SCH_TRIG_COL_INFO tci = sch_trig_colref(*trig, 1);
+    ZEL_CHECK(rc = sch_trigcol_alloc_val(tci, stack));
+    b_tag_stackFree(stack, tci->val);
+    ZEL_CHECK(rc = sch_trig_create(ord, *trig));
+    return sOKAY;
 }
 
-}  // namespace
+// With allocation 1, 2, 3, ... failing every step gives eNOMEMORY, creators
+// leave their result alone, and the catalogue destroyed (the trigger after
+// it) gives back every byte.
+TEST_F(SchemaTest, EverythingUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
+    const int faults = oom_check(master, {sub},
+                                 [&] {
+                                     SCH_INFO s = nullptr;
+                                     ZEL_RETCODE rc = sch_create(&s, sub);
+                                     if (rc != sOKAY) {
+                                         EXPECT_EQ(s, nullptr);
+                                         return rc;
+                                     }
+                                     SCH_TRIG_INFO trig = nullptr;
+                                     rc = buildEverything(s, stack, &trig);
+                                     sch_destroy(s);
+                                     if (trig != nullptr) sch_trig_free(trig, sub);
+                                     return rc;
+                                 },
+                                 {}, {stack});
+    EXPECT_GT(faults, 200);
+    b_tag_stackDestroy(stack);
+}
 
-namespace {
+// A failed growth of the references is deliberately swallowed: the count
+// stays and the call still succeeds.
+TEST_F(SchemaTest, FailedReferenceArrayKeepsCount) {
+    SCH_TBL_INFO ti = nullptr;
+    ASSERT_EQ(fx_addTable(sch, 1, "t", {{"x", ZEL_INT32}}, 0, 0, &ti), sOKAY);
+    ASSERT_EQ(b_tag_masterFailAllocation(master, 1), sOKAY);
+    EXPECT_EQ(sch_tbl_set_next_ref(ti, 6), sOKAY);
+    EXPECT_EQ(b_tag_masterFailureGiven(master), ZEL_TRUE);
+    EXPECT_EQ(sch_tbl_next_ref(ti), 0);
+    ASSERT_EQ(b_tag_masterFailAllocation(master, 0), sOKAY);
+}
 
 TEST_F(SchemaTest, UnionCompatibility) {
     SCH_INFO other = nullptr;
@@ -727,20 +804,6 @@ TEST_F(SchemaTest, UnionCompatibility) {
     ASSERT_EQ(sch_col_set_width(sch_get_col_by_index(a, 1), 3), sOKAY);
     EXPECT_EQ(sch_union_compatible(sch, other), eUNIONCATMISMATCH);
     sch_destroy(other);
-}
-
-TEST_F(SchemaTest, FailedReferenceArrayKeepsCount) {
-    SeededTags tags(16);
-    SCH_INFO small = nullptr;
-    ASSERT_EQ(sch_create(&small, tags.sub), sOKAY);
-    SCH_TBL_INFO ti = nullptr;
-    ASSERT_EQ(fx_addTable(small, 1, "t", {{"x", ZEL_INT32}}, 0, 0, &ti), sOKAY);
-    tags.Fill(4096);
-    tags.Fill(64);
-    // The allocation fails; the count stays and the call still succeeds.
-    EXPECT_EQ(sch_tbl_set_next_ref(ti, 60000), sOKAY);
-    EXPECT_EQ(sch_tbl_next_ref(ti), 0);
-    sch_destroy(small);
 }
 
 }  // namespace

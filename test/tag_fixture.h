@@ -1,13 +1,11 @@
-// tag_fixture.h - tag fixtures shared by the tests of the modules that
-// allocate: a sub tag whose usage must come back to where it started, and
-// a seeded master that can be filled up to make the next allocation fail.
+// tag_fixture.h - the tag fixture shared by the tests of the modules that
+// allocate: a sub tag whose usage must come back to where it started.
 #ifndef TAG_FIXTURE_H
 #define TAG_FIXTURE_H
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <vector>
 
 #include "tag_master_psp.h"
 #include "tag_sub.h"
@@ -35,45 +33,6 @@ class TaggedTest : public ::testing::Test {
     B_TAG_MASTER master = nullptr;
     B_TAG_SUB sub = nullptr;
     int64_t start = 0;
-};
-
-// A master seeded with a small buffer. Fill() takes blocks of one size until
-// the tag refuses; Release() gives the last one back, so a test can retry an
-// operation with one more block of room each time until it succeeds.
-class SeededTags {
-  public:
-    explicit SeededTags(size_t pages) : seed_(pages * B_PAGE_SIZE) {
-        EXPECT_EQ(b_tag_masterCreate(seed_.data(), seed_.size(), &master), sOKAY);
-        EXPECT_EQ(b_tag_subCreate(master, &sub), sOKAY);
-        start = fixture_subBytes(sub);
-    }
-    ~SeededTags() {
-        while (Release()) {
-        }
-        EXPECT_EQ(fixture_subBytes(sub), start) << "memory not given back";
-        b_tag_subDestroy(sub);
-        b_tag_masterDestroy(master);
-    }
-    void Fill(size_t size) {
-        for (;;) {
-            void *p = nullptr;
-            if (b_tag_subAlloc(sub, size, &p) != sOKAY) return;
-            blocks_.push_back(p);
-        }
-    }
-    bool Release() {
-        if (blocks_.empty()) return false;
-        b_tag_subFree(sub, blocks_.back());
-        blocks_.pop_back();
-        return true;
-    }
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-    int64_t start = 0;
-
-  private:
-    std::vector<uint8_t> seed_;
-    std::vector<void *> blocks_;
 };
 
 #endif

@@ -7,11 +7,14 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <random>
+#include <tuple>
 #include <vector>
 
+#include "oom.h"
 #include "tag_check.h"
 #include "tag_master_psp.h"
 #include "tag_stack.h"
@@ -481,6 +484,70 @@ TEST_F(SubTag, FaultPointCountsRequestsOfEveryTag) {
     EXPECT_EQ(other, nullptr);
     ASSERT_EQ(b_tag_masterFailAllocation(master_, 0), sOKAY);
     b_tag_subFree(sub_, a);
+    b_tag_stackDestroy(stack);
+    EXPECT_EQ(current(), kTagBytes);
+}
+
+// Every allocating request of both tags, with allocation 1, 2, 3, ...
+// failing: eNOMEMORY with the out pointer untouched and an old sub tag buffer
+// standing with its bytes (growth past the page runs fails at its second
+// request the same way).
+TEST_F(SubTag, EveryRequestUnderFailingAllocations) {
+    B_TAG_STACK stack = nullptr;
+    ASSERT_EQ(b_tag_stackCreate(master_, 8192, 8192, &stack), sOKAY);
+    using Req = std::function<ZEL_RETCODE(void *, void **)>;
+    const B_TAG_SUB t = sub_;
+    const std::tuple<size_t, bool, Req> cases[] = {
+        {0, false, [&](void *, void **o) { return b_tag_subAlloc(t, 100, o); }},
+        {0, false, [&](void *, void **o) { return b_tag_subAllocClear(t, 5000, o); }},
+        {0, false, [&](void *, void **o) { return b_tag_subAllocZero(t, 700000, o); }},
+        {0, false, [&](void *, void **o) { return b_tag_subAllocCopy(t, "abc", 4, o); }},
+        {0, false, [&](void *, void **o) { return b_tag_subCopyString(t, "abc", o); }},
+        {0, false, [&](void *, void **o) { return b_tag_subAllocOrSetNull(t, 10, o); }},
+        {100, false, [&](void *b, void **o) { return b_tag_subRealloc(t, b, 5000, o); }},
+        {100, false, [&](void *b, void **o) { return b_tag_subAllocOrRealloc(t, b, 5000, o); }},
+        {600000, false,
+         [&](void *b, void **o) { return b_tag_subReallocAny(t, b, 600000, 700000, o); }},
+        {100, false, [&](void *b, void **o) { return b_tag_subReallocClear(t, b, 100, 5000, o); }},
+        {100, false,
+         [&](void *b, void **o) { return b_tag_subAllocOrReallocClear(t, b, 100, 5000, o); }},
+        {100, false, [&](void *b, void **o) { return b_tag_subReallocCopyString(t, b, "xy", o); }},
+        {0, true, [&](void *, void **o) { return b_tag_stackAlloc(stack, 100, o); }},
+        {0, true, [&](void *, void **o) { return b_tag_stackAllocClear(stack, 100, o); }},
+        {0, true, [&](void *, void **o) { return b_tag_stackAllocCopy(stack, "abc", 4, o); }},
+        {0, true, [&](void *, void **o) { return b_tag_stackAllocOrSetNull(stack, 10, o); }},
+        {0, true, [&](void *, void **o) { return b_tag_stackCopyString(stack, "abc", o); }},
+        {100, true, [&](void *b, void **o) { return b_tag_stackRealloc(stack, b, 9000, o); }},
+        {100, true,
+         [&](void *b, void **o) { return b_tag_stackReallocClear(stack, b, 100, 500, o); }},
+    };
+    for (const auto &[oldSize, onStack, req] : cases) {
+        auto release = [&, onStack = onStack](void *p) {
+            onStack ? b_tag_stackFree(stack, p) : b_tag_subFree(sub_, p);
+        };
+        auto run = [&, oldSize = oldSize, onStack = onStack, req = req] {
+            void *old = nullptr, *out = &out;
+            ZEL_RETCODE rc = sOKAY;
+            if (oldSize != 0) {
+                rc = onStack ? b_tag_stackAlloc(stack, oldSize, &old)
+                             : b_tag_subAlloc(sub_, oldSize, &old);
+                if (rc != sOKAY) return rc;
+                fill(old, oldSize, 9);
+            }
+            rc = req(old, &out);
+            if (rc != sOKAY) {
+                EXPECT_EQ(out, &out);
+                if (old != nullptr && !onStack) {
+                    EXPECT_TRUE(check(old, oldSize, 9));
+                }
+                if (old != nullptr) release(old);
+                return rc;
+            }
+            if (out != nullptr) release(out);
+            return rc;
+        };
+        EXPECT_GE(oom_check(master_, {sub_}, run, {}, {stack}), 1);
+    }
     b_tag_stackDestroy(stack);
     EXPECT_EQ(current(), kTagBytes);
 }

@@ -5,26 +5,17 @@
 // here and are listed as bad.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "utf8.h"
+#include "vectors.h"
 
 namespace {
 
 using Bytes = std::string;
 constexpr auto BREAK = PSP_UTF8_ERROR_BREAK;
 constexpr auto CONTINUE = PSP_UTF8_ERROR_CONTINUE;
-
-Bytes fromHex(const std::string &h) {
-    Bytes b;
-    if (h == "-") return b;
-    for (size_t i = 0; i + 1 < h.size(); i += 2)
-        b.push_back(static_cast<char>(std::stoi(h.substr(i, 2), nullptr, 16)));
-    return b;
-}
 
 struct Decoded {
     std::vector<uint32_t> cps;
@@ -72,19 +63,14 @@ TEST(Utf8Encode, UcharToUtf8ClearsTheRest) {
 }
 
 TEST(Utf8Decode, OracleGoodVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-utf8.txt");
-    ASSERT_TRUE(in) << "missing good-utf8.txt";
-    std::string hex, cpsText;
-    int n = 0;
-    while (in >> hex >> cpsText) {
-        Bytes b = fromHex(hex);
+    const auto rows = vectors_read("good-utf8.txt");
+    for (const VectorRow &row : rows) {
+        const std::string &hex = row[0];
+        const Bytes b = vectors_unhex(hex);
         std::vector<uint32_t> want;
-        if (cpsText != "-") {
-            std::istringstream list(cpsText);
-            std::string item;
-            while (std::getline(list, item, ','))
-                want.push_back(static_cast<uint32_t>(std::stoul(item, nullptr, 16)));
-        }
+        if (row[1] != "-")
+            for (const std::string &cp : vectors_split(row[1], ','))
+                want.push_back(static_cast<uint32_t>(std::stoul(cp, nullptr, 16)));
         for (auto eb : {BREAK, CONTINUE}) {
             auto [rc, cps] = decode(b, eb);
             EXPECT_EQ(rc, sOKAY) << hex;
@@ -99,18 +85,15 @@ TEST(Utf8Decode, OracleGoodVectors) {
                   b.size());
         EXPECT_EQ(Bytes(out.data(), b.size()), b);
         EXPECT_EQ(chars, want.size());
-        ++n;
     }
-    EXPECT_GT(n, 80);
+    EXPECT_GT(rows.size(), 80u);
 }
 
 TEST(Utf8Decode, OracleBadVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/bad-utf8.txt");
-    ASSERT_TRUE(in) << "missing bad-utf8.txt";
-    std::string hex;
-    int n = 0;
-    while (in >> hex) {
-        Bytes b = fromHex(hex);
+    const auto rows = vectors_read("bad-utf8.txt");
+    for (const VectorRow &row : rows) {
+        const std::string &hex = row[0];
+        const Bytes b = vectors_unhex(hex);
         EXPECT_EQ(decode(b, BREAK).first, eINVUNICODE) << hex;
         EXPECT_EQ(b_countUTF8chars(b.data(), b.size(), BREAK), 0u) << hex;
         EXPECT_EQ(b_countUTF8bytes(b.data(), b.size(), SIZE_MAX, BREAK), SIZE_MAX) << hex;
@@ -118,9 +101,8 @@ TEST(Utf8Decode, OracleBadVectors) {
         auto [rc, cps] = decode(b, CONTINUE);  // never fails, always delivers something
         EXPECT_EQ(rc, sOKAY) << hex;
         EXPECT_FALSE(cps.empty()) << hex;
-        ++n;
     }
-    EXPECT_EQ(n, 120);
+    EXPECT_EQ(rows.size(), 120u);
 }
 
 TEST(Utf8Decode, OverlongForms) {

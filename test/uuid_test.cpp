@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "uuid.h"
+#include "vectors.h"
 
 namespace {
 
@@ -43,24 +42,16 @@ TEST(UuidCreate, VersionFourAndTheVariantBits) {
 }
 
 TEST(UuidText, OracleVectors) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-uuid.txt");
-    ASSERT_TRUE(in) << "missing good-uuid.txt";
-    std::string line;
-    int n = 0;
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        std::string input, bytes, canon;
-        std::getline(fields, input, '|');
-        std::getline(fields, bytes, '|');
-        std::getline(fields, canon, '|');
+    const auto rows = vectors_read("good-uuid.txt", '|');
+    for (const VectorRow &row : rows) {
+        const std::string &input = row[0], &bytes = row[1], &canon = row[2];
         ZEL_UUID_T u;
         ASSERT_EQ(zel_uuidFromString(input.c_str(), &u), sOKAY) << input;
         EXPECT_EQ(hex(u), bytes) << input;
         EXPECT_EQ(text(u, ZEL_FALSE), canon);
         EXPECT_EQ(text(u, ZEL_TRUE), "{" + canon + "}");
-        ++n;
     }
-    EXPECT_EQ(n, 160);
+    EXPECT_EQ(rows.size(), 160u);
 }
 
 TEST(UuidText, SizesAndTruncation) {

@@ -36,12 +36,23 @@ ZEL_RETCODE zb_collectByte(B_OUTPUT_CTX ctx, uint32_t ch) {
 }  // namespace
 
 int zb_cmd_base64(int argc, char **argv) {
-    const bool encode = argc == 1 && std::strcmp(argv[0], "encode") == 0;
-    const bool decode = argc == 1 && std::strcmp(argv[0], "decode") == 0;
-    if (!encode && !decode) {
-        std::fprintf(stderr, "usage: zelbase base64 encode|decode  (stdin to stdout)\n");
-        return 2;
-    }
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"A", nullptr, "#:encode|decode",
+         "encode: bytes to base64 text, ended by a line feed; decode: the text back to bytes, "
+         "blanks and line ends skipped, nothing written unless the whole text is valid"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The library's streaming base64 coder, from standard input to "
+                              "standard output.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *action = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &action);  // the one positional
+    const bool encode = std::strcmp(action, "encode") == 0;
+    if (!encode && std::strcmp(action, "decode") != 0)
+        return zb_usageError("Unknown action '%s': encode or decode", action);
     std::string in = zb_readAll(stdin);
     std::string out;
     B_BASE64 b64;
@@ -61,11 +72,7 @@ int zb_cmd_base64(int argc, char **argv) {
         }
         if (rc == sOKAY) rc = b_base64DecodeEnd(&b64);
     }
-    if (rc != sOKAY) {
-        std::fprintf(stderr, "zelbase base64: %s failed (code %d)\n", argv[0],
-                     static_cast<int>(rc));
-        return 1;
-    }
+    if (rc != sOKAY) return zb_exitCode(rc, argv[0]);
     std::fwrite(out.data(), 1, out.size(), stdout);
     return 0;
 }

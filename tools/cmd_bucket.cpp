@@ -3,7 +3,7 @@
 // stored bytes, then what the library reads from them; `zelbase chunk decode
 // [--expanded] HEX` and `zelbase iz decode [--expanded] HEX` do the same for
 // a chunk of a large object and a drawer's item zero. `zelbase rtree`
-// (cmd_rtree.cpp) shares the argument parser here.
+// (cmd_rtree.cpp) shares the command line here.
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -26,19 +26,38 @@ int zb_cmd_bucket(int argc, char **argv);
 int zb_cmd_chunk(int argc, char **argv);
 int zb_cmd_iz(int argc, char **argv);
 
-bool zb_obj_args(int argc, char **argv, bool withKey, ZbObjArgs *out) {
-    if (argc < 1 || std::strcmp(argv[0], "decode") != 0) return false;
+int zb_obj_args(int argc, char **argv, const char *description, const char *keyHelp,
+                ZbObjArgs *out) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"k", "key", "s:T.K", keyHelp},
+        {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
+        {"A", nullptr, "#:decode", "The action"},
+        {"H", nullptr, "*:HEX", "The object's bytes in hex; blanks, ':' and ',' allowed"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, description, keyHelp ? opts : opts + 1);
+        code != kZbGoOn)
+        return code;
     std::vector<char *> hex;
-    for (int i = 1; i < argc; ++i) {
-        if (withKey && !std::strcmp(argv[i], "--key") && i + 1 < argc)
-            out->key = argv[++i];
-        else if (!std::strcmp(argv[i], "--expanded"))
+    const char *arg = nullptr;
+    for (const char *row; (row = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (!std::strcmp(row, "expanded")) {
             out->expanded = true;
-        else
-            hex.push_back(argv[i]);
+        } else if (!std::strcmp(row, "A")) {
+            if (std::strcmp(arg, "decode") != 0)
+                return zb_usageError("Unknown action '%s': decode", arg);
+        } else if (!std::strcmp(row, "H")) {
+            hex.push_back(const_cast<char *>(arg));
+        } else {
+            out->key = arg;
+        }
     }
-    if (withKey && (!out->key || !std::strchr(out->key, '.'))) return false;
-    return zb_row_parse_hex(static_cast<int>(hex.size()), hex.data(), &out->bytes);
+    if (keyHelp && !out->key) return zb_usageError("Missing option '--key' ('--help' for more)");
+    if (out->key && !std::strchr(out->key, '.'))
+        return zb_usageError("Not TABLE.KEY: '%s'", out->key);
+    if (!zb_row_parse_hex(static_cast<int>(hex.size()), hex.data(), &out->bytes))
+        return zb_usageError("Not bytes in hex ('--help' for more information)");
+    return kZbGoOn;
 }
 
 SCH_KEY_INFO_C zb_obj_key(SCH_INFO_C sch, const char *name, ZEL_KEY_METHOD method) {
@@ -62,13 +81,6 @@ std::string zb_obj_slots(const ZEL_SLOT *ids, uint32_t n) {
 }
 
 namespace {
-
-int zb_bucket_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase bucket decode --key T.K [--expanded] HEX\n"
-                 "hash keys of the sample catalogue: site.by_code\n");
-    return 2;
-}
 
 // A key buffer of an image: each element as its value, then the has-value
 // bytes and padding.
@@ -315,7 +327,13 @@ void zb_iz_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expanded,
 
 int zb_cmd_bucket(int argc, char **argv) {
     ZbObjArgs args;
-    if (!zb_obj_args(argc, argv, true, &args)) return zb_bucket_usage();
+    if (int code = zb_obj_args(argc, argv,
+                               "Prints a bucket of a hash key of the built-in sample catalogue as "
+                               "an annotated\ntable of its stored bytes, then what the library "
+                               "reads from them.\nHash keys of the sample catalogue: site.by_code",
+                               "Hash key K of table T", &args);
+        code != kZbGoOn)
+        return code;
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
@@ -323,8 +341,7 @@ int zb_cmd_bucket(int argc, char **argv) {
     SCH_KEY_INFO_C ki = zb_obj_key(sch, args.key, ZEL_KEY_METHOD_HASH);
     int status = 0;
     if (!ki) {
-        std::fprintf(stderr, "zelbase bucket: no hash key %s in the sample catalogue\n", args.key);
-        status = zb_bucket_usage();
+        status = zb_usageError("No hash key '%s' in the sample catalogue", args.key);
     } else {
         std::printf("%s bucket of %s, %zu bytes:\n", args.expanded ? "expanded" : "compact",
                     args.key, args.bytes.size());
@@ -337,10 +354,12 @@ int zb_cmd_bucket(int argc, char **argv) {
 
 int zb_cmd_chunk(int argc, char **argv) {
     ZbObjArgs args;
-    if (!zb_obj_args(argc, argv, false, &args)) {
-        std::fprintf(stderr, "usage: zelbase chunk decode [--expanded] HEX\n");
-        return 2;
-    }
+    if (int code = zb_obj_args(argc, argv,
+                               "Prints a chunk of a large object as an annotated table of its "
+                               "stored bytes,\nthen what the library reads from them.",
+                               nullptr, &args);
+        code != kZbGoOn)
+        return code;
     const ZbTags tags;
     if (!tags.ok()) return 1;
     std::printf("%s chunk, %zu bytes:\n", args.expanded ? "expanded" : "compact",
@@ -356,10 +375,12 @@ int zb_cmd_chunk(int argc, char **argv) {
 
 int zb_cmd_iz(int argc, char **argv) {
     ZbObjArgs args;
-    if (!zb_obj_args(argc, argv, false, &args)) {
-        std::fprintf(stderr, "usage: zelbase iz decode [--expanded] HEX\n");
-        return 2;
-    }
+    if (int code = zb_obj_args(argc, argv,
+                               "Prints a drawer's item zero as an annotated table of its stored "
+                               "bytes, then\nwhat the library reads from them.",
+                               nullptr, &args);
+        code != kZbGoOn)
+        return code;
     const ZbTags tags;
     if (!tags.ok()) return 1;
     std::printf("%s item zero, %zu bytes:\n", args.expanded ? "expanded" : "compact",

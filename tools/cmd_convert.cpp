@@ -38,16 +38,6 @@ const ZbConvertType kTypes[] = {
     {"ROWID", ZEL_ROWID},   {"UUID", ZEL_UUID},
 };
 
-int zb_convert_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase convert --to TYPE [--from TYPE] [--tz MINUTES] [--bytes] VALUE\n"
-                 "  TYPE  CHAR VARCHAR CLOB BINARY VARBINARY BLOB BOOL INT8 UINT8 INT16 UINT16\n"
-                 "        INT32 UINT32 INT64 UINT64 FLOAT DOUBLE BCD DATE TIME TIMETZ TIMESTAMP\n"
-                 "        TIMESTAMPTZ ROWID UUID (a ZEL_ prefix is allowed)\n"
-                 "  VALUE text; with --from it is first read as that type\n");
-    return 2;
-}
-
 bool zb_convert_type(const char *s, ZEL_TYPE *out) {
     if (strncasecmp(s, "ZEL_", 4) == 0) s += 4;
     for (const ZbConvertType &t : kTypes) {
@@ -106,32 +96,50 @@ void zb_convert_free(ZEL_VALUE *v, B_TAG_SUB sub) {
 }  // namespace
 
 int zb_cmd_convert(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"t", "to", "s:TYPE", "The type to convert to (mandatory)"},
+        {"f", "from", "s:TYPE", "The type VALUE is read as first (default: CHAR)"},
+        {"z", "tz", "i:MINUTES", "The time zone of the conversion, -840 to 840 (default: 0)"},
+        {"b", "bytes", nullptr, "Print the result's stored bytes and native bytes in hex"},
+        {"V", nullptr, "#:VALUE", "The value as text"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(
+            &cmd, argc, argv,
+            "Converts a value between types through the conversion engine and prints the\n"
+            "result as text with its status by name.\n"
+            "TYPE is one of CHAR VARCHAR CLOB BINARY VARBINARY BLOB BOOL INT8 UINT8 INT16\n"
+            "UINT16 INT32 UINT32 INT64 UINT64 FLOAT DOUBLE BCD DATE TIME TIMETZ TIMESTAMP\n"
+            "TIMESTAMPTZ ROWID UUID, in any letter case, a ZEL_ prefix allowed.\n"
+            "A negative number is written with a leading blank (' -5'): an element that\n"
+            "starts with '-' is an option.",
+            opts);
+        code != kZbGoOn)
+        return code;
     ZEL_TYPE to = ZEL_NOVAL, from = ZEL_CHAR;
     const char *fromName = "CHAR";
     bool haveTo = false, bytes = false;
     long tz = 0;
     const char *value = nullptr;
-    for (int i = 0; i < argc; ++i) {
-        const char *a = argv[i];
-        if (std::strcmp(a, "--to") == 0 && i + 1 < argc) {
-            if (!zb_convert_type(argv[++i], &to)) return zb_convert_usage();
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        if (opt == "to") {
+            if (!zb_convert_type(arg, &to)) return zb_usageError("Unknown type '%s'", arg);
             haveTo = true;
-        } else if (std::strcmp(a, "--from") == 0 && i + 1 < argc) {
-            fromName = argv[++i];
-            if (!zb_convert_type(fromName, &from)) return zb_convert_usage();
-        } else if (std::strcmp(a, "--tz") == 0 && i + 1 < argc) {
-            char *end = nullptr;
-            tz = std::strtol(argv[++i], &end, 10);
-            if (*end != '\0' || tz < -840 || tz > 840) return zb_convert_usage();
-        } else if (std::strcmp(a, "--bytes") == 0) {
+        } else if (opt == "from") {
+            fromName = arg;
+            if (!zb_convert_type(fromName, &from)) return zb_usageError("Unknown type '%s'", arg);
+        } else if (opt == "tz") {
+            tz = std::strtol(arg, nullptr, 10);
+            if (tz < -840 || tz > 840) return zb_usageError("A zone is -840 to 840 minutes");
+        } else if (opt == "bytes") {
             bytes = true;
-        } else if (value == nullptr && (a[0] != '-' || a[1] != '-')) {
-            value = a;
         } else {
-            return zb_convert_usage();
+            value = arg;
         }
     }
-    if (!haveTo || value == nullptr) return zb_convert_usage();
+    if (!haveTo) return zb_usageError("Missing option '--to' ('--help' for more information)");
 
     const ZbTags tags;
     if (!tags.ok()) return 1;

@@ -14,13 +14,6 @@ int zb_cmd_date(int argc, char **argv);
 
 namespace {
 
-int zb_date_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase date [--format=YYYY-MM-DD|MM/DD/YYYY|DD.MM.YYYY] "
-                 "[--zone=+HH:MM] [TEXT]\n");
-    return 2;
-}
-
 int zb_date_fail(const char *what, ZEL_RETCODE rc) {
     const char *msg = nullptr, *name = nullptr;
     if (zelErrorCodeDef(rc, &msg, &name) != sOKAY) name = msg = "?";
@@ -124,25 +117,37 @@ int zb_date_text(const char *text, const ZbDateOptions &o) {
 }  // namespace
 
 int zb_cmd_date(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"f", "format", "s:FORMAT", "YYYY-MM-DD (the default), MM/DD/YYYY or DD.MM.YYYY"},
+        {"z", "zone", "s:ZONE", "The zone of today's values, as +HH:MM or -HH:MM"},
+        {"T", nullptr, "*:TEXT",
+         "A date, time or timestamp, with or without a zone; several words make one text"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Without TEXT, today's date, time and timestamp in the library's "
+                              "formats;\nwith TEXT, the value it reads as, printed back with "
+                              "its day number, day\nof week and week of year.",
+                              opts);
+        code != kZbGoOn)
+        return code;
     ZbDateOptions o;
     std::string text;
     bool haveText = false;
-    for (int i = 0; i < argc; i++) {
-        const char *a = argv[i];
-        if (std::strncmp(a, "--format=", 9) == 0) {
-            if (zel_dateParseFormatString(a + 9, &o.fmt, &o.sep) != sOKAY) return zb_date_usage();
-        } else if (std::strncmp(a, "--zone=", 7) == 0) {
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "format") == 0) {
+            if (zel_dateParseFormatString(arg, &o.fmt, &o.sep) != sOKAY)
+                return zb_usageError("Unknown date format '%s'", arg);
+        } else if (std::strcmp(name, "zone") == 0) {
             ZEL_PACKED_TIMETZ_T probe;
-            if (zel_timezoneFromString(a + 7, &o.zone) != sOKAY ||
-                zel_timetzNow(o.zone, &probe) != sOKAY) {
-                return zb_date_usage();
-            }
-        } else if (a[0] == '-' && a[1] == '-') {
-            return zb_date_usage();
+            if (zel_timezoneFromString(arg, &o.zone) != sOKAY ||
+                zel_timetzNow(o.zone, &probe) != sOKAY)
+                return zb_usageError("Not a time zone: '%s'", arg);
         } else {
             // Several words make one text: `zelbase date Jan5, 2021 10:00:00`.
             if (haveText) text += ' ';
-            text += a;
+            text += arg;
             haveText = true;
         }
     }

@@ -1,10 +1,10 @@
-// `zelbase dbobj wrap [--lzma] [--expanded] [--min N] [--raw] FILE`: the
+// `zelbase dbobj wrap [--lzma] [--expanded] [--min N] [--raw] [FILE]`: the
 // stored object of a file's bytes, as an annotated hex table (offset, bytes,
 // meaning), or with --raw the bytes themselves on standard output. --lzma
 // compresses objects of at least N bytes (default 0); --expanded sets the
-// item format. `zelbase dbobj unwrap FILE`: the packed bytes of a stored
+// item format. `zelbase dbobj unwrap [FILE]`: the packed bytes of a stored
 // object on standard output (a plain one with its padding), its header on
-// standard error. FILE - reads standard input.
+// standard error. Without FILE, standard input is read.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,7 +22,7 @@ int zb_cmd_dbobj(int argc, char **argv);
 namespace {
 
 bool zb_dbobj_read(const char *path, std::string *data) {
-    FILE *in = std::strcmp(path, "-") == 0 ? stdin : std::fopen(path, "rb");
+    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
     if (in == nullptr) return false;
     char chunk[65536];
     size_t n;
@@ -43,14 +43,6 @@ void zb_dbobj_row(FILE *out, size_t offset, const uint8_t *p, size_t n,
     }
     if (n > 16) hex += "...";
     std::fprintf(out, "  %-7zu %-52s %s\n", offset, hex.c_str(), meaning.c_str());
-}
-
-int zb_dbobj_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase dbobj wrap [--lzma] [--expanded] [--min N] [--raw] FILE\n"
-                 "       zelbase dbobj unwrap FILE\n"
-                 "FILE - reads standard input\n");
-    return 2;
 }
 
 const char *zb_dbobj_code(ZEL_RETCODE rc) {
@@ -92,29 +84,61 @@ void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body) {
 }
 
 int zb_cmd_dbobj(int argc, char **argv) {
-    if (argc < 2) return zb_dbobj_usage();
-    const bool wrap = std::strcmp(argv[0], "wrap") == 0;
-    if (!wrap && std::strcmp(argv[0], "unwrap") != 0) return zb_dbobj_usage();
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"l", "lzma", nullptr, "wrap: compress with LZMA objects of at least N bytes"},
+        {"e", "expanded", nullptr, "wrap: mark the item format expanded"},
+        {"m", "min", "i:N", "wrap: the least size compressed (default 0)"},
+        {"r", "raw", nullptr, "wrap: the stored bytes themselves on standard output"},
+        {"A", nullptr, "#:wrap|unwrap", "The action"},
+        {"F", nullptr, "?:FILE", "The input; without it, standard input"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "wrap: the stored object of a file's bytes as an annotated hex "
+                              "table, or with\n--raw the bytes themselves. unwrap: the packed "
+                              "bytes of a stored object on\nstandard output (a plain one with "
+                              "its padding), its header on standard error.",
+                              opts);
+        code != kZbGoOn)
+        return code;
     ZEL_COMPRESS_METHOD method = ZEL_COMPRESS_NONE;
     ZEL_ITEM_FORMAT format = ZEL_ITEM_FORMAT_COMPACT;
     unsigned long min = 0;
-    bool raw = false;
-    for (int i = 1; i + 1 < argc; i++) {
-        if (wrap && std::strcmp(argv[i], "--lzma") == 0) {
+    bool raw = false, wrapOnly = false;
+    const char *action = nullptr, *path = nullptr;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        if (opt == "A") {
+            action = arg;
+            continue;
+        }
+        if (opt == "F") {
+            path = arg;
+            continue;
+        }
+        wrapOnly = true;
+        if (opt == "lzma") {
             method = ZEL_COMPRESS_LZMA;
-        } else if (wrap && std::strcmp(argv[i], "--expanded") == 0) {
+        } else if (opt == "expanded") {
             format = ZEL_ITEM_FORMAT_EXPANDED;
-        } else if (wrap && std::strcmp(argv[i], "--raw") == 0) {
+        } else if (opt == "raw") {
             raw = true;
-        } else if (wrap && std::strcmp(argv[i], "--min") == 0 && i + 2 < argc) {
-            min = std::strtoul(argv[++i], nullptr, 10);
         } else {
-            return zb_dbobj_usage();
+            char *end = nullptr;
+            min = std::strtoul(arg, &end, 10);
+            if (arg[0] == '-' || *end != '\0' || min > UINT32_MAX)
+                return zb_usageError("--min is 0 to 4294967295, not %s", arg);
         }
     }
+    const bool wrap = std::strcmp(action, "wrap") == 0;
+    if (!wrap && std::strcmp(action, "unwrap") != 0)
+        return zb_usageError("Unknown action '%s': wrap or unwrap", action);
+    if (!wrap && wrapOnly) return zb_usageError("The options are for wrap only");
     std::string data;
-    if (!zb_dbobj_read(argv[argc - 1], &data)) {
-        std::fprintf(stderr, "zelbase dbobj: cannot read %s\n", argv[argc - 1]);
+    if (!zb_dbobj_read(path, &data)) {
+        std::fprintf(stderr, "zelbase dbobj: cannot read %s\n",
+                     path != nullptr ? path : "standard input");
         return 1;
     }
     ZbTags tags;
@@ -131,7 +155,7 @@ int zb_cmd_dbobj(int argc, char **argv) {
                   : dbobj_convert_in(&dst, &src, nullptr, &got, lzma);
     }
     if (rc < 0) {
-        std::fprintf(stderr, "zelbase dbobj: %s failed: %s (%d)\n", argv[0], zb_dbobj_code(rc),
+        std::fprintf(stderr, "zelbase dbobj: %s failed: %s (%d)\n", action, zb_dbobj_code(rc),
                      static_cast<int>(rc));
     } else if (wrap && !raw) {
         size_t body = data.size();

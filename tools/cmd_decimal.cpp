@@ -1,6 +1,6 @@
 // `zelbase decimal`: exact decimal arithmetic and functions, and the numeric
 // record of the client interface.
-//   zelbase decimal A OP B            A + - x / pow B
+//   zelbase decimal A OP B            A + sub x / pow B
 //   zelbase decimal FN X              ln log10 exp sqrt sin cos tan csc sec cot
 //   zelbase decimal pi
 //   zelbase decimal numeric X --precision P --scale S
@@ -27,23 +27,32 @@ namespace {
 const char *const kModeNames[] = {"NEAREST_TIES_TO_EVEN", "NEAREST_TIES_AWAY_FROM_ZERO", "UP",
                                   "DOWN", "TOWARDS_ZERO"};
 
-int zb_decimal_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase decimal A OP B [--round MODE] [--precision P --scale S]\n"
-                 "       zelbase decimal FN X [--round MODE] [--precision P --scale S]\n"
-                 "       zelbase decimal pi [--round MODE]\n"
-                 "       zelbase decimal numeric X --precision P --scale S\n"
-                 "       zelbase decimal numeric --bytes HEX...\n"
-                 "  OP    + - x / pow (or add sub mul div; * works when quoted)\n"
-                 "  FN    ln log10 exp sqrt sin cos tan csc sec cot (radians)\n"
-                 "  MODE  NEAREST_TIES_TO_EVEN (default), NEAREST_TIES_AWAY_FROM_ZERO, UP,\n"
-                 "        DOWN, TOWARDS_ZERO\n"
-                 "  P, S  precision and scale of the packed form (default: the result's),\n"
-                 "        or of the numeric record\n"
-                 "  HEX   the record's bytes: precision, scale, sign, then val, least\n"
-                 "        significant first (missing bytes are 0)\n");
-    return 2;
-}
+constexpr const char *kDescription =
+    "Exact decimal arithmetic and functions, with the status and the packed bytes\n"
+    "of the result; the numeric record of the client interface as an annotated\n"
+    "table of its 19 bytes.\n"
+    "\n"
+    "  zelbase decimal A OP B       OP: + sub x / pow (or add mul div; * quoted)\n"
+    "  zelbase decimal FN X         FN: ln log10 exp sqrt sin cos tan csc sec cot\n"
+    "  zelbase decimal pi\n"
+    "  zelbase decimal numeric X --precision P --scale S\n"
+    "  zelbase decimal numeric --bytes HEX...\n"
+    "\n"
+    "A negative number is written with a leading blank (' -5'), and subtraction as\n"
+    "sub: an element that starts with '-' is an option.";
+
+const ZEL_CMDLINE_OPT kOptions[] = {
+    {"r", "round", "s:MODE",
+     "NEAREST_TIES_TO_EVEN (the default), NEAREST_TIES_AWAY_FROM_ZERO, UP, DOWN or "
+     "TOWARDS_ZERO"},
+    {"p", "precision", "i:P",
+     "Precision of the packed form (default: the result's), or of the numeric record"},
+    {"s", "scale", "i:S", "Scale of the packed form, or of the numeric record"},
+    {"b", "bytes", nullptr,
+     "numeric: read the record from HEX: precision, scale, sign, then val, least "
+     "significant byte first (missing bytes are 0)"},
+    {"W", nullptr, "*:WORDS", "A OP B, FN X, pi, or numeric with X or HEX..."},
+    {nullptr, nullptr, nullptr, nullptr}};
 
 std::string zb_decimal_status(ZEL_RETCODE rc) {
     const char *name = nullptr;
@@ -94,36 +103,33 @@ struct ZbOptions {
     int mode = ZEL_BCD_ROUND_NEAREST_TIES_TO_EVEN;
     int prec = -1;
     int scale = -1;
-    std::vector<std::string> bytes;  // after --bytes
+    bool bytes = false;
 };
 
-// Reads the options from argv[first] on; false on anything unknown.
-bool zb_decimal_options(int argc, char **argv, int first, ZbOptions *o) {
-    for (int i = first; i < argc; ++i) {
-        const char *opt = argv[i];
-        if (std::strcmp(opt, "--bytes") == 0) {
-            for (++i; i < argc && std::strncmp(argv[i], "--", 2) != 0; ++i)
-                o->bytes.emplace_back(argv[i]);
-            --i;
-            if (o->bytes.empty()) return false;
-            continue;
-        }
-        if (i + 1 >= argc) return false;
-        const char *val = argv[++i];
-        if (std::strcmp(opt, "--round") == 0) {
+// The options from the walk into `o`, the words into `words`; an exit code
+// for a bad value, else kZbGoOn.
+int zb_decimal_walk(ZEL_CMDLINE *cmd, ZbOptions *o, std::vector<const char *> *words) {
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        if (opt == "round") {
             o->mode = -1;
             for (int m = 0; m < 5; ++m)
-                if (strcasecmp(val, kModeNames[m]) == 0) o->mode = m;
-            if (o->mode < 0) return false;
-        } else if (std::strcmp(opt, "--precision") == 0) {
-            if (!zb_decimal_number(val, 1, 32, &o->prec)) return false;
-        } else if (std::strcmp(opt, "--scale") == 0) {
-            if (!zb_decimal_number(val, 0, 32, &o->scale)) return false;
+                if (strcasecmp(arg, kModeNames[m]) == 0) o->mode = m;
+            if (o->mode < 0) return zb_usageError("Unknown rounding mode '%s'", arg);
+        } else if (opt == "precision") {
+            if (!zb_decimal_number(arg, 1, 32, &o->prec))
+                return zb_usageError("A precision is 1 to 32, not %s", arg);
+        } else if (opt == "scale") {
+            if (!zb_decimal_number(arg, 0, 32, &o->scale))
+                return zb_usageError("A scale is 0 to 32, not %s", arg);
+        } else if (opt == "bytes") {
+            o->bytes = true;
         } else {
-            return false;
+            words->push_back(arg);
         }
     }
-    return true;
+    return kZbGoOn;
 }
 
 // Parses an operand; false (with a message) when it is no decimal.
@@ -212,24 +218,23 @@ void zb_decimal_numeric_table(const ZEL_NUMERIC_T &n) {
     }
 }
 
-int zb_decimal_numeric(int argc, char **argv) {
-    ZbOptions o;
-    bool back = argc >= 1 && std::strcmp(argv[0], "--bytes") == 0;
-    if (!zb_decimal_options(argc, argv, back ? 0 : 1, &o)) return zb_decimal_usage();
+// words[0] is "numeric".
+int zb_decimal_numeric(const std::vector<const char *> &words, const ZbOptions &o) {
     auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode);
     ZEL_NUMERIC_T n;
     std::memset(&n, 0, sizeof n);
-    if (back) {
+    if (o.bytes) {
         std::string hex;
-        for (const std::string &b : o.bytes)
-            for (char c : b)
-                if (c != ' ' && c != ':') hex += c;
-        if (hex.size() % 2 != 0 || hex.size() < 6 || hex.size() > 38) return zb_decimal_usage();
+        for (size_t w = 1; w < words.size(); ++w)
+            for (const char *c = words[w]; *c != '\0'; ++c)
+                if (*c != ' ' && *c != ':') hex += *c;
+        if (hex.size() % 2 != 0 || hex.size() < 6 || hex.size() > 38)
+            return zb_usageError("The record is 3 to 19 bytes in hex, not %zu digits", hex.size());
         auto *raw = reinterpret_cast<uint8_t *>(&n);
         for (size_t i = 0; i < hex.size(); i += 2) {
             if (!std::isxdigit(static_cast<unsigned char>(hex[i])) ||
                 !std::isxdigit(static_cast<unsigned char>(hex[i + 1])))
-                return zb_decimal_usage();
+                return zb_usageError("Not hex: '%s'", hex.c_str());
             raw[i / 2] = static_cast<uint8_t>(std::strtoul(hex.substr(i, 2).c_str(), nullptr, 16));
         }
         zb_decimal_numeric_table(n);
@@ -242,9 +247,10 @@ int zb_decimal_numeric(int argc, char **argv) {
                     b_getDoubleFromNumeric(&n));
         return rc < 0 ? 1 : 0;
     }
-    if (argc < 1 || o.prec < 0 || o.scale < 0) return zb_decimal_usage();
+    if (words.size() != 2 || o.prec < 0 || o.scale < 0)
+        return zb_usageError("numeric takes one X with --precision and --scale");
     ZEL_BCD_T x;
-    if (!zb_decimal_operand(argv[0], &x)) return 1;
+    if (!zb_decimal_operand(words[1], &x)) return 1;
     ZEL_RETCODE rc = zel_bcdToNumericStruct(&x, static_cast<uint8_t>(o.prec),
                                             static_cast<uint8_t>(o.scale), mode, &n);
     std::printf("numeric(%d,%d) of %s: %s\n", o.prec, o.scale, zb_decimal_text(x).c_str(),
@@ -257,34 +263,39 @@ int zb_decimal_numeric(int argc, char **argv) {
 }  // namespace
 
 int zb_cmd_decimal(int argc, char **argv) {
-    if (argc < 1) return zb_decimal_usage();
-    if (std::strcmp(argv[0], "numeric") == 0) return zb_decimal_numeric(argc - 1, argv + 1);
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, kDescription, kOptions); code != kZbGoOn)
+        return code;
     ZbOptions o;
+    std::vector<const char *> words;
+    if (int code = zb_decimal_walk(&cmd, &o, &words); code != kZbGoOn) return code;
+    if (words.empty())
+        return zb_usageError("Missing argument 'WORDS' ('--help' for more information)");
+    if (std::strcmp(words[0], "numeric") == 0) return zb_decimal_numeric(words, o);
+    if (o.bytes) return zb_usageError("--bytes is for numeric only");
+    if ((o.prec < 0) != (o.scale < 0)) return zb_usageError("--precision and --scale go together");
     ZEL_BCD_T a, b, r;
-    if (std::strcmp(argv[0], "pi") == 0) {
-        if (!zb_decimal_options(argc, argv, 1, &o) || !o.bytes.empty()) return zb_decimal_usage();
+    if (std::strcmp(words[0], "pi") == 0) {
+        if (words.size() != 1) return zb_usageError("pi takes no operand");
         ZEL_RETCODE rc = zel_bcdPi(static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
         return zb_decimal_report("pi", r, rc, o);
     }
     for (const ZbUnary &u : kUnary) {
-        if (std::strcmp(argv[0], u.name) != 0) continue;
-        if (argc < 2 || !zb_decimal_options(argc, argv, 2, &o) || !o.bytes.empty() ||
-            (o.prec < 0) != (o.scale < 0))
-            return zb_decimal_usage();
-        if (!zb_decimal_operand(argv[1], &a)) return 1;
+        if (std::strcmp(words[0], u.name) != 0) continue;
+        if (words.size() != 2) return zb_usageError("%s takes one operand", u.name);
+        if (!zb_decimal_operand(words[1], &a)) return 1;
         ZEL_RETCODE rc = u.fcn(&a, static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
         return zb_decimal_report(std::string(u.name) + "(" + zb_decimal_text(a) + ")", r, rc, o);
     }
-    if (argc < 3 || !zb_decimal_options(argc, argv, 3, &o) || !o.bytes.empty() ||
-        (o.prec < 0) != (o.scale < 0))
-        return zb_decimal_usage();
+    if (words.size() != 3)
+        return zb_usageError("Not A OP B, FN X, pi or numeric ('--help' for more information)");
     BinOp fcn = nullptr;
     for (const ZbBinary &op : kBinary)
         for (const char *name : op.names)
-            if (name != nullptr && std::strcmp(argv[1], name) == 0) fcn = op.fcn;
-    if (fcn == nullptr) return zb_decimal_usage();
-    if (!zb_decimal_operand(argv[0], &a) || !zb_decimal_operand(argv[2], &b)) return 1;
+            if (name != nullptr && std::strcmp(words[1], name) == 0) fcn = op.fcn;
+    if (fcn == nullptr) return zb_usageError("Unknown operator '%s'", words[1]);
+    if (!zb_decimal_operand(words[0], &a) || !zb_decimal_operand(words[2], &b)) return 1;
     ZEL_RETCODE rc = fcn(&a, &b, static_cast<ZEL_BCD_ROUNDING_MODE>(o.mode), &r);
-    return zb_decimal_report(zb_decimal_text(a) + " " + argv[1] + " " + zb_decimal_text(b), r, rc,
+    return zb_decimal_report(zb_decimal_text(a) + " " + words[1] + " " + zb_decimal_text(b), r, rc,
                              o);
 }

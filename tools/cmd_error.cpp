@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "error.h"
 #include "zelbase_cmds.h"
@@ -13,14 +14,24 @@ int zb_cmd_error(int argc, char **argv);
 
 namespace {
 
-void zb_error_usage(FILE *out) {
-    std::fprintf(out,
-                 "usage: zelbase error CODE|NAME     name, code, group, SQLSTATE and message\n"
-                 "       zelbase error --list [GROUP] the table, or one group's rows\n"
-                 "groups:");
-    for (int32_t i = 0; i < no_zel_errgroups; ++i)
-        std::fprintf(out, " \"%s\"", zel_errgroups[i].name);
-    std::fprintf(out, "\n");
+// What the command does, with the names of the groups.
+std::string zb_error_description() {
+    std::string d =
+        "Looks a return code up by number or name and prints its name, code, group,\n"
+        "SQLSTATE and message; with --list, the table, or the rows of one group.\n"
+        "A negative number is written with a leading blank (' -10000'): an element\n"
+        "that starts with '-' is an option.\n\nGroups:";
+    size_t col = 7;
+    for (int32_t i = 0; i < no_zel_errgroups; ++i) {
+        const std::string g = std::string(" \"") + zel_errgroups[i].name + "\"";
+        if (col + g.size() > 78) {
+            d += "\n       ";
+            col = 7;
+        }
+        d += g;
+        col += g.size();
+    }
+    return d;
 }
 
 // The group a code is numbered in (both directions of range, unlike the
@@ -54,13 +65,7 @@ int zb_error_list(const char *group) {
     ZEL_RETCODE first = sOKAY, last = sOKAY;
     if (group != nullptr) {
         const ZEL_RETCODE rc = zelErrorGroupRange(group, &first, &last);
-        if (rc != sOKAY) {
-            const char *name = "?";
-            (void)zelErrorCodeDef(rc, nullptr, &name);
-            std::fprintf(stderr, "zelbase error: no group \"%s\" (%s)\n", group, name);
-            zb_error_usage(stderr);
-            return 1;
-        }
+        if (rc != sOKAY) return zb_usageError("No group '%s' ('--help' lists them)", group);
     }
     const char *current = nullptr;
     for (int32_t i = 0; i < no_zel_errors; ++i) {
@@ -108,14 +113,25 @@ int zb_error_show(const char *arg) {
 }  // namespace
 
 int zb_cmd_error(int argc, char **argv) {
-    if (argc >= 1 && (std::strcmp(argv[0], "--help") == 0 || std::strcmp(argv[0], "-h") == 0)) {
-        zb_error_usage(stdout);
-        return 0;
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"l", "list", nullptr, "List the table, or the rows of GROUP"},
+        {"C", nullptr, "?:CODE|NAME|GROUP", "A code by number or name; with --list, a group"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    const std::string description = zb_error_description();
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, description.c_str(), opts); code != kZbGoOn)
+        return code;
+    bool list = false;
+    const char *what = nullptr;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "list") == 0)
+            list = true;
+        else
+            what = arg;
     }
-    if (argc >= 1 && std::strcmp(argv[0], "--list") == 0 && argc <= 2)
-        return zb_error_list(argc == 2 ? argv[1] : nullptr);
-    if (argc == 1 && argv[0][0] != '\0' && std::strncmp(argv[0], "--", 2) != 0)
-        return zb_error_show(argv[0]);
-    zb_error_usage(stderr);
-    return 2;
+    if (list) return zb_error_list(what);
+    if (what == nullptr || what[0] == '\0')
+        return zb_usageError("Missing argument 'CODE|NAME' ('--help' for more information)");
+    return zb_error_show(what);
 }

@@ -21,17 +21,8 @@ constexpr int kInfoLines = 5;
 constexpr size_t kHexPerRow = 16;
 constexpr size_t kLineHexMax = 32;
 
-int zb_file_usage() {
-    std::fprintf(
-        stderr,
-        "usage: zelbase file info PATH   mode, byte order mark, size, first lines in hex\n"
-        "       zelbase file cat PATH    the file as read, in UTF-8, to standard output\n");
-    return 2;
-}
-
 int zb_file_fail(ZEL_RETCODE rc) {
-    b_logFinalToolMessage(rc, "zelbase file");
-    return 1;
+    return zb_exitCode(rc, "zelbase file");
 }
 
 const char *zb_file_modeName(const B_FILE_T *f) {
@@ -126,8 +117,23 @@ int zb_file_cat(const char *path) {
 }  // namespace
 
 int zb_cmd_file(int argc, char **argv) {
-    if (argc != 2) return zb_file_usage();
-    if (std::strcmp(argv[0], "info") == 0) return zb_file_info(argv[1]);
-    if (std::strcmp(argv[0], "cat") == 0) return zb_file_cat(argv[1]);
-    return zb_file_usage();
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"A", nullptr, "#:info|cat",
+         "info: mode, byte order mark, size, the first bytes and lines in hex; cat: the "
+         "file as read, in UTF-8, to standard output"},
+        {"P", nullptr, "#:PATH", "The file"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "How a text file reads through the library: a UTF-16 file "
+                              "reads as UTF-8.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *action = nullptr, *path = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &action);
+    (void)zel_cmdlineNextLongOption(&cmd, &path);
+    if (std::strcmp(action, "info") == 0) return zb_file_info(path);
+    if (std::strcmp(action, "cat") == 0) return zb_file_cat(path);
+    return zb_usageError("Unknown action '%s': info or cat", action);
 }

@@ -1,5 +1,5 @@
-// `zelbase lzma compress|decompress|trace FILE`: the library's LZMA coder over
-// a file ("-" for standard input). compress and decompress write the result
+// `zelbase lzma compress|decompress|trace [FILE]`: the library's LZMA coder
+// over a file (standard input without one). compress and decompress write the result
 // to standard output; trace compresses and prints one line per packet (where
 // it starts, what it is, its distance or repeat, its length, the state it
 // was coded in) and a summary.
@@ -17,7 +17,7 @@ int zb_cmd_lzma(int argc, char **argv);
 namespace {
 
 bool zb_lzma_read(const char *path, std::string *data) {
-    FILE *in = std::strcmp(path, "-") == 0 ? stdin : std::fopen(path, "rb");
+    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
     if (in == nullptr) return false;
     char chunk[65536];
     size_t n;
@@ -54,20 +54,32 @@ void zb_lzma_print(void *ctx, const LZMA_PACKET *p) {
 }  // namespace
 
 int zb_cmd_lzma(int argc, char **argv) {
-    const char *op = argc == 2 ? argv[0] : "";
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"A", nullptr, "#:compress|decompress|trace",
+         "compress or decompress to standard output; trace: one line per packet and a "
+         "summary"},
+        {"F", nullptr, "?:FILE", "The input; without it, standard input"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The library's LZMA coder over a file. trace prints where each "
+                              "packet starts,\nwhat it is, its distance or repeat, its length "
+                              "and the state it was coded in.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *op = nullptr, *path = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &op);
+    (void)zel_cmdlineNextLongOption(&cmd, &path);
     const bool compress = std::strcmp(op, "compress") == 0;
     const bool decompress = std::strcmp(op, "decompress") == 0;
     const bool trace = std::strcmp(op, "trace") == 0;
-    if (!compress && !decompress && !trace) {
-        std::fprintf(stderr,
-                     "usage: zelbase lzma compress|decompress FILE  (to standard output)\n"
-                     "       zelbase lzma trace FILE                (one line per packet)\n"
-                     "FILE - reads standard input\n");
-        return 2;
-    }
+    if (!compress && !decompress && !trace)
+        return zb_usageError("Unknown action '%s': compress, decompress or trace", op);
     std::string data;
-    if (!zb_lzma_read(argv[1], &data)) {
-        std::fprintf(stderr, "zelbase lzma: cannot read %s\n", argv[1]);
+    if (!zb_lzma_read(path, &data)) {
+        std::fprintf(stderr, "zelbase lzma: cannot read %s\n",
+                     path != nullptr ? path : "standard input");
         return 1;
     }
     ZbTags tags;

@@ -22,15 +22,6 @@ int zb_cmd_node(int argc, char **argv);
 
 namespace {
 
-int zb_node_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase node decode --key T.K|--ref T.R|--blob T.C [--expanded] HEX\n"
-                 "keys, references and large-object columns of the sample catalogue:\n"
-                 "  --key customer.customer_pk, customer.by_since, orders.orders_pk\n"
-                 "  --ref orders.orders_customer      --blob customer.photo\n");
-    return 2;
-}
-
 // n pairs of column id and packed value, over a key's elements or a
 // reference's sort columns.
 template <class Next>
@@ -144,26 +135,49 @@ void zb_node_table_of(FILE *out, const ZEL_NODE *kind, const std::vector<uint8_t
 }
 
 int zb_cmd_node(int argc, char **argv) {
-    if (argc < 1 || std::strcmp(argv[0], "decode") != 0) return zb_node_usage();
-    const char *opt = nullptr, *name = nullptr;
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"k", "key", "s:T.K", "An index node of key K of table T"},
+        {"r", "ref", "s:T.R", "A join node of reference R of table T"},
+        {"b", "blob", "s:T.C", "A blob node of large-object column C of table T"},
+        {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
+        {"A", nullptr, "#:decode", "The action"},
+        {"H", nullptr, "*:HEX", "The node's bytes in hex; blanks, ':' and ',' allowed"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(
+            &cmd, argc, argv,
+            "Prints an index, join or blob node of the built-in sample catalogue as an\n"
+            "annotated table of its stored bytes, then what the library reads from them.\n"
+            "Keys, references and large-object columns of the sample catalogue:\n"
+            "  --key customer.customer_pk, customer.by_since, orders.orders_pk\n"
+            "  --ref orders.orders_customer      --blob customer.photo",
+            opts);
+        code != kZbGoOn)
+        return code;
+    std::string opt;
+    const char *name = nullptr;
     bool expanded = false;
     std::vector<char *> hex;
-    for (int i = 1; i < argc; ++i) {
-        if ((!std::strcmp(argv[i], "--key") || !std::strcmp(argv[i], "--ref") ||
-             !std::strcmp(argv[i], "--blob")) &&
-            i + 1 < argc) {
-            opt = argv[i];
-            name = argv[++i];
-        } else if (!std::strcmp(argv[i], "--expanded")) {
+    const char *arg = nullptr;
+    for (const char *row; (row = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (!std::strcmp(row, "expanded")) {
             expanded = true;
+        } else if (!std::strcmp(row, "A")) {
+            if (std::strcmp(arg, "decode") != 0)
+                return zb_usageError("Unknown action '%s': decode", arg);
+        } else if (!std::strcmp(row, "H")) {
+            hex.push_back(const_cast<char *>(arg));
         } else {
-            hex.push_back(argv[i]);
+            opt = std::string("--") + row;
+            name = arg;
         }
     }
+    if (name == nullptr) return zb_usageError("One of --key, --ref or --blob is needed");
     std::vector<uint8_t> bytes;
     const char *dot = name ? std::strchr(name, '.') : nullptr;
-    if (!dot || !zb_row_parse_hex(static_cast<int>(hex.size()), hex.data(), &bytes))
-        return zb_node_usage();
+    if (!dot) return zb_usageError("Not TABLE.NAME: '%s'", name);
+    if (!zb_row_parse_hex(static_cast<int>(hex.size()), hex.data(), &bytes))
+        return zb_usageError("Not bytes in hex ('--help' for more information)");
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
@@ -171,14 +185,14 @@ int zb_cmd_node(int argc, char **argv) {
     const std::string table(name, dot), item(dot + 1);
     SCH_TBL_INFO ti = sch_find_table_by_name(sch, table.c_str(), nullptr);
     ZEL_NODE node{};
-    if (ti && !std::strcmp(opt, "--key")) {
+    if (ti && opt == "--key") {
         for (auto ki = sch_iterate_keys_active(ti, nullptr, ZEL_FORWARD); ki;
              ki = sch_iterate_keys_active(ti, ki, ZEL_FORWARD))
             if (item == sch_key_name(ki) && sch_key_method(ki) != ZEL_KEY_METHOD_AVL) {
                 node.type = ZEL_INDEX_NODE;
                 node.ptr.ki = ki;
             }
-    } else if (ti && !std::strcmp(opt, "--ref")) {
+    } else if (ti && opt == "--ref") {
         for (auto ri = sch_iterate_refs(ti, nullptr, ZEL_FORWARD); ri;
              ri = sch_iterate_refs(ti, ri, ZEL_FORWARD))
             if (item == sch_ref_name(ri)) {
@@ -194,8 +208,7 @@ int zb_cmd_node(int argc, char **argv) {
     }
     int status = 0;
     if (!node.ptr.ki) {
-        std::fprintf(stderr, "zelbase node: no such item in the sample catalogue: %s\n", name);
-        status = zb_node_usage();
+        status = zb_usageError("No such item in the sample catalogue: '%s'", name);
     } else {
         std::printf("%s %s node of %s, %zu bytes:\n", expanded ? "expanded" : "compact",
                     node.type == ZEL_INDEX_NODE  ? "index"

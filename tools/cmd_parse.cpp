@@ -185,14 +185,6 @@ ZEL_RETCODE zb_parse_act(B_PYYCONTEXT ctx, B_PYYSTYPE top, int16_t rule, B_PYYST
     return sOKAY;
 }
 
-int zb_parse_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase parse calc|parens TEXT\n"
-                 "       calc: numbers, + - * / ( ) and unary minus, statements ended by ';'\n"
-                 "       parens: balanced parentheses\n");
-    return 2;
-}
-
 const char *zb_parse_code(ZEL_RETCODE rc) {
     const char *name = nullptr;
     if (zelErrorCodeDef(rc, nullptr, &name) == sOKAY && name != nullptr) return name;
@@ -207,7 +199,7 @@ int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace) {
     const ZbGrammar *g = nullptr;
     for (const ZbGrammar &k : kGrammars)
         if (std::strcmp(k.name, grammar) == 0) g = &k;
-    if (g == nullptr) return zb_parse_usage();
+    if (g == nullptr) return zb_usageError("Unknown grammar '%s': calc or parens", grammar);
     ZbTags tags;
     if (!tags.ok()) return 1;
     ZbParse p{g, text, 0, B_YYPDATA{}, {}, {}, out, trace, {}, 0};
@@ -232,6 +224,24 @@ int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace) {
 }
 
 int zb_cmd_parse(int argc, char **argv) {
-    if (argc != 2) return zb_parse_usage();
-    return zb_parse_run(stdout, argv[0], argv[1], true);
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"G", nullptr, "#:calc|parens",
+         "calc: numbers, + - * / ( ) and unary minus, statements ended by ';'; parens: "
+         "balanced parentheses"},
+        {"T", nullptr, "#:TEXT", "The text to parse"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Runs the parser driver over a built-in grammar and prints each "
+                              "shift, goto\nand reduction with the state stack, then the "
+                              "values and the code.\nA text that starts with '-' is written "
+                              "with a leading blank (' -1;'): an\nelement that starts with '-' "
+                              "is an option.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *grammar = nullptr, *text = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &grammar);
+    (void)zel_cmdlineNextLongOption(&cmd, &text);
+    return zb_parse_run(stdout, grammar, text, true);
 }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "error.h"
 #include "path.h"
@@ -18,16 +19,6 @@ int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 
 namespace {
-
-int zb_path_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase path split PATH...\n"
-                 "       zelbase path full [PATH...]\n"
-                 "       zelbase path match PATTERN NAME...\n"
-                 "       zelbase path scan DIR PATTERN\n"
-                 "       zelbase path tmpname [--dir D] [--base B] [--ext E] [--count N]\n");
-    return 2;
-}
 
 int zb_path_fail(const char *what, ZEL_RETCODE rc) {
     const char *name = nullptr;
@@ -41,9 +32,12 @@ std::string zb_path_show(const char *s) {
     return s == nullptr ? "null" : "\"" + std::string(s) + "\"";
 }
 
-int zb_path_split(int argc, char **argv, B_TAG_SUB sub) {
-    if (argc == 0) return zb_path_usage();
-    for (int i = 0; i < argc; ++i) {
+using Words = std::vector<const char *>;
+
+int zb_path_split(const Words &argv, B_TAG_SUB sub) {
+    const size_t argc = argv.size();
+    if (argc == 0) return zb_usageError("split takes one PATH or more");
+    for (size_t i = 0; i < argc; ++i) {
         char *dir = nullptr, *file = nullptr;
         const ZEL_RETCODE rc = b_pathSplit(argv[i], &dir, &file, sub);
         if (rc != sOKAY) return zb_path_fail("path split", rc);
@@ -55,8 +49,9 @@ int zb_path_split(int argc, char **argv, B_TAG_SUB sub) {
     return 0;
 }
 
-int zb_path_full(int argc, char **argv, B_TAG_SUB sub) {
-    for (int i = 0; i < (argc == 0 ? 1 : argc); ++i) {
+int zb_path_full(const Words &argv, B_TAG_SUB sub) {
+    const size_t argc = argv.size();
+    for (size_t i = 0; i < (argc == 0 ? 1 : argc); ++i) {
         const char *in = argc == 0 ? nullptr : argv[i];
         char *full = b_fullpath(in, sub);
         if (full == nullptr) return zb_path_fail("path full", eNOMEMORY);
@@ -66,10 +61,11 @@ int zb_path_full(int argc, char **argv, B_TAG_SUB sub) {
     return 0;
 }
 
-int zb_path_match(int argc, char **argv) {
-    if (argc < 2) return zb_path_usage();
+int zb_path_match(const Words &argv) {
+    const size_t argc = argv.size();
+    if (argc < 2) return zb_usageError("match takes a PATTERN and one NAME or more");
     int misses = 0;
-    for (int i = 1; i < argc; ++i) {
+    for (size_t i = 1; i < argc; ++i) {
         const bool hit = b_pathMatch(argv[i], argv[0]) == ZEL_TRUE;
         misses += hit ? 0 : 1;
         std::printf("%-5s %s\n", hit ? "yes" : "no", argv[i]);
@@ -77,8 +73,8 @@ int zb_path_match(int argc, char **argv) {
     return misses == 0 ? 0 : 1;
 }
 
-int zb_path_scan(int argc, char **argv) {
-    if (argc != 2) return zb_path_usage();
+int zb_path_scan(const Words &argv) {
+    if (argv.size() != 2) return zb_usageError("scan takes a DIR and a PATTERN");
     B_DIR_T dir;
     ZEL_RETCODE rc = b_pathOpen(&dir, argv[0], argv[1]);
     if (rc != sOKAY) return zb_path_fail("path scan", rc);
@@ -88,25 +84,15 @@ int zb_path_scan(int argc, char **argv) {
     return rc == sOKAY ? 0 : zb_path_fail("path scan", rc);
 }
 
-int zb_path_tmpname(int argc, char **argv, B_TAG_SUB sub) {
+struct ZbTmpname {
     const char *dir = nullptr, *base = nullptr, *ext = nullptr;
     long count = 1;
-    for (int i = 0; i < argc; i += 2) {
-        if (i + 1 >= argc) return zb_path_usage();
-        const std::string opt = argv[i];
-        if (opt == "--dir") {
-            dir = argv[i + 1];
-        } else if (opt == "--base") {
-            base = argv[i + 1];
-        } else if (opt == "--ext") {
-            ext = argv[i + 1];
-        } else if (opt == "--count") {
-            count = std::strtol(argv[i + 1], nullptr, 10);
-            if (count < 1 || count > 1000) return zb_path_usage();
-        } else {
-            return zb_path_usage();
-        }
-    }
+};
+
+int zb_path_tmpname(const Words &argv, const ZbTmpname &t, B_TAG_SUB sub) {
+    if (!argv.empty()) return zb_usageError("tmpname takes options only");
+    const char *dir = t.dir, *base = t.base, *ext = t.ext;
+    const long count = t.count;
     uint32_t counter = 0;
     for (long k = 0; k < count; ++k) {
         char *name = nullptr;
@@ -121,39 +107,102 @@ int zb_path_tmpname(int argc, char **argv, B_TAG_SUB sub) {
 }  // namespace
 
 int zb_cmd_path(int argc, char **argv) {
-    if (argc < 1) return zb_path_usage();
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"d", "dir", "s:D", "tmpname: the directory (default: the temporary directory)"},
+        {"b", "base", "s:B", "tmpname: the start of the name"},
+        {"e", "ext", "s:E", "tmpname: the extension"},
+        {"n", "count", "i:N", "tmpname: how many names, 1 to 1000 (default: 1)"},
+        {"A", nullptr, "#:ACTION", "split, full, match, scan or tmpname"},
+        {"W", nullptr, "*:ARGS", "The action's paths, pattern and names"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The path helpers:\n"
+                              "  zelbase path split PATH...          directory and file of each "
+                              "path\n"
+                              "  zelbase path full [PATH...]         each path made absolute\n"
+                              "  zelbase path match PATTERN NAME...  which names the pattern "
+                              "matches\n"
+                              "  zelbase path scan DIR PATTERN       the names in a directory "
+                              "that match\n"
+                              "  zelbase path tmpname [--dir D] [--base B] [--ext E] [--count "
+                              "N]",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    ZbTmpname t;
+    bool tmpOptions = false;
+    const char *what = nullptr;
+    Words words;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        tmpOptions = tmpOptions || (opt != "A" && opt != "W");
+        if (opt == "dir") {
+            t.dir = arg;
+        } else if (opt == "base") {
+            t.base = arg;
+        } else if (opt == "ext") {
+            t.ext = arg;
+        } else if (opt == "count") {
+            t.count = std::strtol(arg, nullptr, 10);
+            if (t.count < 1 || t.count > 1000) return zb_usageError("A count is 1 to 1000");
+        } else if (opt == "A") {
+            what = arg;
+        } else {
+            words.push_back(arg);
+        }
+    }
     const ZbTags tags;
     if (!tags.ok()) return 1;
-    const std::string what = argv[0];
-    if (what == "split") return zb_path_split(argc - 1, argv + 1, tags.sub);
-    if (what == "full") return zb_path_full(argc - 1, argv + 1, tags.sub);
-    if (what == "match") return zb_path_match(argc - 1, argv + 1);
-    if (what == "scan") return zb_path_scan(argc - 1, argv + 1);
-    if (what == "tmpname") return zb_path_tmpname(argc - 1, argv + 1, tags.sub);
-    return zb_path_usage();
+    const std::string action = what;
+    if (action == "tmpname") return zb_path_tmpname(words, t, tags.sub);
+    if (tmpOptions) return zb_usageError("The options are for tmpname only");
+    if (action == "split") return zb_path_split(words, tags.sub);
+    if (action == "full") return zb_path_full(words, tags.sub);
+    if (action == "match") return zb_path_match(words);
+    if (action == "scan") return zb_path_scan(words);
+    return zb_usageError("Unknown action '%s' ('--help' for more information)", what);
 }
 
 int zb_cmd_docroot(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"m", "marker", "s:M", "The name of the lock file (default: docroot.lck)"},
+        {"H", "hold", "s:SECONDS", "How long to hold the lock (default: 0)"},
+        {"A", nullptr, "#:lock", "The action"},
+        {"D", nullptr, "#:DIR", "The document root"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Takes the lock of a document root and holds it for a while, so "
+                              "that a second\nshell can see the directory in use.",
+                              opts);
+        code != kZbGoOn)
+        return code;
     const char *marker = "docroot.lck";
+    const char *dirArg = nullptr;
     double hold = 0;
-    if (argc < 2 || std::strcmp(argv[0], "lock") != 0 || argc % 2 != 0) {
-        std::fprintf(stderr, "usage: zelbase docroot lock DIR [--marker M] [--hold SECONDS]\n");
-        return 2;
-    }
-    for (int i = 2; i < argc; i += 2) {
-        if (std::strcmp(argv[i], "--marker") == 0) {
-            marker = argv[i + 1];
-        } else if (std::strcmp(argv[i], "--hold") == 0) {
-            hold = std::strtod(argv[i + 1], nullptr);
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        if (opt == "marker") {
+            marker = arg;
+        } else if (opt == "hold") {
+            char *end = nullptr;
+            hold = std::strtod(arg, &end);
+            if (*end != '\0' || !(hold >= 0))
+                return zb_usageError("Not a number of seconds: '%s'", arg);
+        } else if (opt == "A") {
+            if (std::strcmp(arg, "lock") != 0)
+                return zb_usageError("Unknown action '%s': lock", arg);
         } else {
-            std::fprintf(stderr, "zelbase docroot: unknown option %s\n", argv[i]);
-            return 2;
+            dirArg = arg;
         }
     }
     B_DOCROOT_T root;
-    const ZEL_RETCODE rc = b_docrootLock(&root, argv[1], marker);
+    const ZEL_RETCODE rc = b_docrootLock(&root, dirArg, marker);
     if (rc != sOKAY) return zb_path_fail("docroot", rc);
-    std::printf("%s/%s: %s", argv[1], marker,
+    std::printf("%s/%s: %s", dirArg, marker,
                 root.locked ? "locked" : "open, not locked (the file system cannot lock)");
     if (hold > 0) std::printf(", holding for %g s", hold);
     std::printf("\n");

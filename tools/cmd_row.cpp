@@ -185,14 +185,6 @@ ZEL_RETCODE zb_row_put(B_OUTPUT_CTX ctx, uint32_t c) {
     return sOKAY;
 }
 
-int zb_row_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase row encode --table T [--expanded] COL=VALUE...\n"
-                 "       zelbase row decode --table T [--expanded] HEX\n"
-                 "tables of the built-in sample catalogue: customer, orders, site\n");
-    return 2;
-}
-
 }  // namespace
 
 ZEL_RETCODE zb_row_catalog(B_TAG_SUB sub, SCH_INFO *psch) {
@@ -459,20 +451,41 @@ ZEL_RETCODE zb_row_from_text(SCH_TBL_INFO_C ti, const std::vector<std::string> &
 }
 
 int zb_cmd_row(int argc, char **argv) {
-    if (argc < 1) return zb_row_usage();
-    const std::string verb = argv[0];
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"t", "table", "s:T", "The table of the sample catalogue: customer, orders or site"},
+        {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
+        {"A", nullptr, "#:encode|decode",
+         "encode: COL=VALUE assignments to stored bytes; decode: bytes to values"},
+        {"W", nullptr, "*:ARGS",
+         "encode: COL=VALUE...; decode: the bytes in hex, blanks, ':' and ',' allowed"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "A row of a table of the built-in sample catalogue as stored, "
+                              "compact or\nexpanded, as an annotated table of its bytes; or "
+                              "stored bytes read back.\nTables: customer, orders, site.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    std::string verb;
     const char *table = nullptr;
     bool expanded = false;
     std::vector<std::string> rest;
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--table") == 0 && i + 1 < argc)
-            table = argv[++i];
-        else if (std::strcmp(argv[i], "--expanded") == 0)
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "table") == 0)
+            table = arg;
+        else if (std::strcmp(name, "expanded") == 0)
             expanded = true;
+        else if (std::strcmp(name, "A") == 0)
+            verb = arg;
         else
-            rest.push_back(argv[i]);
+            rest.push_back(arg);
     }
-    if (!table || (verb != "encode" && verb != "decode")) return zb_row_usage();
+    if (verb != "encode" && verb != "decode")
+        return zb_usageError("Unknown action '%s': encode or decode", verb.c_str());
+    if (table == nullptr)
+        return zb_usageError("Missing option '--table' ('--help' for more information)");
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
@@ -481,8 +494,7 @@ int zb_cmd_row(int argc, char **argv) {
     SCH_TBL_INFO ti = sch_find_table_by_name(sch, table, nullptr);
     ZEL_ROW row;
     if (!ti) {
-        std::fprintf(stderr, "zelbase row: no table \"%s\" in the sample catalogue\n", table);
-        status = zb_row_usage();
+        status = zb_usageError("No table '%s' in the sample catalogue", table);
     } else if (verb == "encode") {
         std::string err;
         if (zb_row_from_text(ti, rest, tags.sub, &row, &err) != sOKAY) {
@@ -513,7 +525,7 @@ int zb_cmd_row(int argc, char **argv) {
         std::vector<char *> hexArgs;
         for (std::string &s : rest) hexArgs.push_back(s.data());
         if (!zb_row_parse_hex(static_cast<int>(hexArgs.size()), hexArgs.data(), &bytes)) {
-            status = zb_row_usage();
+            status = zb_usageError("Not bytes in hex ('--help' for more information)");
         } else {
             zb_row_table_of(stdout, ti, bytes, expanded, tags.sub);
             B_BUFFER_T in;

@@ -19,13 +19,6 @@ int zb_cmd_rtree(int argc, char **argv);
 
 namespace {
 
-int zb_rtree_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase rtree decode --key T.K [--expanded] HEX\n"
-                 "spatial keys of the sample catalogue: site.by_area\n");
-    return 2;
-}
-
 // `n` doubles as "(a, b, ...)", each in the fewest digits that read back.
 std::string zb_rtree_values(const double *v, uint32_t n) {
     std::string s = "(";
@@ -87,7 +80,14 @@ void zb_rtree_table_of(FILE *out, SCH_KEY_INFO_C ki, const std::vector<uint8_t> 
 
 int zb_cmd_rtree(int argc, char **argv) {
     ZbObjArgs args;
-    if (!zb_obj_args(argc, argv, true, &args)) return zb_rtree_usage();
+    if (int code = zb_obj_args(argc, argv,
+                               "Prints a node of a spatial key of the built-in sample catalogue as "
+                               "an annotated\ntable of its stored bytes, then the boxes the "
+                               "library reads from them.\nSpatial keys of the sample catalogue: "
+                               "site.by_area",
+                               "Spatial key K of table T", &args);
+        code != kZbGoOn)
+        return code;
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
@@ -95,9 +95,7 @@ int zb_cmd_rtree(int argc, char **argv) {
     SCH_KEY_INFO_C ki = zb_obj_key(sch, args.key, ZEL_KEY_METHOD_RTREE);
     int status = 0;
     if (!ki) {
-        std::fprintf(stderr, "zelbase rtree: no spatial key %s in the sample catalogue\n",
-                     args.key);
-        status = zb_rtree_usage();
+        status = zb_usageError("No spatial key '%s' in the sample catalogue", args.key);
     } else {
         std::printf("%s R-tree node of %s, %zu bytes:\n", args.expanded ? "expanded" : "compact",
                     args.key, args.bytes.size());

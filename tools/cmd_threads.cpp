@@ -48,16 +48,6 @@ ZEL_RETCODE zb_threads_job(B_THRPOOL_JOB *j) {
     return sOKAY;
 }
 
-int zb_threads_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase threads [--threads N] [--jobs M] [--work-us U] [--close-early]\n"
-                 "       N workers (default 2, at most %" PRIu32
-                 "), M jobs (default 1000), U us of\n"
-                 "       work per job (default 10)\n",
-                 kMaxThreads);
-    return 2;
-}
-
 bool zb_threads_number(const char *text, uint64_t max, uint64_t *value) {
     if (text == nullptr || text[0] < '0' || text[0] > '9') return false;
     char *end = nullptr;
@@ -76,23 +66,36 @@ const char *zb_threads_codeName(ZEL_RETCODE rc) {
 }  // namespace
 
 int zb_cmd_threads(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"t", "threads", "i:N", "Workers of the pool (default 2, at most 256)"},
+        {"j", "jobs", "i:M", "Jobs (default 1000, at most 100000000)"},
+        {"w", "work-us", "i:U", "Microseconds of work per job (default 10, at most 1000000)"},
+        {"c", "close-early", nullptr,
+         "Close the queue after half the jobs: the rest are still taken and run"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Runs M jobs on a pool of N workers, each job spinning for U "
+                              "microseconds and\nsquaring its number, and prints how many jobs "
+                              "each worker ran, the wall time\nand the results.",
+                              opts);
+        code != kZbGoOn)
+        return code;
     uint64_t threads = 2, jobs = 1000, workUs = 10;
     bool closeEarly = false;
-    for (int i = 0; i < argc; ++i) {
-        const char *a = argv[i];
-        const char *v = i + 1 < argc ? argv[i + 1] : nullptr;
-        if (std::strcmp(a, "--close-early") == 0) {
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        bool ok = true;
+        if (opt == "close-early")
             closeEarly = true;
-        } else if (std::strcmp(a, "--threads") == 0 &&
-                   zb_threads_number(v, kMaxThreads, &threads)) {
-            ++i;
-        } else if (std::strcmp(a, "--jobs") == 0 && zb_threads_number(v, 100000000, &jobs)) {
-            ++i;
-        } else if (std::strcmp(a, "--work-us") == 0 && zb_threads_number(v, 1000000, &workUs)) {
-            ++i;
-        } else {
-            return zb_threads_usage();
-        }
+        else if (opt == "threads")
+            ok = zb_threads_number(arg, kMaxThreads, &threads);
+        else if (opt == "jobs")
+            ok = zb_threads_number(arg, 100000000, &jobs);
+        else
+            ok = zb_threads_number(arg, 1000000, &workUs);
+        if (!ok) return zb_usageError("Out of range for --%s: %s", name, arg);
     }
 
     std::atomic<uint32_t> nextWorker{0};

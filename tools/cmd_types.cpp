@@ -105,19 +105,19 @@ std::string zb_types_code(ZEL_RETCODE rc) {
     return std::to_string(rc);
 }
 
-int zb_types_pack_texts(ZEL_TYPE t, int argc, char **argv) {
+int zb_types_pack_texts(ZEL_TYPE t, const std::vector<const char *> &inputs) {
     const ZbTags tags;
     if (!tags.ok()) return 1;
     B_TAG_SUB sub = tags.sub;
     int status = 0;
-    for (int i = 0; i < argc; ++i) {
-        const SCH_TYPE_INFO_T pi = zb_types_column(t, argv[i]);
+    for (const char *input : inputs) {
+        const SCH_TYPE_INFO_T pi = zb_types_column(t, input);
         const ZEL_TYPE_INFO *row = pi.type_info;
         ZEL_VALUE v{}, back{};
         std::string hex;
-        ZEL_RETCODE rc = row->fromstring(&pi, &v, 0, 0, sub, argv[i]);
+        ZEL_RETCODE rc = row->fromstring(&pi, &v, 0, 0, sub, input);
         if (rc < 0) {
-            std::printf("%s: refused, %s\n", argv[i], zb_types_code(rc).c_str());
+            std::printf("%s: refused, %s\n", input, zb_types_code(rc).c_str());
             status = 1;
             continue;
         }
@@ -129,10 +129,10 @@ int zb_types_pack_texts(ZEL_TYPE t, int argc, char **argv) {
         if (rc == sOKAY) rc = row->unpack_fcn(&pi, &back, sub, &d);
         if (rc == sOKAY) rc = row->tostring(&pi, &back, 0, 0, zb_types_put, &text);
         if (zb_types_packed_hex(&pi, &v, &hex) != 0 || rc != sOKAY) {
-            std::printf("%s: failed, %s\n", argv[i], zb_types_code(rc).c_str());
+            std::printf("%s: failed, %s\n", input, zb_types_code(rc).c_str());
             status = 1;
         } else {
-            std::printf("%s -> %s -> %s\n", argv[i], hex.c_str(), text.c_str());
+            std::printf("%s -> %s -> %s\n", input, hex.c_str(), text.c_str());
         }
         for (ZEL_VALUE *x : {&v, &back}) {
             if (row->free_fcn != nullptr)
@@ -169,19 +169,36 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex) {
 }
 
 int zb_cmd_types(int argc, char **argv) {
-    if (argc == 1 || (argc > 1 && argv[0][0] == '-')) {
-        std::fprintf(stderr,
-                     "usage: zelbase types               (lists every column type)\n"
-                     "       zelbase types TYPE TEXT...  (stored bytes of each value)\n");
-        return 2;
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"T", nullptr, "?:TYPE", "A column type, by enumerator, DDL word or SQL word"},
+        {"X", nullptr, "*:TEXT", "Values of TYPE as text"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(
+            &cmd, argc, argv,
+            "Without arguments, every column type with its descriptor's texts, the bytes of\n"
+            "one element and its alignment; with TYPE and TEXT..., each text read into a\n"
+            "value of TYPE, its stored bytes, and the value read back from them.\n"
+            "A negative number is written with a leading blank (' -5'): an element that\n"
+            "starts with '-' is an option.",
+            opts);
+        code != kZbGoOn)
+        return code;
+    const char *type = nullptr;
+    std::vector<const char *> texts;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "T") == 0)
+            type = arg;
+        else
+            texts.push_back(arg);
     }
-    if (argc > 1) {
+    if (type != nullptr) {
+        if (texts.empty())
+            return zb_usageError("Missing argument 'TEXT' ('--help' for more information)");
         ZEL_TYPE t = ZEL_NOVAL;
-        if (!zb_types_find(argv[0], &t)) {
-            std::fprintf(stderr, "zelbase types: no column type \"%s\"\n", argv[0]);
-            return 2;
-        }
-        return zb_types_pack_texts(t, argc - 1, argv + 1);
+        if (!zb_types_find(type, &t)) return zb_usageError("No column type '%s'", type);
+        return zb_types_pack_texts(t, texts);
     }
     std::printf("%-18s %5s  %-14s %-11s %-15s %-23s %4s  %s\n", "type", "code", "row enum", "ddl",
                 "sql", "C field", "size", "alignment");

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "connection.h"
 #include "error.h"
@@ -52,11 +53,6 @@ std::string zb_uri_code(ZEL_RETCODE rc) {
     return std::to_string(rc);
 }
 
-int zb_uri_usage() {
-    std::fprintf(stderr, "usage: zelbase uri URI...\n       zelbase uri --compare A B\n");
-    return 2;
-}
-
 int zb_uri_compare(const char *a, const char *b, B_TAG_SUB sub) {
     TX_CONN_CTX *ca = nullptr, *cb = nullptr;
     ZEL_RETCODE rc = tl_parseConnectionUri(a, sub, nullptr, &ca);
@@ -76,18 +72,43 @@ int zb_uri_compare(const char *a, const char *b, B_TAG_SUB sub) {
 }  // namespace
 
 int zb_cmd_uri(int argc, char **argv) {
-    if (argc == 0) return zb_uri_usage();
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"c", "compare", nullptr,
+         "Compare two strings: whether they name the same database at the same place"},
+        {"U", nullptr, "*:URI", "Connection strings"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Parses connection strings and prints each one's transports "
+                              "with every field,\nthe database name, the server text gsvspec "
+                              "and whether it named a location.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    bool compare = false;
+    std::vector<const char *> uris;
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        if (std::strcmp(name, "compare") == 0)
+            compare = true;
+        else
+            uris.push_back(arg);
+    }
+    if (uris.empty())
+        return zb_usageError("Missing argument 'URI' ('--help' for more information)");
     const ZbTags tags;
     if (!tags.ok()) return 1;
-    if (std::strcmp(argv[0], "--compare") == 0) {
-        return argc == 3 ? zb_uri_compare(argv[1], argv[2], tags.sub) : zb_uri_usage();
+    if (compare) {
+        if (uris.size() != 2) return zb_usageError("--compare takes two strings");
+        return zb_uri_compare(uris[0], uris[1], tags.sub);
     }
+    const size_t count = uris.size();
     int failures = 0;
-    for (int i = 0; i < argc; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         TX_CONN_CTX *ctx = nullptr;
         ZEL_BOOL_T located = ZEL_FALSE;
-        std::printf("%s\n", argv[i]);
-        const ZEL_RETCODE rc = tl_parseConnectionUri(argv[i], tags.sub, &located, &ctx);
+        std::printf("%s\n", uris[i]);
+        const ZEL_RETCODE rc = tl_parseConnectionUri(uris[i], tags.sub, &located, &ctx);
         if (rc != sOKAY) {
             std::printf("  error         %s\n", zb_uri_code(rc).c_str());
             ++failures;

@@ -1,6 +1,5 @@
 // `zelbase uuid [--braces]`: prints a new random UUID (version 4).
 #include <cstdio>
-#include <cstring>
 
 #include "uuid.h"
 #include "zelbase_cmds.h"
@@ -8,19 +7,20 @@
 int zb_cmd_uuid(int argc, char **argv);
 
 int zb_cmd_uuid(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {{"b", "braces", nullptr, "Put braces around the UUID"},
+                                    {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, "Print a new random UUID (version 4).", opts);
+        code != kZbGoOn)
+        return code;
     ZEL_BOOL_T braces = ZEL_FALSE;
-    if (argc == 1 && (std::strcmp(argv[0], "--braces") == 0 || std::strcmp(argv[0], "-b") == 0)) {
-        braces = ZEL_TRUE;
-    } else if (argc != 0) {
-        std::fprintf(stderr, "usage: zelbase uuid [--braces]\n");
-        return 2;
-    }
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, nullptr)) != nullptr;)
+        braces = ZEL_TRUE;  // --braces is the only row
     ZEL_UUID_T u;
     char text[ZEL_UUID_TEXT_LEN_BRACES + 1];
-    if (zel_uuidCreate(&u) != sOKAY || zel_uuidToString(&u, text, sizeof text, braces) != sOKAY) {
-        std::fprintf(stderr, "zelbase uuid: cannot make a UUID\n");
-        return 1;
-    }
+    ZEL_RETCODE rc = zel_uuidCreate(&u);
+    if (rc == sOKAY) rc = zel_uuidToString(&u, text, sizeof text, braces);
+    if (rc != sOKAY) return zb_exitCode(rc, argv[0]);
     std::printf("%s\n", text);
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -17,14 +18,6 @@
 int zb_cmd_varint(int argc, char **argv);
 
 namespace {
-
-int zb_varint_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase varint encode N...   (N decimal or 0x hex; negative N through\n"
-                 "                                     the signed mapping)\n"
-                 "       zelbase varint decode HEX... (bytes in hex, blanks allowed)\n");
-    return 2;
-}
 
 std::string zb_varint_code(ZEL_RETCODE rc) {
     const char *name = nullptr;
@@ -59,8 +52,10 @@ std::string zb_varint_hex(const uint8_t *p, size_t n) {
     return s;
 }
 
-// Decimal or 0x hex, with an optional minus sign; false on anything else.
+// Decimal or 0x hex, with an optional minus sign after leading blanks; false
+// on anything else.
 bool zb_varint_number(const char *text, bool *negative, uint64_t *magnitude) {
+    while (*text == ' ') ++text;
     *negative = text[0] == '-';
     const char *digits = text + (*negative ? 1 : 0);
     if (!std::isdigit(static_cast<unsigned char>(digits[0]))) return false;
@@ -73,20 +68,18 @@ bool zb_varint_number(const char *text, bool *negative, uint64_t *magnitude) {
     return true;
 }
 
-int zb_varint_encode(int argc, char **argv) {
-    if (argc == 0) return zb_varint_usage();
-    for (int i = 0; i < argc; ++i) {
+int zb_varint_encode(const std::vector<const char *> &values) {
+    for (const char *text : values) {
         bool negative;
         uint64_t magnitude;
-        if (!zb_varint_number(argv[i], &negative, &magnitude)) {
-            std::fprintf(stderr, "zelbase varint: not a 64-bit number: %s\n", argv[i]);
-            return zb_varint_usage();
-        }
+        if (!zb_varint_number(text, &negative, &magnitude))
+            return zb_usageError("Not a 64-bit number: '%s'", text);
         uint64_t u = magnitude;
         if (negative) u = b_vintConvertToUnsigned(static_cast<intmax_t>(0 - magnitude));
         std::vector<uint8_t> bytes;
-        if (b_vintEncodeUIntmax(u, zb_varint_put, &bytes) != sOKAY) return 1;
-        std::string label = argv[i];
+        if (ZEL_RETCODE rc = b_vintEncodeUIntmax(u, zb_varint_put, &bytes); rc != sOKAY)
+            return zb_exitCode(rc, "zelbase varint");
+        std::string label = text + std::strspn(text, " ");
         if (negative) label += " (signed: " + std::to_string(u) + ")";
         std::printf("%-51s %zu byte%s  %s\n", label.c_str(), bytes.size(),
                     bytes.size() == 1 ? " " : "s",
@@ -95,17 +88,19 @@ int zb_varint_encode(int argc, char **argv) {
     return 0;
 }
 
-int zb_varint_decode(int argc, char **argv) {
+int zb_varint_decode(const std::vector<const char *> &values) {
     std::string hex;
-    for (int i = 0; i < argc; ++i) hex += argv[i];
+    for (const char *text : values) hex += text;
     std::vector<uint8_t> bytes;
     std::string digits;
     for (char c : hex) {
         if (c == ' ' || c == '\t' || c == ':') continue;
-        if (!std::isxdigit(static_cast<unsigned char>(c))) return zb_varint_usage();
+        if (!std::isxdigit(static_cast<unsigned char>(c)))
+            return zb_usageError("Not hex: '%s'", hex.c_str());
         digits += c;
     }
-    if (digits.empty() || digits.size() % 2 != 0) return zb_varint_usage();
+    if (digits.empty() || digits.size() % 2 != 0)
+        return zb_usageError("Bytes are pairs of hex digits: '%s'", hex.c_str());
     for (size_t i = 0; i < digits.size(); i += 2)
         bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
     zb_varint_source src{&bytes, 0};
@@ -129,7 +124,31 @@ int zb_varint_decode(int argc, char **argv) {
 }  // namespace
 
 int zb_cmd_varint(int argc, char **argv) {
-    if (argc >= 1 && std::string(argv[0]) == "encode") return zb_varint_encode(argc - 1, argv + 1);
-    if (argc >= 2 && std::string(argv[0]) == "decode") return zb_varint_decode(argc - 1, argv + 1);
-    return zb_varint_usage();
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"A", nullptr, "#:encode|decode", "encode numbers, or decode bytes"},
+        {"V", nullptr, "*:VALUES",
+         "encode: numbers, decimal or 0x hex; decode: bytes in hex, blanks and colons "
+         "allowed"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "The stored forms of variable integers: encode prints each "
+                              "number's bytes (a\nnegative one through the signed mapping); "
+                              "decode reads the bytes as varints\none after another and prints "
+                              "each value, unsigned and signed.\n"
+                              "A negative number is written with a leading blank (' -5'): an "
+                              "element that\nstarts with '-' is an option.",
+                              opts);
+        code != kZbGoOn)
+        return code;
+    const char *action = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &action);  // the action comes first
+    std::vector<const char *> values;
+    const char *arg = nullptr;
+    while (zel_cmdlineNextLongOption(&cmd, &arg) != nullptr) values.push_back(arg);
+    if (values.empty())
+        return zb_usageError("Missing argument 'VALUES' ('--help' for more information)");
+    if (std::string(action) == "encode") return zb_varint_encode(values);
+    if (std::string(action) == "decode") return zb_varint_decode(values);
+    return zb_usageError("Unknown action '%s': encode or decode", action);
 }

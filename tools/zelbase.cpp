@@ -4,12 +4,9 @@
 // for people poking at stored data.
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "zelbase_cmds.h"
-
-#ifndef ZELBASE_VERSION
-#define ZELBASE_VERSION "0.0.0"
-#endif
 
 namespace {
 
@@ -41,9 +38,15 @@ constexpr DemoSection kDemoSections[] = {
     {"Connection strings", zb_demo_uri},
     {"Queue and thread pool", zb_demo_queue},
     {"Parser driver", zb_demo_yyparse},
+    {"Command line", zb_demo_cmdline},
 };
 
-int zb_cmd_demo(int, char **) {
+int zb_cmd_demo(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {{nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, "Walk through what the library can do.", opts);
+        code != kZbGoOn)
+        return code;
     int failures = 0;
     for (const DemoSection &s : kDemoSections) {
         std::printf("== %s ==\n", s.title);
@@ -106,34 +109,53 @@ constexpr Command kCommands[] = {
      "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
     {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
      zb_cmd_parse},
+    {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
+     zb_cmd_cmdline},
 };
 
-void zb_usage(FILE *out) {
-    std::fprintf(out, "usage: zelbase COMMAND [ARGS]\n       zelbase --help | --version\n\n");
-    std::fprintf(out, "commands:\n");
-    for (const Command &c : kCommands) {
-        char left[64];
-        std::snprintf(left, sizeof left, "%s %s", c.name, c.args);
-        std::fprintf(out, "  %-34s %s\n", left, c.help);
-    }
+// What the tool is, and its commands, for its usage.
+std::string zb_description() {
+    std::string d =
+        "The command-line tool of the zelbase library; `zelbase COMMAND --help` tells\n"
+        "a command's options.\n\nCommands:";
+    for (const Command &c : kCommands)
+        d += std::string("\n  ") + c.name + (c.args[0] != '\0' ? " " : "") + c.args + "\n      " +
+             c.help;
+    return d;
+}
+
+// Runs a command on its part of the line, argv[0] becoming "zelbase NAME".
+int zb_run(const Command &c, int argc, char **argv) {
+    std::string name = std::string("zelbase ") + c.name;
+    argv[0] = name.data();
+    return c.fcn(argc, argv);
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
-        std::strcmp(argv[1], "help") == 0) {
-        zb_usage(stdout);
-        return argc < 2 ? 2 : 0;
+    if (argc >= 2) {
+        for (const Command &c : kCommands)
+            if (std::strcmp(argv[1], c.name) == 0) return zb_run(c, argc - 1, argv + 1);
     }
-    if (std::strcmp(argv[1], "--version") == 0) {
-        std::printf("zelbase %s\n", ZELBASE_VERSION);
-        return 0;
-    }
+    // No command first: the tool's own line, for the usage, the version and
+    // the errors.
+    static char tool[] = "zelbase";
+    argv[0] = tool;
+    const ZEL_CMDLINE_OPT opts[] = {{"C", nullptr, "#:COMMAND", nullptr},
+                                    {"A", nullptr, "*:ARGS", nullptr},
+                                    {nullptr, nullptr, nullptr, nullptr}};
+    const ZEL_CMD_DEFAULTS defaults{1, 1};  // -q and --version; no key, no document root
+    const std::string description = zb_description();
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv, description.c_str(), opts, &defaults);
+        code != kZbGoOn)
+        return code;
+    // A command after the shared options, or a name that is none.
+    const char *command = nullptr;
+    (void)zel_cmdlineNextLongOption(&cmd, &command);
     for (const Command &c : kCommands) {
-        if (std::strcmp(argv[1], c.name) == 0) return c.fcn(argc - 2, argv + 2);
+        if (std::strcmp(command, c.name) == 0) return zb_run(c, argc - int(cmd.ii), argv + cmd.ii);
     }
-    std::fprintf(stderr, "zelbase: unknown command \"%s\"\n\n", argv[1]);
-    zb_usage(stderr);
-    return 2;
+    return zb_usageError("Unknown command '%s' ('--help' for more information)", command);
 }

@@ -11,8 +11,10 @@
 #include <vector>
 
 #include "buffer.h"
+#include "cmdline.h"
 #include "coder_types.h"
 #include "dbobj_types.h"
+#include "log_types.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "value_types.h"
@@ -37,8 +39,45 @@ struct ZbTags {
 
 // A demo section prints to `out` and returns 0, or non-zero on a failure.
 using zb_demo_fcn = int (*)(FILE *out);
-// A subcommand gets the arguments after its name and returns the exit code.
+// A subcommand gets its part of the line, argv[0] being "zelbase NAME" and
+// the arguments after it, and returns the exit code.
 using zb_cmd_fcn = int (*)(int argc, char **argv);
+
+// ---- The command line of a subcommand.
+//
+// Each subcommand describes its options and positionals in a table and goes
+// through zb_cmdline:
+//
+//   const ZEL_CMDLINE_OPT opts[] = {{"b", "braces", nullptr, "Put braces around it"},
+//                                   {"T", nullptr, "?:TEXT", "The text"},
+//                                   {nullptr, nullptr, nullptr, nullptr}};
+//   ZEL_CMDLINE cmd;
+//   if (int code = zb_cmdline(&cmd, argc, argv, "What it does.", opts); code != kZbGoOn)
+//       return code;
+//   const char *arg = nullptr;
+//   for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;)
+//       ... name is the row's long name, or its optShort ("T") without one ...
+//
+// and ends with `return zb_exitCode(rc, argv[0])` for a library code. Exit
+// codes: 0 for success and for the usage or version printed, 2 for a user
+// error, 1 for any other failure.
+
+constexpr int kZbGoOn = -1;
+constexpr int kZbExitUsage = 2;
+
+// Flushes stdio, then runs zel_cmdlineInitEx with no banner and no status:
+// kZbGoOn for a valid line, else the exit code of its result (the usage, the
+// version or the error is printed).
+int zb_cmdline(ZEL_CMDLINE *cmd, int argc, char **argv, const char *description,
+               const ZEL_CMDLINE_OPT *opts, const ZEL_CMD_DEFAULTS *defaults = nullptr);
+// The exit code of a library code: 0 for sOKAY and the other statuses
+// (sCMD_USAGE, sCMD_VERSION among them), 2 for eBASE_COMMAND, else 1, the
+// failure reported by b_logFinalToolMessage under `tool` once `log` (may be
+// null) and stdio are flushed.
+int zb_exitCode(ZEL_RETCODE rc, const char *tool, B_LOG_T *log = nullptr);
+// A user error found in the values after the walk, as the processor reports
+// its own: "error: MESSAGE" on standard error; returns 2.
+int zb_usageError(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 int zb_demo_tags(FILE *out);
 int zb_demo_stack(FILE *out);
@@ -62,6 +101,7 @@ int zb_demo_uri(FILE *out);
 int zb_demo_bucket(FILE *out);
 int zb_demo_queue(FILE *out);
 int zb_demo_yyparse(FILE *out);
+int zb_demo_cmdline(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -91,10 +131,18 @@ int zb_cmd_parse(int argc, char **argv);
 // shift, goto and reduction (trace) or only the rule numbers, then the values
 // and the code; 0 when accepted without error.
 int zb_parse_run(FILE *out, const char *grammar, const char *text, bool trace);
+int zb_cmd_cmdline(int argc, char **argv);
 
 // The stored bytes of `v` as hex pairs, packed through its type descriptor in a
 // column just wide enough for `text` (the value's text form); 0 or a code.
 int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
+
+// The sample table of `zelbase cmdline` and the demo, with every kind of row.
+extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
+// Runs the processor over argv with the sample table, all shared options and
+// a status, and prints to `out` init's result, each walk item and the
+// status; returns init's result.
+ZEL_RETCODE zb_cmdline_show(FILE *out, int argc, char **argv, const char *banner);
 
 // ---- Rows and nodes of the built-in sample catalogue (cmd_row.cpp).
 
@@ -146,15 +194,17 @@ void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // ---- Buckets, chunks, item zero and R-tree nodes (cmd_bucket.cpp,
 // cmd_rtree.cpp).
 
-// The arguments of `zelbase bucket|chunk|iz|rtree`: decode [--key T.K]
+// The command line of `zelbase bucket|chunk|iz|rtree`: decode [--key T.K]
 // [--expanded] HEX.
 struct ZbObjArgs {
     bool expanded = false;
-    const char *key = nullptr;  // T.K, when withKey
+    const char *key = nullptr;  // T.K, with a key
     std::vector<uint8_t> bytes;
 };
-// false on anything else, for the caller's usage message.
-bool zb_obj_args(int argc, char **argv, bool withKey, ZbObjArgs *out);
+// As zb_cmdline, with the key's option (required) when keyHelp is not null:
+// kZbGoOn, or the exit code.
+int zb_obj_args(int argc, char **argv, const char *description, const char *keyHelp,
+                ZbObjArgs *out);
 // Key "T.K" of the sample catalogue with that method; null when none.
 SCH_KEY_INFO_C zb_obj_key(SCH_INFO_C sch, const char *name, ZEL_KEY_METHOD method);
 // Up to six slots, comma-separated.

@@ -1407,7 +1407,24 @@ ZEL_RETCODE cnv_valueConvert(ZEL_VALUE *dVal, const CnvSource &src, ZEL_TYPE dst
 ZEL_RETCODE cnv_valueConvertTop(ZEL_VALUE *dVal, const ZEL_VALUE *sVal, ZEL_TYPE dstType,
                                 size_t uDstMaxLen, const CnvFormats &f, TagRef tag) {
     if (dVal == nullptr || sVal == nullptr) return eINVNULLARG;
-    if (cnv_copiesAsItStands(sVal, dstType)) return cnv_copyValue(dVal, sVal, sVal->len, tag);
+    if (cnv_copiesAsItStands(sVal, dstType)) {
+        // The deep copy does not report a failed copy of a scalar's data and
+        // leaves vt as it was; a mark there tells it, and then nothing is
+        // written, as with any other failure of a conversion.
+        ZEL_VALUE out = *dVal;
+        out.vt.pv = &out;
+        ZEL_RETCODE rc;
+        ZEL_CHECK(rc = cnv_copyValue(&out, sVal, sVal->len, tag));
+        if (out.vt.pv == &out) {
+            const ZEL_TYPE t = sVal->type;
+            const bool copies = (t & ZEL_TYPE_LOB_BIT) == 0 || t == ZEL_CLOB ||
+                                t == ZEL_WCLOB_UTF8 || t == ZEL_BLOB;
+            if (sVal->status != vsNULL && copies) return eNOMEMORY;
+            out.vt = dVal->vt;  // left alone: a NULL, or a large object not copied
+        }
+        *dVal = out;
+        return rc;
+    }
     const CnvSource src{sVal, nullptr, sVal->type, sVal->len};
     return cnv_valueConvert(dVal, src, dstType, uDstMaxLen, f, tag);
 }

@@ -38,8 +38,8 @@ ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_max_cols(SCH_TBL_INFO ti, ZEL_COL_INDEX va
 ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_max_keys(SCH_TBL_INFO ti, ZEL_KEY_INDEX val);
 ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_max_avls(SCH_TBL_INFO ti, ZEL_KEY_INDEX val);
 ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_max_owners(SCH_TBL_INFO ti, ZEL_REF_INDEX val);
-/* Capacity of refs and next_ref in one; a failed allocation still stores
- * next_ref and returns sOKAY. */
+/* Capacity of refs and next_ref in one; a failed allocation deliberately
+ * leaves next_ref and still returns sOKAY. */
 ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_next_ref(SCH_TBL_INFO ti, ZEL_REF_INDEX val);
 
 ZEL_NODISCARD ZEL_RETCODE sch_set_num_drawers(SCH_INFO sch, ZEL_DRAWER val);

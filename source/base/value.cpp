@@ -196,6 +196,7 @@ size_t zel_valueLengthOf(const ZEL_VALUE &v) {
 ZEL_RETCODE zel_valueCopyDeep(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t maxLen,
                               zel::detail::TagRef tag) {
     if (dval == nullptr || sval == nullptr) return eINVNULLARG;
+    const ZEL_VALUE before = *dval;
     const ZEL_TYPE type = sval->type;
     const int family = zel_valueFamily(type);
 
@@ -262,8 +263,10 @@ ZEL_RETCODE zel_valueCopyDeep(ZEL_VALUE *dval, const ZEL_VALUE *sval, size_t max
     }
     const size_t bytes = static_cast<size_t>(sval->elts) * zel::detail::typeInfoLength(type);
     void *copy = nullptr;
-    ZEL_RETCODE rc;
-    ZEL_CHECK(rc = tag.allocCopy(sval->vt.pv, bytes, &copy));
+    if (const ZEL_RETCODE rc = tag.allocCopy(sval->vt.pv, bytes, &copy); rc < 0) {
+        *dval = before;  // the header written above goes back: the copy is untouched
+        return rc;
+    }
     dval->vt.pv = copy;
     return sOKAY;
 }
