@@ -40,7 +40,7 @@ uint32_t uintmap_scan(const B_UINTMAP_T *m, uint32_t from) {
 ZEL_RETCODE uintmap_at(B_UINTMAP_T *m, uint32_t i, B_MAP_KEY *key, B_MAP_VALUE *value) {
     m->curr = i;
     if (i == m->arraySize) return b_mapFirst(&m->map, key, value);
-    *key = i;
+    if (key != nullptr) *key = i;
     if (value != nullptr) *value = m->array[i].value;
     return sOKAY;
 }
@@ -126,11 +126,11 @@ ZEL_RETCODE b_uintmapDelete(B_UINTMAP_T *map, B_MAP_KEY key, B_MAP_VALUE *value)
 }
 
 ZEL_RETCODE b_uintmapDeleteFirst(B_UINTMAP_T *map, B_MAP_KEY *key, B_MAP_VALUE *value) {
-    if (map == nullptr || key == nullptr) return eINVNULLARG;
+    if (map == nullptr) return eINVNULLARG;
     const UintmapGuard lock(map);
     const uint32_t i = uintmap_scan(map, 0);
     if (i == map->arraySize) return b_mapDeleteFirst(&map->map, key, value);
-    *key = i;
+    if (key != nullptr) *key = i;
     if (value != nullptr) *value = map->array[i].value;
     map->array[i].inuse = ZEL_FALSE;
     map->count--;
@@ -149,13 +149,13 @@ ZEL_RETCODE b_uintmapDeleteAll(B_UINTMAP_T *map) {
 }
 
 ZEL_RETCODE b_uintmapFirst(B_UINTMAP_T *map, B_MAP_KEY *key, B_MAP_VALUE *value) {
-    if (map == nullptr || key == nullptr) return eINVNULLARG;
+    if (map == nullptr) return eINVNULLARG;
     const UintmapGuard lock(map);
     return uintmap_at(map, uintmap_scan(map, 0), key, value);
 }
 
 ZEL_RETCODE b_uintmapNext(B_UINTMAP_T *map, B_MAP_KEY *key, B_MAP_VALUE *value) {
-    if (map == nullptr || key == nullptr) return eINVNULLARG;
+    if (map == nullptr) return eINVNULLARG;
     const UintmapGuard lock(map);
     if (map->curr == map->arraySize) return b_mapNext(&map->map, key, value);
     // All ones wraps to 0: from no position the scan starts at the first.

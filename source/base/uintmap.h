@@ -12,8 +12,8 @@
  * Next is allowed; no other change is guarded.
  *
  * Codes, for every function but Term: eINVNULLARG for a null map (or a null
- * key or count pointer that is written); sNOTFOUND for no such entry. Out
- * pointers of values may be null. The map must not be moved after init.
+ * count pointer); sNOTFOUND for no such entry. Out pointers of keys and
+ * values may be null. The map must not be moved after init.
  */
 #ifndef UINTMAP_H
 #define UINTMAP_H
