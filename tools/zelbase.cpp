@@ -38,6 +38,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Queue and thread pool", zb_demo_queue},
     {"Parser driver", zb_demo_yyparse},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Spatial index", zb_demo_rtree},
+    {"External sort", zb_demo_sort},
     {"Command line", zb_demo_cmdline},
 };
 
@@ -105,6 +107,11 @@ constexpr Command kCommands[] = {
      zb_cmd_parse},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"rtree", "[--dim D] [--random N] [--seed S] [--window BOX] [--knn P,K] [--dump]",
+     "a random R-tree level by level; windows and nearest neighbours against brute force",
+     zb_cmd_rtree},
+    {"sort", "--field TYPE[:LEN][:desc]... [--max-pages N] [--stats] [FILE]",
+     "sort |-separated lines with the external sort; geometry, page traffic, memory", zb_cmd_sort},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
 };

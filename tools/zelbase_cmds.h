@@ -95,6 +95,8 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_btree(FILE *out);
+int zb_demo_rtree(FILE *out);
+int zb_demo_sort(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -113,6 +115,8 @@ int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_btree(int argc, char **argv);
+int zb_cmd_rtree(int argc, char **argv);
+int zb_cmd_sort(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -139,6 +143,9 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Prints an R-tree's levels (nodes, branches, fill), with `dump` each node
+// and its coverage box, and the validator's verdict; 0 when sound.
+int zb_rtree_print(FILE *out, struct B_RTREE_S *rt, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and

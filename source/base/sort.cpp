@@ -173,6 +173,7 @@ ZEL_RETCODE sortLoader(B_CACHE_ID id, void **data, void *ctx) {
     ZEL_RETCODE rc =
         psp_fileSeekRead(f->fh, PSP_FILE_OFFSET{f->len} * id, page->data, f->len, &got);
     if (rc == sOKAY && got != f->len) rc = eFILEIO;  // a short read
+    f->loads++;
     if (rc != sOKAY) {
         b_tag_subFree(f->subTag, p);
         return rc;
@@ -191,6 +192,7 @@ ZEL_RETCODE sortZapper(B_CACHE_ID id, void *data, ZEL_BOOL_T free_mem, void *ctx
         }
         ZEL_CHECK(psp_fileSeekWrite(f->fh, PSP_FILE_OFFSET{f->len} * id, page->data, f->len));
         page->modified = ZEL_FALSE;
+        f->writes++;
         if (id >= f->maxid) f->maxid = id + 1;
     }
     if (free_mem) b_tag_subFree(f->subTag, data);
@@ -475,6 +477,7 @@ ZEL_RETCODE b_sortStart(B_SORT_T *sort, uint32_t nofields, const SORTDESCR *desc
     b_cacheTerm(&s->rcache.cache, ZEL_FALSE);
     b_cacheTerm(&s->icache.cache, ZEL_FALSE);
     s->recFile.maxid = s->indFile.maxid = 0;
+    s->recFile.loads = s->recFile.writes = s->indFile.loads = s->indFile.writes = 0;
     if ((rc = sortCacheInit(s, &s->rcache, &s->recFile, maxentries)) != sOKAY ||
         (rc = sortCacheInit(s, &s->icache, &s->indFile, maxentries)) != sOKAY) {
         return sortFail(s, rc);

@@ -110,6 +110,8 @@ typedef struct SORT_TEMP_FILE_S {
     uint32_t len;     /* page length on file */
     B_CACHE_ID maxid; /* pages on file */
     B_TAG_SUB subTag;
+    uint64_t loads;  /* statistics: pages read from the file */
+    uint64_t writes; /* and written to it */
 } SORT_TEMP_FILE;
 
 typedef struct SORT_LIST_S {
