@@ -132,7 +132,8 @@ int refKey(const SORTDESCR &f, const uint8_t *a, const uint8_t *b, bool wideInt8
     }
 }
 
-ZEL_COMPARE reversedInt8(const void *a, const void *b, uint32_t) {
+ZEL_COMPARE reversedInt8(const void *a, const void *b, uint32_t len) {
+    if (len == 0) return ZEL_EQ;
     const int8_t x = *static_cast<const int8_t *>(a), y = *static_cast<const int8_t *>(b);
     return x > y ? ZEL_LT : (x < y ? ZEL_GT : ZEL_EQ);
 }
@@ -149,7 +150,7 @@ void tame(const std::vector<SORTDESCR> &fields, uint8_t *rec) {
             double v;
             std::memcpy(&v, p, 8);
             if (std::isnan(v)) std::memset(p, 0, 8);
-        } else if (f.type == SORT_TYPE_BCD) {
+        } else if (f.type == SORT_TYPE_BCD && f.len > 0) {
             ZEL_BCD_T v;
             (void)zel_bcdFromInt32(int32_t(p[0]) - 128, &v);
             std::memcpy(p, &v, std::min<size_t>(f.len, sizeof v));
