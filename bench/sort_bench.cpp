@@ -25,10 +25,10 @@
 namespace {
 
 struct Rec {
-    int32_t a;    // key 2, descending
-    char b[8];    // key 1
-    uint64_t c;   // key 3
-    uint32_t no;  // record number
+    int32_t a;     // key 2, descending
+    char b[8];     // key 1
+    uint8_t c[8];  // key 3, a uint64 at offset 12
+    uint32_t no;   // record number
     uint8_t pad[8];
 };
 static_assert(sizeof(Rec) == 32);
@@ -48,8 +48,9 @@ const std::vector<Rec> &records(size_t n) {
             Rec &r = all[i];
             std::memset(&r, 0, sizeof r);
             r.a = int32_t(rng() % 100);
-            for (int k = 0; k < 7; ++k) r.b[k] = char('a' + rng() % 4);
-            r.c = rng();
+            for (int k = 0; k < 7; ++k) r.b[k] = char('a' + rng() % 26);
+            const uint64_t c = rng();
+            std::memcpy(r.c, &c, 8);
             r.no = uint32_t(i);
         }
     }
@@ -60,7 +61,10 @@ int recCompare(const Rec &x, const Rec &y) {
     const int c = std::strncmp(x.b, y.b, 8);
     if (c != 0) return c;
     if (x.a != y.a) return x.a > y.a ? -1 : 1;  // descending
-    return x.c < y.c ? -1 : (x.c > y.c ? 1 : 0);
+    uint64_t xc, yc;
+    std::memcpy(&xc, x.c, 8);
+    std::memcpy(&yc, y.c, 8);
+    return xc < yc ? -1 : (xc > yc ? 1 : 0);
 }
 
 // Sorts n records with `pages` pages a cache and reads them all back.
@@ -163,7 +167,9 @@ void BM_GnuSortBounded(benchmark::State &state) {
         FILE *f = std::fopen(in.c_str(), "w");
         if (f == nullptr) std::abort();
         for (const Rec &r : records(n)) {
-            std::fprintf(f, "%.8s|%03d|%020llu|%u\n", r.b, 99 - r.a, (unsigned long long)r.c, r.no);
+            uint64_t c;
+            std::memcpy(&c, r.c, 8);
+            std::fprintf(f, "%.8s|%03d|%020llu|%u\n", r.b, 99 - r.a, (unsigned long long)c, r.no);
         }
         std::fclose(f);
     }

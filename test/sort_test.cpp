@@ -164,14 +164,15 @@ TEST_F(SortStart, PageGeometry) {
     EXPECT_EQ(s.recFile.len, 8192u);
     EXPECT_EQ(s.rcache.perPage, 1u);
     ASSERT_EQ(b_sortComplete(&s), sOKAY);
-    // 8-byte records: (4096 - 4) / 8 = 511 a page, as in the index.
+    // 8-byte records: (4096 - 4) / 8 = 511 a page. Index slots are 16 bytes,
+    // the record number and the key prefix: 255 a page.
     SORTDESCR small{nullptr, nullptr, 1, 8, 0, 0, SORT_TYPE_UINT64};
     ASSERT_EQ(b_sortStart(&s, 1, &small), sOKAY);
     EXPECT_EQ(s.rcache.size, 8u);
     EXPECT_EQ(s.recFile.len, 4096u);
     EXPECT_EQ(s.rcache.perPage, 511u);
-    EXPECT_EQ(s.icache.size, 8u);
-    EXPECT_EQ(s.icache.perPage, 511u);
+    EXPECT_EQ(s.icache.size, 16u);
+    EXPECT_EQ(s.icache.perPage, 255u);
     EXPECT_EQ(s.indFile.len, 4096u);
     b_sortTerm(&s);
 }

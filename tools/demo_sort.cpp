@@ -50,7 +50,7 @@ int zb_demo_sort(FILE *out) {
     int failed = b_sortStart(&s, 3, f) != sOKAY;
     std::fprintf(out,
                  "16-byte records, by name then by score descending; geometry: slots of %u "
-                 "bytes,\n%u a %u-byte record page, %u 8-byte numbers an index page\n",
+                 "bytes,\n%u a %u-byte record page, %u 16-byte slots an index page\n",
                  s.rcache.size, s.rcache.perPage, s.recFile.len, s.icache.perPage);
     for (const zb_demo_sort_rec &r : recs) failed |= b_sortStore(&s, &r) != sOKAY;
     // The pages as they sit in the caches, before the sort moves anything.
@@ -68,12 +68,15 @@ int zb_demo_sort(FILE *out) {
     failed |= b_sortComplete(&s) != sOKAY;
     if (b_cacheGetEntry(&s.icache.cache, 0, &page, &h) == sOKAY) {
         const auto *p = static_cast<const SORT_PAGE *>(page)->data;
-        std::fprintf(out, "  index page 0 after the sort: record numbers in key order\n");
+        std::fprintf(out,
+                     "  index page 0 after the sort: record numbers in key order, each with\n"
+                     "  its key prefix (the name's bytes, then the score's, complemented)\n");
         for (int i = 0; i < 3; ++i) {
             uint64_t no;
-            std::memcpy(&no, p + 8 * i, 8);
+            std::memcpy(&no, p + 16 * i, 8);
             const std::string what = "slot " + std::to_string(i) + ": record " + std::to_string(no);
-            zb_demo_sort_hex(out, p + 8 * i, size_t(8 * i), 8, what.c_str());
+            zb_demo_sort_hex(out, p + 16 * i, size_t(16 * i), 8, what.c_str());
+            zb_demo_sort_hex(out, p + 16 * i + 8, size_t(16 * i + 8), 8, "  its prefix");
         }
         b_cacheReleaseEntry(&s.icache.cache, h, ZEL_FALSE);
     }

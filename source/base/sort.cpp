@@ -1,7 +1,7 @@
 /*
  * sort.cpp - the external sort: records in a paged record file, their
  * numbers in a paged index file, and an iterative three-way quicksort that
- * permutes only the 8-byte index slots.
+ * permutes only the 16-byte index slots: a record number and a key prefix.
  *
  * The one idea is that nothing is merged: both files are paged through a
  * block cache of `maxentries` pages, which keeps the working set in memory
@@ -15,7 +15,7 @@
  *   OFFSET  SIZE        MEANING
  *   0       4           modified: written by the zapper when set
  *   4       4           filler
- *   8       len         slots of `size` bytes; index pages 511 x 8 = 4088
+ *   8       len         slots of `size` bytes; index pages 255 x 16 = 4080
  *   8+len   3           slack of the allocation (len + 11 bytes)
  */
 #include "sort.h"
@@ -34,16 +34,16 @@ static_assert(sizeof(SORT_INDEX) == 8);
 
 namespace {
 
-constexpr uint32_t kIndexSlot = 8;
-constexpr uint32_t kIndexPerPage = 511;
+constexpr uint32_t kIndexSlot = 16;  // the record number, then the key prefix
+constexpr uint32_t kIndexPerPage = 255;
 constexpr uint32_t kPageGrain = 4096;
 constexpr uint32_t kPageReserved = 4;  // a page holds (len - 4) / size slots
 constexpr uint32_t kPageExtra = 11;    // allocated past the page's length
 constexpr uint32_t kListGrowth = 20;
 constexpr uint64_t kNoPage = ~uint64_t{0};
-static_assert(kIndexPerPage * kIndexSlot == kPageGrain - 8 &&
+static_assert(kIndexPerPage * kIndexSlot == kPageGrain - 16 &&
                   kIndexPerPage == (kPageGrain - kPageReserved) / kIndexSlot,
-              "an index page uses 4088 bytes of 4096");
+              "an index page uses 4080 bytes of 4096");
 
 // Loads of a field: the type's width, through memcpy; a field shorter than
 // its type reads as if zero-filled, never past its end.
@@ -255,6 +255,169 @@ ZEL_RETCODE sortGetSlot(CACHE_INFO *ci, SLOT_INFO *si, SORT_INDEX id, unsigned c
     return sOKAY;
 }
 
+// ---- The key prefix.
+//
+// Each index slot carries, after the record number, the first 8 bytes of an
+// image of the record's keys whose unsigned big-endian order is the keys'
+// order by the type table: integers with the sign bit flipped, unsigned
+// numbers, dates and times as they are, the time word of a time with zone,
+// uuid bytes, the bytes of a char up to its NUL and of a byte string up to
+// its length, then zeros; a descending key complemented. Two prefixes that
+// differ decide a compare without the records; equal ones fall back to them,
+// unless every key lies wholly in the prefix. The image stops at a key it
+// cannot order this way (floating, decimal, a caller's compare). Records
+// with equal keys come out in no guaranteed order, so the ties the prefix
+// settles differently from the records change nothing one may rely on.
+
+struct SortPrefix {
+    unsigned char b[8] = {};
+    uint32_t used = 0;
+    bool exact = true;  // every key wholly in the prefix
+};
+
+template <class U>
+void sortPrefixPut(SortPrefix *px, U v, uint32_t width) {
+    for (uint32_t i = 0; i < width && px->used < 8; ++i)
+        px->b[px->used++] = static_cast<unsigned char>(v >> (8 * (width - 1 - i)));
+}
+
+// Appends the image of one key; false when the image must stop here.
+bool sortPrefixKey(const B_SORT_T *s, const SORT_KEY_DESCR &k, const unsigned char *rec,
+                   SortPrefix *px) {
+    if (k.pCmpFcn != nullptr || k.pGCmpFcn != nullptr) return false;
+    if (k.index == kRowChar && s->pStrncmp != nullptr) return false;
+    if (k.index == kRowInt8 && s->pWStrncmp != nullptr) return false;
+    const unsigned char *p = rec != nullptr ? rec + k.offset : nullptr;
+    const uint32_t start = px->used, room = 8 - px->used;
+    uint32_t width = 0;
+    bool whole = true;
+    switch (sortTypeTable[k.index].type) {
+        case SORT_TYPE_INT8:
+            width = 1;
+            break;
+        case SORT_TYPE_INT16:
+            width = 2;
+            break;
+        case SORT_TYPE_INT32:
+            width = 4;
+            break;
+        case SORT_TYPE_INT64:
+            width = 8;
+            break;
+        case SORT_TYPE_UINT8:
+            width = 1;
+            break;
+        case SORT_TYPE_UINT16:
+            width = 2;
+            break;
+        case SORT_TYPE_UINT32:
+        case SORT_TYPE_DATE:
+        case SORT_TYPE_TIME:
+        case SORT_TYPE_TIMETZ:
+            width = 4;
+            break;
+        case SORT_TYPE_UINT64:
+        case SORT_TYPE_ROWID:
+        case SORT_TYPE_TIMESTAMP:
+        case SORT_TYPE_TIMESTAMPTZ:
+            width = 8;
+            break;
+        case SORT_TYPE_UUID:
+        case SORT_TYPE_CHAR:
+            width = k.len;
+            break;
+        case SORT_TYPE_BYTES:
+            width = k.len < 4 ? 0 : k.len - 4;
+            whole = false;  // equal bytes of unequal lengths differ
+            break;
+        default:
+            return false;  // floating, decimal, no value
+    }
+    if (width > room) whole = false;
+    if (p != nullptr) {
+        switch (sortTypeTable[k.index].type) {
+            case SORT_TYPE_INT8:
+                sortPrefixPut(px, uint8_t(sortLoad<int8_t>(p, k.len) ^ 0x80), 1);
+                break;
+            case SORT_TYPE_INT16:
+                sortPrefixPut(px, uint16_t(sortLoad<int16_t>(p, k.len) ^ 0x8000), 2);
+                break;
+            case SORT_TYPE_INT32:
+                sortPrefixPut(px, uint32_t(sortLoad<int32_t>(p, k.len)) ^ 0x80000000u, 4);
+                break;
+            case SORT_TYPE_INT64:
+                sortPrefixPut(px, uint64_t(sortLoad<int64_t>(p, k.len)) ^ (uint64_t{1} << 63), 8);
+                break;
+            case SORT_TYPE_UINT8:
+                sortPrefixPut(px, sortLoad<uint8_t>(p, k.len), 1);
+                break;
+            case SORT_TYPE_UINT16:
+                sortPrefixPut(px, sortLoad<uint16_t>(p, k.len), 2);
+                break;
+            case SORT_TYPE_UINT32:
+            case SORT_TYPE_DATE:
+            case SORT_TYPE_TIME:
+            case SORT_TYPE_TIMETZ:
+                sortPrefixPut(px, sortLoad<uint32_t>(p, k.len), 4);
+                break;
+            case SORT_TYPE_UINT64:
+            case SORT_TYPE_ROWID:
+                sortPrefixPut(px, sortLoad<uint64_t>(p, k.len), 8);
+                break;
+            case SORT_TYPE_TIMESTAMP:
+            case SORT_TYPE_TIMESTAMPTZ: {
+                const uint64_t v = sortLoad<uint64_t>(p, k.len);  // first word, then second
+                sortPrefixPut(px, uint32_t(v), 4);
+                sortPrefixPut(px, uint32_t(v >> 32), 4);
+                break;
+            }
+            case SORT_TYPE_UUID:
+                for (uint32_t i = 0; i < width && px->used < 8; ++i) px->b[px->used++] = p[i];
+                break;
+            case SORT_TYPE_CHAR: {
+                bool ended = false;
+                for (uint32_t i = 0; i < width && px->used < 8; ++i) {
+                    ended = ended || p[i] == 0;
+                    px->b[px->used++] = ended ? 0 : p[i];
+                }
+                break;
+            }
+            default: {  // bytes: the length capped by the room, then the bytes
+                uint32_t n = sortLoad<uint32_t>(p, 4);
+                if (n > width) n = width;
+                for (uint32_t i = 0; i < width && px->used < 8; ++i)
+                    px->b[px->used++] = i < n ? p[4 + i] : 0;
+                break;
+            }
+        }
+        if (k.desc) {
+            for (uint32_t i = start; i < px->used; ++i)
+                px->b[i] = static_cast<unsigned char>(~px->b[i]);
+        }
+    } else {
+        px->used = width > room ? 8 : start + width;
+    }
+    return whole;
+}
+
+// The prefix of `rec`; with rec null only whether prefixes decide ties.
+SortPrefix sortPrefixOf(const B_SORT_T *s, const unsigned char *rec) {
+    SortPrefix px;
+    for (uint32_t k = 0; k < s->numkeyfields; ++k) {
+        if (px.used == 8 || !sortPrefixKey(s, s->keyinfo[k], rec, &px)) {
+            px.exact = false;
+            break;
+        }
+    }
+    return px;
+}
+
+inline uint64_t sortPrefixValue(const unsigned char *slot) {
+    uint64_t v = 0;
+    for (int i = 0; i < 8; ++i) v = v << 8 | slot[8 + i];
+    return v;
+}
+
 // ---- The quicksort.
 
 int sortCompare(const B_SORT_T *s, const unsigned char *a, const unsigned char *b) {
@@ -325,16 +488,27 @@ void sortReleaseAll(B_SORT_T *s, SortSlots *h) {
 }
 
 // One three-way partition of index slots lo..hi around the record that slot
-// (lo + hi) / 2 refers to; pushes the parts that still need sorting.
-ZEL_RETCODE sortPartition(B_SORT_T *s, SortSlots *h, int64_t lo, int64_t hi) {
+// (lo + hi) / 2 refers to, the prefixes deciding where they differ (and,
+// when `exact`, where they are equal); pushes the parts left to sort.
+ZEL_RETCODE sortPartition(B_SORT_T *s, SortSlots *h, int64_t lo, int64_t hi, bool exact) {
     unsigned char *p = nullptr, *q = nullptr, *pivot = nullptr, *rec = nullptr;
     ZEL_CHECK(sortGetSlot(&s->icache, &h->index, static_cast<SORT_INDEX>((lo + hi) >> 1), &p));
-    ZEL_CHECK(sortGetSlot(&s->rcache, &h->pivot, sortLoadIndex(p), &pivot));
+    const SORT_INDEX pivotNo = sortLoadIndex(p);
+    const uint64_t pivotPrefix = sortPrefixValue(p);
+    ZEL_CHECK(sortGetSlot(&s->rcache, &h->pivot, pivotNo, &pivot));
     int64_t i = lo, lt = lo, gt = hi;
     while (i <= gt) {
         ZEL_CHECK(sortGetSlot(&s->icache, &h->index, static_cast<SORT_INDEX>(i), &p));
-        ZEL_CHECK(sortGetSlot(&s->rcache, &h->record, sortLoadIndex(p), &rec));
-        const int c = rec == pivot ? 0 : sortCompare(s, rec, pivot);
+        const uint64_t prefix = sortPrefixValue(p);
+        int c;
+        if (prefix != pivotPrefix) {
+            c = prefix < pivotPrefix ? -1 : 1;
+        } else if (exact || sortLoadIndex(p) == pivotNo) {
+            c = 0;
+        } else {
+            ZEL_CHECK(sortGetSlot(&s->rcache, &h->record, sortLoadIndex(p), &rec));
+            c = sortCompare(s, rec, pivot);
+        }
         if (c > 0) {
             if (i != gt) {
                 ZEL_CHECK(sortGetSlot(&s->icache, &h->other, static_cast<SORT_INDEX>(gt), &q));
@@ -512,7 +686,9 @@ ZEL_RETCODE b_sortStore(B_SORT_T *sort, const void *sortrec) {
     sortRelease(&s->rcache, &si);
     if ((rc = sortGetSlot(&s->icache, &si, s->nextSlot, &p)) != sOKAY) return sortFail(s, rc);
     si.entry->modified = ZEL_TRUE;
-    std::memcpy(p, &s->nextSlot, kIndexSlot);
+    std::memcpy(p, &s->nextSlot, sizeof(SORT_INDEX));
+    std::memcpy(p + sizeof(SORT_INDEX),
+                sortPrefixOf(s, static_cast<const unsigned char *>(sortrec)).b, 8);
     sortRelease(&s->icache, &si);
     s->nextSlot++;
     return sOKAY;
@@ -529,9 +705,10 @@ ZEL_RETCODE b_sortComplete(B_SORT_T *sort) {
     s->list_next = 0;
     ZEL_RETCODE rc = sortPush(s, 0, s->nextSlot - 1);
     SortSlots held;
+    const bool exact = sortPrefixOf(s, nullptr).exact;
     while (rc == sOKAY && s->list_next > 0) {
         const SORT_LIST r = s->list[--s->list_next];
-        rc = sortPartition(s, &held, static_cast<int64_t>(r.lo), static_cast<int64_t>(r.hi));
+        rc = sortPartition(s, &held, static_cast<int64_t>(r.lo), static_cast<int64_t>(r.hi), exact);
     }
     sortReleaseAll(s, &held);
     if (rc != sOKAY) return sortFail(s, rc);

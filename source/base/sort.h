@@ -1,7 +1,8 @@
 /*
  * sort.h - external sort of fixed-size records that may not fit in memory.
  * Records stay where they were stored, in a paged record file; a second
- * paged file holds the array of record numbers that a quicksort permutes.
+ * paged file holds the array of record numbers that a quicksort permutes,
+ * each with an 8-byte prefix of its keys that settles most compares.
  * Both are paged through block caches of `maxentries` pages each, spilling
  * to two temporary files only when the pages outgrow them. Sorted reading
  * follows the index. Records with equal keys come out in no guaranteed
