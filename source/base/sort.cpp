@@ -382,7 +382,8 @@ bool sortPrefixKey(const B_SORT_T *s, const SORT_KEY_DESCR &k, const unsigned ch
                 }
                 break;
             }
-            default: {  // bytes: the length capped by the room, then the bytes
+            default: {                 // bytes: the length capped by the room, then the bytes
+                if (k.len < 4) break;  // no room for the length: no bytes
                 uint32_t n = sortLoad<uint32_t>(p, 4);
                 if (n > width) n = width;
                 for (uint32_t i = 0; i < width && px->used < 8; ++i)
