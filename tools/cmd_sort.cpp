@@ -40,8 +40,8 @@ struct zb_sort_field {
     SORTDESCR d;
 };
 
-bool zb_sort_parse_field(const char *spec, uint32_t keyno, uint32_t *offset, zb_sort_field *f) {
-    std::string s = spec, name = s.substr(0, s.find(':'));
+bool zb_sort_parse_field(const char *text, uint32_t keyno, uint32_t *offset, zb_sort_field *f) {
+    std::string s = text, name = s.substr(0, s.find(':'));
     f->t = nullptr;
     for (const zb_sort_type &t : kZbSortTypes)
         if (name == t.name) f->t = &t;

@@ -119,10 +119,10 @@ def value(kind):
     raise ValueError(kind)
 
 
-def layout(spec):
+def layout(shape):
     """Fields at 8-aligned-enough offsets: (kind, offset, keyno, desc)."""
     fields, off = [], 0
-    for kind, keyno, desc in spec:
+    for kind, keyno, desc in shape:
         n = TYPES[kind][1]
         align = 4 if n >= 4 else n
         off = (off + align - 1) // align * align
@@ -131,8 +131,8 @@ def layout(spec):
     return fields, off
 
 
-def write(name, spec, count):
-    fields, size = layout(spec)
+def write(name, shape, count):
+    fields, size = layout(shape)
     keys = sorted((f for f in fields if f[2]), key=lambda f: f[2])
     records, images = [], []
     for no in range(count):
