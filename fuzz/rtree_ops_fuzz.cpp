@@ -68,8 +68,7 @@ std::vector<int32_t> box(Reader &r, uint32_t d) {
     std::vector<int32_t> b(2 * d);
     for (uint32_t i = 0; i < d; ++i) {
         b[i] = r.coord();
-        b[d + i] = b[i] + (r.byte() % 8);
-        if (b[d + i] < b[i]) b[d + i] = b[i];
+        b[d + i] = static_cast<int32_t>(std::min<int64_t>(int64_t{b[i]} + r.byte() % 8, INT32_MAX));
     }
     return b;
 }
