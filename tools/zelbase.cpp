@@ -40,6 +40,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Lexer and JSON reader", zb_demo_lex},
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
+    {"Key/value strings and options", zb_demo_keyvalue},
     {"Ordered index and block cache", zb_demo_btree},
 };
 
@@ -119,6 +120,11 @@ constexpr Command kCommands[] = {
      zb_cmd_cmdline},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"kv", "[--case] STRING", "a key/value option string: keys, elements, every typed getter",
+     zb_cmd_kv},
+    {"options", "[--scope S] [--words]",
+     "the option keywords: scope, serial, class, kind, default, bounds; word tables",
+     zb_cmd_options},
 };
 
 // What the tool is, and its commands, for its usage.
