@@ -41,8 +41,24 @@ ZEL_COMPARE kv_compareCase(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node,
     return kv_fold(psp_strcmp(kv_keyOf(lookup), kv_keyOf(node)));
 }
 
+constexpr int kv_lower(char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return u >= 'A' && u <= 'Z' ? u + 32 : u;
+}
+
+// psp_strcasecmp's order, in line: the tree's compare is the map's hottest
+// loop, and keys mostly agree byte for byte up to where they differ.
 ZEL_COMPARE kv_compareNoCase(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node, void *) {
-    return kv_fold(psp_strcasecmp(kv_keyOf(lookup), kv_keyOf(node)));
+    const char *a = kv_keyOf(lookup);
+    const char *b = kv_keyOf(node);
+    for (;; ++a, ++b) {
+        if (*a == *b) {
+            if (*a == '\0') return ZEL_EQ;
+            continue;
+        }
+        const int c = kv_lower(*a) - kv_lower(*b);
+        if (c != 0) return kv_fold(c);
+    }
 }
 
 const B_KV *kv_find(const B_KEYVALUE_T *kv, const char *key) {
@@ -67,8 +83,10 @@ const char *kv_text(const B_KV_ELEM *elem) {
 
 // ---- The scratch of one pair.
 
-// Element flags, one byte before each element's text in the scratch.
+// In the scratch each element's text follows a head of a flag byte and the
+// text's length; a null element has the head only.
 enum : uint8_t { kElemNull = 0, kElemPlain = 1, kElemQuoted = 2 };
+constexpr size_t kElemHead = 1 + sizeof(size_t);
 
 // Bytes on the stack first, tag memory past them.
 class KvScratch {
@@ -130,6 +148,9 @@ struct KvParser {
     B_LEX_T lex;
     KvScratch scratch;
     B_TOKEN tok;
+    size_t keyLen = 0;    // the key, terminated, starts the scratch
+    uint32_t elems = 0;   // elements of the pair gathered so far
+    size_t textSize = 0;  // their texts, with terminators
 
     explicit KvParser(B_KEYVALUE_T *map) : kv(map), lex(), scratch(map->subTag), tok() {}
 
@@ -172,13 +193,16 @@ ZEL_RETCODE KvParser::number(size_t start, bool minus) {
 }
 
 // The elements of one value, up to ";" or the end, appended to the scratch
-// after the key: a flag byte, then for a non-null element its terminated text.
+// after the key: a head, then for a non-null element its terminated text.
 ZEL_RETCODE KvParser::value() {
+    static constexpr char kNoHead[kElemHead] = {};
     ZEL_RETCODE rc;
-    uint32_t count = 0;
+    elems = 0;
+    textSize = 0;
     for (;;) {
         const size_t flag = scratch.size();
-        ZEL_CHECK(rc = scratch.put(static_cast<char>(kElemPlain)));
+        ZEL_CHECK(rc = scratch.append(kNoHead, kElemHead));
+        scratch.data()[flag] = static_cast<char>(kElemPlain);
         const size_t start = scratch.size();
         bool tokens = false;
         bool afterIdentifier = false;
@@ -241,15 +265,15 @@ ZEL_RETCODE KvParser::value() {
             tokens = true;
             afterIdentifier = type == tokIDENTIFIER;
         }
-        ++count;
-        if (tokens) {
-            ZEL_CHECK(rc = scratch.put('\0'));
-        } else if (tok.type == tokCOMMA) {
-            scratch.data()[flag] = static_cast<char>(kElemNull);  // null before a comma
-        } else if (count > 1) {
-            return eINVKEYVALUE;  // "k=a,": a list may not end empty
+        ++elems;
+        const size_t len = scratch.size() - start;
+        if (tokens || tok.type != tokCOMMA) {
+            if (!tokens && elems > 1) return eINVKEYVALUE;  // "k=a,": a list may not end empty
+            ZEL_CHECK(rc = scratch.put('\0'));              // "k=" alone: one empty element
+            std::memcpy(scratch.data() + flag + 1, &len, sizeof len);
+            textSize += len + 1;
         } else {
-            ZEL_CHECK(rc = scratch.put('\0'));  // "k=": one empty element
+            scratch.data()[flag] = static_cast<char>(kElemNull);  // null before a comma
         }
         if (tok.type != tokCOMMA) return sOKAY;
     }
@@ -259,40 +283,32 @@ ZEL_RETCODE KvParser::value() {
 // an equal key's pair, which is freed.
 ZEL_RETCODE KvParser::store() {
     const char *src = scratch.data();
-    const size_t keyLen = std::strlen(src);
-    uint32_t count = 0;
-    size_t texts = keyLen + 1;
-    for (size_t at = keyLen + 1; at < scratch.size(); ++count) {
-        const bool null = src[at++] == static_cast<char>(kElemNull);
-        if (null) continue;
-        const size_t n = std::strlen(src + at) + 1;
-        texts += n;
-        at += n;
-    }
-    const size_t head = sizeof(B_KV) + count * sizeof(B_KV_ELEM);
+    const size_t head = sizeof(B_KV) + elems * sizeof(B_KV_ELEM);
     void *block = nullptr;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAlloc(kv->subTag, head + texts, &block));
+    ZEL_CHECK(rc = b_tag_subAlloc(kv->subTag, head + keyLen + 1 + textSize, &block));
     auto *pair = static_cast<B_KV *>(block);
     pair->avlNode = B_AVL_NODE_T{};
-    pair->num_elems = count;
+    pair->num_elems = elems;
     pair->elems = reinterpret_cast<B_KV_ELEM *>(static_cast<char *>(block) + sizeof(B_KV));
     char *out = static_cast<char *>(block) + head;
     std::memcpy(out, src, keyLen + 1);
     pair->key = out;
     out += keyLen + 1;
     size_t at = keyLen + 1;
-    for (uint32_t i = 0; i < count; ++i) {
-        const char flag = src[at++];
+    for (uint32_t i = 0; i < elems; ++i) {
+        const char flag = src[at];
+        size_t n = 0;
+        std::memcpy(&n, src + at + 1, sizeof n);
+        at += kElemHead;
         B_KV_ELEM &e = pair->elems[i];
         e.needs_quotes = flag == static_cast<char>(kElemQuoted) ? ZEL_TRUE : ZEL_FALSE;
         e.data = nullptr;
         if (flag == static_cast<char>(kElemNull)) continue;
-        const size_t n = std::strlen(src + at) + 1;
-        std::memcpy(out, src + at, n);
+        std::memcpy(out, src + at, n + 1);
         e.data = out;
-        out += n;
-        at += n;
+        out += n + 1;
+        at += n + 1;
     }
     if (b_avlAdd(&kv->avl, &pair->avlNode) == eDUPLICATE) {
         // The last of equal keys wins.
@@ -309,8 +325,10 @@ ZEL_RETCODE KvParser::run() {
         if (tok.type == tokSEMI) continue;
         if (tok.type == tokEOS) return sOKAY;
         if (tok.type != tokIDENTIFIER && tok.type != tokSTRING) return refuse();
+        keyLen = tok.type == tokIDENTIFIER ? lex.tokpos : std::strlen(text());
         scratch.truncate(0);
-        ZEL_CHECK(rc = scratch.append(text(), std::strlen(text()) + 1));
+        ZEL_CHECK(rc = scratch.append(text(), keyLen));
+        ZEL_CHECK(rc = scratch.put('\0'));
         ZEL_CHECK(rc = next());
         if (tok.type != tokEQ) return refuse();
         ZEL_CHECK(rc = value());
@@ -416,11 +434,14 @@ ZEL_RETCODE b_keyvalueInit(B_KEYVALUE_T *kv, const char *str, ZEL_BOOL_T use_cas
 
 void b_keyvalueTerm(B_KEYVALUE_T *kv) {
     if (kv == nullptr || kv->subTag == nullptr) return;
-    for (B_AVL_NODE_T *n = b_avlDeleteFirst(&kv->avl); n != nullptr;
-         n = b_avlDeleteFirst(&kv->avl)) {
+    // In order, each pair freed once its successor is known: a successor is
+    // found through its own links and those of later pairs only.
+    for (B_AVL_NODE_T *n = b_avlFirst(&kv->avl); n != nullptr;) {
+        B_AVL_NODE_T *next = b_avlNext(n);
         b_tag_subFree(kv->subTag, n);
+        n = next;
     }
-    b_avlTerm(&kv->avl);
+    b_avlInit(&kv->avl, kv->avl.cmpfcn, nullptr);
 }
 
 // ---- Getters.
