@@ -11,6 +11,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "keyvalue.h"
 #include "log.h"
@@ -120,6 +121,16 @@ TEST(OptionKeys, FoundInEveryCase) {
             EXPECT_EQ(found, &keys[i]) << k;
         }
     }
+    // A caller's copy of the table goes the general way: a binary search,
+    // then the scan that finds "gsvtype".
+    const std::vector<ZEL_CONFIG_OPT_KEY> copy(keys, keys + n);
+    for (uint32_t i = 0; i < n; ++i) {
+        const ZEL_CONFIG_OPT_KEY *found = nullptr;
+        ASSERT_EQ(b_optionGetKey(keys[i].name, copy.data(), n, &found), sOKAY);
+        EXPECT_EQ(found, &copy[i]);
+    }
+    EXPECT_EQ(b_optionGetKey("time", copy.data(), n, nullptr), eINVOPTION);
+    EXPECT_EQ(b_optionGetKey(std::string(40, 'a').c_str(), keys, n, nullptr), eINVOPTION);
     EXPECT_EQ(b_optionGetKey("TIMEOUT", keys, n, nullptr), sOKAY);
     EXPECT_EQ(b_optionGetKey("time", keys, n, nullptr), eINVOPTION);
     EXPECT_EQ(b_optionGetKey("", keys, n, nullptr), eINVOPTION);

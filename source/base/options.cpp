@@ -8,7 +8,7 @@
  * or compared and refused), so one table serves both directions.
  *
  * Kept, as stored settings and callers rely on them: "gsvtype" sits out of
- * order after "tcp" (the search falls back to a scan for it); "READWRITE",
+ * order after "tcp" (searched through an index in name order); "READWRITE",
  * "SERVER" and "REMOTE" are read as aliases and never written; the isolation
  * levels REPEATABLE_READ and SNAPSHOT are written but not read; "buffer" is
  * compared as a row format and refused; a compression method other than LZMA
@@ -16,6 +16,7 @@
  */
 #include "options.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstddef>
@@ -313,6 +314,77 @@ const OptRow *opt_row(ZEL_OPTS value) {
     return nullptr;
 }
 
+// ---- The search.
+
+// A binary search by psp_strcasecmp, then, on a miss, a scan of every row:
+// deliberate, for a caller's table with a row out of order as the built-in
+// one has ("gsvtype").
+const ZEL_CONFIG_OPT_KEY *opt_search(const char *keyword, const ZEL_CONFIG_OPT_KEY *keys,
+                                     uint32_t n) {
+    uint32_t lo = 0, hi = n;
+    while (lo < hi) {
+        const uint32_t mid = lo + (hi - lo) / 2;
+        const int c = psp_strcasecmp(keyword, keys[mid].name);
+        if (c == 0) return &keys[mid];
+        if (c < 0) {
+            hi = mid;
+        } else {
+            lo = mid + 1;
+        }
+    }
+    for (uint32_t i = 0; i < n; ++i)
+        if (psp_strcasecmp(keyword, keys[i].name) == 0) return &keys[i];
+    return nullptr;
+}
+
+constexpr size_t kLongestName = [] {
+    size_t longest = 0;
+    for (const OptRow &r : kRows) longest = std::max(longest, std::string_view(r.key.name).size());
+    return longest;
+}();
+
+// The built-in rows in the order of their names, "gsvtype" included, so that
+// its binary search finds every name without the scan.
+constexpr auto kByName = [] {
+    std::array<uint8_t, kNumKeys> t{};
+    for (size_t i = 0; i < kNumKeys; ++i) t[i] = static_cast<uint8_t>(i);
+    std::sort(t.begin(), t.end(), [](uint8_t a, uint8_t b) {
+        return std::string_view(kRows[a].key.name) < std::string_view(kRows[b].key.name);
+    });
+    return t;
+}();
+
+// For each first character, the range of kByName that starts with it: the
+// binary search begins inside it.
+struct OptRange {
+    uint8_t lo, hi;
+};
+constexpr auto kByFirst = [] {
+    std::array<OptRange, 256> t{};
+    for (size_t i = kNumKeys; i-- > 0;) {
+        OptRange &r = t[static_cast<uint8_t>(kRows[kByName[i]].key.name[0])];
+        if (r.hi == 0) r.hi = static_cast<uint8_t>(i + 1);
+        r.lo = static_cast<uint8_t>(i);
+    }
+    return t;
+}();
+
+// strcmp's order, in line: the texts differ early as a rule.
+int opt_strcmp(const char *a, const char *b) {
+    while (*a == *b && *a != '\0') ++a, ++b;
+    return static_cast<uint8_t>(*a) - static_cast<uint8_t>(*b);
+}
+
+constexpr bool opt_namesLowerCase() {
+    for (const OptRow &r : kRows)
+        for (const char *c = r.key.name; *c != '\0'; ++c)
+            if (*c >= 'A' && *c <= 'Z') return false;
+    return true;
+}
+// So a keyword folded once compares with the built-in names by strcmp, in
+// the order psp_strcasecmp gives.
+static_assert(opt_namesLowerCase());
+
 // ---- Text out.
 
 ZEL_RETCODE opt_copy(const char *text, size_t n, B_TAG_SUB subTag, char **out) {
@@ -420,21 +492,34 @@ ZEL_RETCODE b_optionGetKey(const char *keyword, const ZEL_CONFIG_OPT_KEY *opt_ke
                            uint32_t numKeys, const ZEL_CONFIG_OPT_KEY **okpp) {
     if (keyword == nullptr || opt_keys == nullptr) return eINVNULLARG;
     const ZEL_CONFIG_OPT_KEY *found = nullptr;
-    uint32_t lo = 0, hi = numKeys;
-    while (lo < hi && found == nullptr) {
-        const uint32_t mid = lo + (hi - lo) / 2;
-        const int c = psp_strcasecmp(keyword, opt_keys[mid].name);
-        if (c == 0) {
-            found = &opt_keys[mid];
-        } else if (c < 0) {
-            hi = mid;
-        } else {
-            lo = mid + 1;
+    if (opt_keys == zel_config_opts.data() && numKeys == kNumKeys) {
+        // The built-in table: the keyword folded once, then a binary search
+        // by plain compares over the rows in name order, which finds them all.
+        char folded[kLongestName + 1];
+        size_t n = 0;
+        for (; keyword[n] != '\0' && n < kLongestName; ++n) {
+            const char c = keyword[n];
+            folded[n] = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
         }
+        if (keyword[n] != '\0') return eINVOPTION;  // longer than any name
+        folded[n] = '\0';
+        const OptRange range = kByFirst[static_cast<uint8_t>(folded[0])];
+        uint32_t lo = range.lo, hi = range.hi;
+        while (lo < hi && found == nullptr) {
+            const uint32_t mid = lo + (hi - lo) / 2;
+            const ZEL_CONFIG_OPT_KEY *k = &opt_keys[kByName[mid]];
+            const int c = opt_strcmp(folded + 1, k->name + 1);
+            if (c == 0) {
+                found = k;
+            } else if (c < 0) {
+                hi = mid;
+            } else {
+                lo = mid + 1;
+            }
+        }
+    } else {
+        found = opt_search(keyword, opt_keys, numKeys);
     }
-    // Deliberate: a miss scans every row, for a row out of order ("gsvtype").
-    for (uint32_t i = 0; i < numKeys && found == nullptr; ++i)
-        if (psp_strcasecmp(keyword, opt_keys[i].name) == 0) found = &opt_keys[i];
     if (found == nullptr) return eINVOPTION;
     if (okpp != nullptr) *okpp = found;
     return sOKAY;
