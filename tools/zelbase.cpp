@@ -40,6 +40,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Lexer and JSON reader", zb_demo_lex},
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
+    {"Key/value strings and options", zb_demo_keyvalue},
     {"Ordered index and block cache", zb_demo_btree},
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
@@ -130,6 +131,11 @@ constexpr Command kCommands[] = {
      "where keys land in a block map or an array map", zb_cmd_map},
     {"sort", "--field TYPE[:LEN][:desc]... [--max-pages N] [--stats] [FILE]",
      "sort |-separated lines with the external sort; geometry, page traffic, memory", zb_cmd_sort},
+    {"kv", "[--case] STRING", "a key/value option string: keys, elements, every typed getter",
+     zb_cmd_kv},
+    {"options", "[--scope S] [--words]",
+     "the option keywords: scope, serial, class, kind, default, bounds; word tables",
+     zb_cmd_options},
 };
 
 // What the tool is, and its commands, for its usage.

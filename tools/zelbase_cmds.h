@@ -109,6 +109,7 @@ int zb_demo_queue(FILE *out);
 int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
+int zb_demo_keyvalue(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -142,6 +143,8 @@ int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_lex(int argc, char **argv);
 int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
+int zb_cmd_kv(int argc, char **argv);
+int zb_cmd_options(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -251,6 +254,12 @@ std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 // One token on one line: line:column, type, value, tokbuf, and "reserved"
 // for a reserved identifier.
 std::string zb_lex_token(const struct B_LEX_S *lex, const struct B_TOKEN_S &t);
+
+// A code's name ("sOKAY", "eRANGE"), or its number when it has none.
+std::string zb_kv_code(ZEL_RETCODE rc);
+// Every key of a key/value map in tree order: its elements, then each typed
+// getter's code and value, indented (cmd_kv.cpp).
+void zb_kv_print(FILE *out, const struct B_KEYVALUE_S *kv, B_TAG_SUB sub);
 
 // The pull walk of one JSON value, its events one a line indented by depth;
 // the reader's code.
