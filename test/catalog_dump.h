@@ -100,18 +100,17 @@ inline std::vector<std::string> cd_dump(SCH_INFO sch) {
             "table %u name=%s offset=%u type=%d drawer=%s maxrows=%llu cols=%u,%u,%u "
             "keys=%u,%u,%u refs=%u,%u pkey=%s avls=%u,%u byte_len=%u hvo=%u drawers=%s check=%s",
             ti->ndx, cd_or(ti->name).c_str(), ti->offset, ti->type, cd_drawer(ti->drawer).c_str(),
-            static_cast<unsigned long long>(ti->max_rows), ti->num_cols, ti->next_col,
-            ti->max_col, ti->num_keys, ti->next_key, ti->max_keys, ti->num_refs, ti->next_ref,
+            static_cast<unsigned long long>(ti->max_rows), ti->num_cols, ti->next_col, ti->max_col,
+            ti->num_keys, ti->next_key, ti->max_keys, ti->num_refs, ti->next_ref,
             ti->pkey ? std::to_string(ti->pkey->ndx).c_str() : "-", ti->num_avls, ti->next_avl,
             ti->byte_len, ti->has_value_off, drawers.empty() ? "-" : drawers.c_str(),
             check.c_str()));
         for (auto ci = sch_iterate_cols(ti, nullptr, ZEL_FORWARD); ci;
              ci = sch_iterate_cols(ti, ci, ZEL_FORWARD)) {
-            const std::string ref =
-                ci->ref ? cd_fmt("%u reftab=%u refcol=%u", ci->ref->ndx,
-                                 ci->reftab ? ci->reftab->ndx : 65535u,
-                                 ci->refcol ? ci->refcol->ndx : 65535u)
-                        : "-";
+            const std::string ref = ci->ref ? cd_fmt("%u reftab=%u refcol=%u", ci->ref->ndx,
+                                                     ci->reftab ? ci->reftab->ndx : 65535u,
+                                                     ci->refcol ? ci->refcol->ndx : 65535u)
+                                            : "-";
             out.push_back(cd_fmt(
                 "col %u.%u name=%s %s domain=%s notnull=%d cname=%s width=%u format=%s %s "
                 "keyid=%s key=%s usage=%u ptr=%u hvo=%u drawer=%s ref=%s",
@@ -148,8 +147,8 @@ inline std::vector<std::string> cd_dump(SCH_INFO sch) {
                 "ref %u.%u name=%s reftab=%u refkey=%u drawer=%s upd=%d del=%d cols=%s sort=%s "
                 "write=%d",
                 ti->ndx, ri->ndx, cd_or(ri->name).c_str(), ri->reftab ? ri->reftab->ndx : 65535u,
-                ri->refkey ? ri->refkey->ndx : 65535u, cd_drawer(ri->drawer).c_str(),
-                ri->on_update, ri->on_delete, cols.c_str(), sort.empty() ? "-" : sort.c_str(),
+                ri->refkey ? ri->refkey->ndx : 65535u, cd_drawer(ri->drawer).c_str(), ri->on_update,
+                ri->on_delete, cols.c_str(), sort.empty() ? "-" : sort.c_str(),
                 ri->requires_write));
         }
     }

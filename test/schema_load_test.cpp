@@ -279,8 +279,8 @@ TEST_F(Loader, OnlyTheLastReferenceIsLookedAt) {
     SCH_REF_INFO r0 = sch_get_ref_by_index(sch_table(sch, 1), 0);
     EXPECT_EQ(sch_ref_owner(r0), nullptr);  // not linked, and not reported
     EXPECT_EQ(sch_ref_owner(sch_get_ref_by_index(sch_table(sch, 1), 1)), sch_table(sch, 1));
-    std::string swapped = ref(0, R"("otabid":"1","pkeyid":"0",)") + "," +
-                          ref(1, R"("otabid":"9","pkeyid":"0",)");
+    std::string swapped =
+        ref(0, R"("otabid":"1","pkeyid":"0",)") + "," + ref(1, R"("otabid":"9","pkeyid":"0",)");
     EXPECT_EQ(load(fill(kOneTable, {kCols, kPkey, swapped})), eBADCAT);
 }
 
@@ -293,8 +293,8 @@ TEST_F(Loader, AReferenceStopsAtItsFirstFailure) {
     SCH_REF_INFO r0 = sch_get_ref_by_index(sch_table(sch, 1), 0);
     EXPECT_EQ(sch_ref_key(r0), nullptr);
     EXPECT_EQ(sch_ref_col(r0, 0), nullptr);
-    const std::string lastBad = ref(0, R"("otabid":"1","pkeyid":"0",)") + "," +
-                                ref(1, R"("otabid":"1","pkeyid":"1",)");
+    const std::string lastBad =
+        ref(0, R"("otabid":"1","pkeyid":"0",)") + "," + ref(1, R"("otabid":"1","pkeyid":"1",)");
     EXPECT_EQ(load(fill(kOneTable, {kCols, kPkey, lastBad})), eBADCAT);
 }
 
@@ -319,8 +319,10 @@ TEST_F(Loader, DoubledTypeWordsReadTheFirstRow) {
         const char *word;
         ZEL_BOOL_T unicode;
         ZEL_TYPE want;
-    } rows[] = {{"wchar", ZEL_TRUE, ZEL_WCHAR},        {"wchar", ZEL_FALSE, ZEL_WCHAR_UTF8},
-                {"wvarchar", ZEL_TRUE, ZEL_WVARCHAR},  {"wvarchar", ZEL_FALSE, ZEL_WVARCHAR_UTF8},
+    } rows[] = {{"wchar", ZEL_TRUE, ZEL_WCHAR},
+                {"wchar", ZEL_FALSE, ZEL_WCHAR_UTF8},
+                {"wvarchar", ZEL_TRUE, ZEL_WVARCHAR},
+                {"wvarchar", ZEL_FALSE, ZEL_WVARCHAR_UTF8},
                 {"WCHAR", ZEL_TRUE, ZEL_WCHAR}};
     for (const auto &r : rows) {
         ASSERT_EQ(load(fill(kOneTable, {fill(cols, {r.word}), kPkey, ""}), r.unicode), sOKAY);
@@ -554,21 +556,20 @@ TEST_F(Loader, OutOfMemoryFoldsAndLeaksNothing) {
     const std::vector<std::string> want = cd_dump(sch);
     sch_destroy(sch);
     sch = nullptr;
-    const int runs = oom_check(
-        master, {sub},
-        [&] {
-            SCH_INFO out = nullptr;
-            const ZEL_RETCODE rc =
-                sch_read_database_schema_buffer(&out, text.c_str(), ZEL_FALSE, sub, master);
-            if (rc == sOKAY) {
-                EXPECT_EQ(cd_dump(out), want);
-                sch_destroy(out);
-            } else {
-                EXPECT_EQ(out, nullptr);
-            }
-            return rc;
-        },
-        {eBADCAT});
+    const int runs = oom_check(master, {sub},
+                               [&] {
+                                   SCH_INFO out = nullptr;
+                                   const ZEL_RETCODE rc = sch_read_database_schema_buffer(
+                                       &out, text.c_str(), ZEL_FALSE, sub, master);
+                                   if (rc == sOKAY) {
+                                       EXPECT_EQ(cd_dump(out), want);
+                                       sch_destroy(out);
+                                   } else {
+                                       EXPECT_EQ(out, nullptr);
+                                   }
+                                   return rc;
+                               },
+                               {eBADCAT});
     EXPECT_GT(runs, 100);
 }
 

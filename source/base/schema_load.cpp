@@ -295,8 +295,7 @@ constexpr SCHLOAD_ELEM_ITEM kDrawerItems[] = {
     sl_row("dwrid", sl_drawer_dwrid),
     sl_row("tabid", sl_digits<sl_di, sch_drawer_set_source_table, 65534>),
     sl_row("srcid", sl_num<sl_di, sch_drawer_set_source_item, 0, 65534>),
-    sl_row("type",
-           sl_word<sl_di, sch_drawer_set_type, drawer_type_items, DRAWER_TYPE_ITEMS_COUNT>),
+    sl_row("type", sl_word<sl_di, sch_drawer_set_type, drawer_type_items, DRAWER_TYPE_ITEMS_COUNT>),
 };
 
 // ---- Domains.
@@ -449,8 +448,7 @@ constexpr SCHLOAD_ELEM_ITEM kElemItems[] = {
     // Kept: "colid" of an element is a string of digits, of a column a
     // number; stored catalogues have them so.
     sl_row("colid", sl_digits<sl_ei, sch_elem_set_col, 65535>),
-    sl_row("order",
-           sl_word<sl_ei, sch_elem_set_order, direction_items, DIRECTION_ITEMS_COUNT>),
+    sl_row("order", sl_word<sl_ei, sch_elem_set_order, direction_items, DIRECTION_ITEMS_COUNT>),
 };
 
 ZEL_RETCODE sl_elem(SCHLOAD *sl, B_JSON_T *json) {
@@ -471,8 +469,7 @@ constexpr SCHLOAD_ELEM_ITEM kKeyItems[] = {
     sl_row("dwrid", sl_num<sl_ki, sch_key_set_drawer, -1, UINT32_MAX>),
     sl_row("name", sl_str<sl_ki, sch_key_set_name>),
     sl_row("type", sl_word<sl_ki, sch_key_set_type, key_type_items, KEY_TYPE_ITEMS_COUNT>),
-    sl_row("method",
-           sl_word<sl_ki, sch_key_set_method, key_method_items, KEY_METHOD_ITEMS_COUNT>),
+    sl_row("method", sl_word<sl_ki, sch_key_set_method, key_method_items, KEY_METHOD_ITEMS_COUNT>),
     sl_row("restrict", sl_flag<sl_ki, sch_key_set_restr>),
     sl_row("refcount", sl_full<sl_ki, sch_key_set_refcount>),
     sl_row("nocols", sl_full<sl_ki, sch_key_set_num_elems>),
@@ -561,18 +558,22 @@ ZEL_RETCODE sl_ref_cols(SCHLOAD *sl, B_JSON_T *json) {
 }
 
 constexpr SCHLOAD_ELEM_ITEM kSortItems[] = {
-    sl_row("colid", +[](SCHLOAD *sl, const char *s) {
-        uint32_t id = 0;
-        ZEL_RETCODE rc;
-        ZEL_CHECK(rc = schload_get_index(s, 65535, &id));
-        return sch_ref_set_sort_col(sl_ri(sl), sl->index, static_cast<ZEL_COL_INDEX>(id));
-    }),
-    sl_row("order", +[](SCHLOAD *sl, const char *s) {
-        int32_t dir = 0;
-        ZEL_RETCODE rc;
-        ZEL_CHECK(rc = schload_word(direction_items, DIRECTION_ITEMS_COUNT, s, &dir));
-        return sch_ref_set_sort_order(sl_ri(sl), sl->index, static_cast<ZEL_DIRECTION>(dir));
-    }),
+    sl_row(
+        "colid",
+        +[](SCHLOAD *sl, const char *s) {
+            uint32_t id = 0;
+            ZEL_RETCODE rc;
+            ZEL_CHECK(rc = schload_get_index(s, 65535, &id));
+            return sch_ref_set_sort_col(sl_ri(sl), sl->index, static_cast<ZEL_COL_INDEX>(id));
+        }),
+    sl_row(
+        "order",
+        +[](SCHLOAD *sl, const char *s) {
+            int32_t dir = 0;
+            ZEL_RETCODE rc;
+            ZEL_CHECK(rc = schload_word(direction_items, DIRECTION_ITEMS_COUNT, s, &dir));
+            return sch_ref_set_sort_order(sl_ri(sl), sl->index, static_cast<ZEL_DIRECTION>(dir));
+        }),
 };
 
 ZEL_RETCODE sl_sort(SCHLOAD *sl, B_JSON_T *json) {
@@ -679,8 +680,7 @@ constexpr SCHLOAD_ELEM_ITEM kTableItems[] = {
     // Deliberate: "dwrid" stands twice; the search takes the first row, so
     // this one is never reached.
     {"dwrid", jvNUMBER, {.num = nullptr}},
-    sl_row("type",
-           sl_word<sl_ti, sch_tbl_set_type, table_type_items, TABLE_TYPE_ITEMS_COUNT>),
+    sl_row("type", sl_word<sl_ti, sch_tbl_set_type, table_type_items, TABLE_TYPE_ITEMS_COUNT>),
     sl_row("name", sl_str<sl_ti, sch_tbl_set_name>),
     sl_row("checkStr", sl_str<sl_ti, sch_tbl_set_check_str>),
     sl_row("checkName", sl_str<sl_ti, sch_tbl_set_check_name>),

@@ -31,8 +31,7 @@ ZEL_EXTERN_C_BEGIN
  * their UTF-8 forms. Token strings come from a stack tag on `masterTag`. */
 ZEL_NODISCARD ZEL_RETCODE sch_read_database_schema_buffer(SCH_INFO *psch, const char *buffer,
                                                           ZEL_BOOL_T unicode_enabled,
-                                                          B_TAG_SUB subTag,
-                                                          B_TAG_MASTER masterTag);
+                                                          B_TAG_SUB subTag, B_TAG_MASTER masterTag);
 /* Loads the rest of the open file from its position; a file already in error
  * returns its code. The file's position moves past the part read. */
 ZEL_NODISCARD ZEL_RETCODE sch_read_database_schema_file(SCH_INFO *psch, B_FILE_T *pFile,
