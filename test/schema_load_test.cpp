@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "../tools/catalog_json.h"
 #include "catalog_dump.h"
 #include "error.h"
 #include "file.h"
@@ -99,6 +100,17 @@ TEST_F(Loader, RandomCatalogsLoadAsTheModelSays) {
             const std::vector<std::string> got = cd_dump(sch);
             ASSERT_EQ(got.size(), want.size()) << kind << " " << n;
             for (size_t i = 0; i < got.size(); ++i) EXPECT_EQ(got[i], want[i]) << kind << " " << n;
+            // The canonical text loads back to the same catalogue.
+            const std::string canon = zb_catalog::write(sch);
+            SCH_INFO again = nullptr;
+            ASSERT_EQ(sch_read_database_schema_buffer(&again, canon.c_str(),
+                                                      unicode ? ZEL_TRUE : ZEL_FALSE, sub, master),
+                      sOKAY)
+                << canon;
+            EXPECT_EQ(sch_union_compatible(sch, again), sOKAY) << n;
+            EXPECT_EQ(sch_union_compatible(again, sch), sOKAY) << n;
+            EXPECT_EQ(cd_dump(again), want) << n;
+            sch_destroy(again);
             ++cases;
         }
     }

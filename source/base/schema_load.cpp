@@ -286,8 +286,11 @@ ZEL_RETCODE sl_type(SCHLOAD *sl, B_JSON_T *json) {
 
 // ---- Drawers.
 
+// Numbers 0 and 1 are never assigned and 2 to 4 are built in: a drawer
+// there would be out of every walk over the user drawers, and out of
+// sch_destroy's, so it is refused.
 ZEL_RETCODE sl_drawer_dwrid(SCHLOAD *sl, int64_t v) {
-    if (v < 0 || v > 4294967294) return eRANGE;
+    if (v < SCH_FIRST_USER_DRAWER || v > 4294967294) return eRANGE;
     return sch_drawer_create(sl->sch, static_cast<ZEL_DRAWER>(v), &sl->di);
 }
 

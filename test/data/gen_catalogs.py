@@ -617,7 +617,7 @@ def bound_cases(cat):
         ("database", "nextdrawer"): [cat.max_drawer + 1], ("database", "nodoms"): [65536],
         ("database", "maxdoms"): [65536], ("database", "maxtabs"): [0, 65536],
         ("database", "notabs"): [65536], ("database", "nexttab"): [cat.max_table + 1],
-        ("drawer", "dwrid"): [4294967295, -1], ("drawer", "tabid"): ["65535"],
+        ("drawer", "dwrid"): [4294967295, -1, 1, 4], ("drawer", "tabid"): ["65535"],
         ("drawer", "srcid"): [65535], ("domain", "domid"): [65536, -1],
         ("domain", "width"): [256], ("type", "noelts"): [65536], ("type", "length"): [65536],
         ("type", "scale"): [256], ("table", "tabid"): [0, 65536], ("table", "dwrid"): [-2],
