@@ -274,6 +274,14 @@ TEST_F(Loader, UuidDefaultTakesAutoOrAUuid) {
 TEST_F(Loader, WideClobDefaultIsNotImplemented) {
     const std::string col = R"({"colid":0,"name":"id","type":{"data_type":"int32"}},
         {"colid":1,"name":"w","type":{"data_type":"wclob"},"dwrid":8,"defValue":"x"})";
+    // From a file, as from a buffer: the code passes through the walk.
+    ScratchDir dir;
+    fixture_writeFile(dir.path("wclob"), fill(kOneTable, {col, kPkey, ""}));
+    B_FILE_T f;
+    b_fileInit(&f);
+    ASSERT_EQ(b_fileOpen(&f, dir.path("wclob").c_str(), B_FILE_FLAGS_READ), sOKAY);
+    EXPECT_EQ(sch_read_database_schema_file(&sch, &f, ZEL_TRUE, sub, master), eNOTIMPLEMENTED);
+    b_fileClose(&f);
     EXPECT_EQ(load(fill(kOneTable, {col, kPkey, ""})), eNOTIMPLEMENTED);
     // Without the default it loads, the type read as the UTF-8 form.
     ASSERT_EQ(load(fill(kOneTable, {col.substr(0, col.find(",\"defValue\"")) + "}", kPkey, ""})),

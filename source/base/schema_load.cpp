@@ -184,6 +184,11 @@ constexpr SCHLOAD_ELEM_ITEM sl_row(const char *name, SCHLOAD_STRING_FCN f) {
 constexpr SCHLOAD_ELEM_ITEM sl_row(const char *name, SCHLOAD_BOOLEAN_FCN f) {
     return {name, jvBOOLEAN, {.flag = f}};
 }
+// A number row without a handler: its value is read and passed over. Only
+// number rows may go without one (process_object tests for it there alone).
+constexpr SCHLOAD_ELEM_ITEM sl_skip(const char *name) {
+    return {name, jvNUMBER, {.num = nullptr}};
+}
 constexpr SCHLOAD_ELEM_ITEM sl_object(const char *name, SCHLOAD_ARRAY_FCN f) {
     return {name, jvOBJECT, {.arr = f}};
 }
@@ -682,7 +687,7 @@ constexpr SCHLOAD_ELEM_ITEM kTableItems[] = {
     sl_row("dwrid", sl_num<sl_ti, sch_tbl_set_drawer, -1, UINT32_MAX>),
     // Deliberate: "dwrid" stands twice; the search takes the first row, so
     // this one is never reached.
-    {"dwrid", jvNUMBER, {.num = nullptr}},
+    sl_skip("dwrid"),
     sl_row("type", sl_word<sl_ti, sch_tbl_set_type, table_type_items, TABLE_TYPE_ITEMS_COUNT>),
     sl_row("name", sl_str<sl_ti, sch_tbl_set_name>),
     sl_row("checkStr", sl_str<sl_ti, sch_tbl_set_check_str>),
@@ -773,24 +778,6 @@ constexpr SCHLOAD_ELEM_ITEM kDatabaseItems[] = {
     sl_array("tables", sl_db_tables),
 };
 
-// Only scalar rows may go without a handler: an object or array would have
-// to be skipped over.
-template <size_t N>
-constexpr bool schload_rows_sound(const SCHLOAD_ELEM_ITEM (&items)[N]) {
-    for (const SCHLOAD_ELEM_ITEM &it : items) {
-        const bool bare = it.type == jvSTRING    ? it.fcn.str == nullptr
-                          : it.type == jvBOOLEAN ? it.fcn.flag == nullptr
-                          : it.type == jvNUMBER  ? false
-                                                 : it.fcn.arr == nullptr;
-        if (bare) return false;
-    }
-    return N <= 64;
-}
-static_assert(schload_rows_sound(kDatabaseItems) && schload_rows_sound(kDrawerItems) &&
-              schload_rows_sound(kDomainItems) && schload_rows_sound(kTypeItems) &&
-              schload_rows_sound(kTableItems) && schload_rows_sound(kColumnItems) &&
-              schload_rows_sound(kKeyItems) && schload_rows_sound(kElemItems) &&
-              schload_rows_sound(kRefItems) && schload_rows_sound(kSortItems));
 // Ninety keys in ten objects, the doubled "dwrid" of a table aside.
 static_assert(std::size(kDatabaseItems) + std::size(kDrawerItems) + std::size(kDomainItems) +
                   std::size(kTypeItems) + std::size(kTableItems) - 1 + std::size(kColumnItems) +
