@@ -207,8 +207,12 @@ ZEL_RETCODE process_object(SCHLOAD *sl, B_JSON_T *json, SchloadItems items, size
         ZEL_RETCODE rc = b_jsonNextPair(json, nullptr, &pair);
         if (rc != sOKAY) return schload_fold(rc);
         if (pair.value.type == jvEND) return sOKAY;
+        // The first letters, folded, rule out most rows before the compare.
+        const char first = static_cast<char>(pair.name[0] | 0x20);
         size_t i = 0;
-        while (i < num_items && psp_strcasecmp(items[i].name, pair.name) != 0) ++i;
+        while (i < num_items && ((items[i].name[0] | 0x20) != first ||
+                                 psp_strcasecmp(items[i].name, pair.name) != 0))
+            ++i;
         const uint64_t bit = uint64_t{1} << (i & 63);
         if (i == num_items || items[i].type != pair.value.type || (seen & bit) != 0) {
             b_jsonFreePair(json, &pair);
