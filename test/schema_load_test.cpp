@@ -176,75 +176,53 @@ TEST_F(Loader, EmptyDatabaseIsTheBuiltInTableAlone) {
     EXPECT_EQ(sch_num_drawers(sch), 5u);
 }
 
-TEST_F(Loader, NamesMatchWithoutRegardToCase) {
-    ASSERT_EQ(load(R"({"Database":{"CATVER":1}})"), sOKAY);
+// `s` with the first `from` replaced by `to`.
+std::string edit(std::string s, const std::string &from, const std::string &to) {
+    return s.replace(s.find(from), from.size(), to);
+}
+
+TEST_F(Loader, DocumentedCases) {
+    const std::string base = fill(kOneTable, {kCols, kPkey, ""});
+    const struct {
+        const char *what;
+        std::string text;
+        ZEL_RETCODE want;
+    } rows[] = {
+        {"names in any case", R"({"Database":{"CATVER":1}})", sOKAY},
+        {"unquoted names, no commas", R"({database:{dbVer:7 name:"x"}})", sOKAY},
+        {"a number as a string", R"({"database":{"catver":"1"}})", eBADCAT},
+        {"a fraction", R"({"database":{"catver":1.0}})", eBADCAT},
+        {"null", R"({"database":{"name":null}})", eBADCAT},
+        {"r_tabid as a number", edit(base, R"("not_null")", R"("r_tabid":1,"not_null")"), eBADCAT},
+        // Kept: "colid" is a number in a column and a string of digits in a
+        // key's element; each refuses the other's form.
+        {"colid as a string in a column", edit(base, R"("colid":0)", R"("colid":"0")"), eBADCAT},
+        {"colid as a number in an element", edit(base, R"("colid":"0")", R"("colid":0)"), eBADCAT},
+        {"table 0", R"({"database":{"maxtabs":2,"nexttab":2,"tables":[{"tabid":0}]}})", eBADCAT},
+        {"a name twice", R"({"database":{"name":"a","name":"a"}})", eBADCAT},
+        {"a name once in each of two objects", R"({"database":{"maxdoms":2,"domains":[
+            {"domid":0,"name":"a","type":{"data_type":"int8"}},
+            {"domid":1,"name":"a","type":{"data_type":"int8"}}]}})",
+         sOKAY},
+        // Kept: five words; "default" is only a text of sch_encryption_text.
+        {"encryption default", R"({"database":{"encryption":"default"}})", eBADCAT},
+        {"key type noval", edit(base, "primary", "noval"), sOKAY},
+        {"no drawer, table", edit(base, R"("dwrid":5,"name")", R"("dwrid":-1,"name")"), sOKAY},
+        {"no drawer, key", edit(base, R"("keyid":0,"dwrid":6)", R"("keyid":0,"dwrid":-1)"), sOKAY},
+        {"no drawer, reference", fill(kOneTable, {kCols, kPkey, ref(0, R"("dwrid":-1,)")}),
+         eBADCAT},
+        {"no drawer, column", edit(base, R"("not_null")", R"("dwrid":-1,"not_null")"), eBADCAT},
+    };
+    for (const auto &r : rows) EXPECT_EQ(load(r.text), r.want) << r.what;
+    // What the accepted ones hold.
+    ASSERT_EQ(load(rows[0].text), sOKAY);
     EXPECT_EQ(sch_catver(sch), 1u);
-    ASSERT_EQ(load(R"({database:{dbVer:7 name:"x"}})"), sOKAY);  // relaxed: unquoted, no commas
-    EXPECT_EQ(sch_dbver(sch), 7u);
-}
-
-TEST_F(Loader, JsonTypesAreStrict) {
-    EXPECT_EQ(load(R"({"database":{"catver":"1"}})"), eBADCAT);
-    const std::string col = R"({"colid":0,"name":"id","type":{"data_type":"int32"},"r_tabid":1},
-                               {"colid":1,"name":"b","type":{"data_type":"int8"}})";
-    EXPECT_EQ(load(fill(kOneTable, {col, kPkey, ""})), eBADCAT);
-    EXPECT_EQ(load(R"({"database":{"catver":1.0}})"), eBADCAT);
-    EXPECT_EQ(load(R"({"database":{"name":null}})"), eBADCAT);
-}
-
-// Kept: "colid" is a number in a column and a string of digits in a key's
-// element; each refuses the other's form.
-TEST_F(Loader, ColidDiffersBetweenColumnAndElement) {
-    ASSERT_EQ(load(fill(kOneTable, {kCols, kPkey, ""})), sOKAY);
-    std::string cols = kCols;
-    cols.replace(cols.find("\"colid\":0"), 9, "\"colid\":\"0\"");
-    EXPECT_EQ(load(fill(kOneTable, {cols, kPkey, ""})), eBADCAT);
-    std::string key = kPkey;
-    key.replace(key.find("\"colid\":\"0\""), 11, "\"colid\":0");
-    EXPECT_EQ(load(fill(kOneTable, {kCols, key, ""})), eBADCAT);
-}
-
-TEST_F(Loader, TableZeroIsOccupied) {
-    EXPECT_EQ(load(R"({"database":{"maxtabs":2,"nexttab":2,"tables":[{"tabid":0}]}})"), eBADCAT);
-}
-
-TEST_F(Loader, AKeyTwiceInOneObjectIsRefused) {
-    EXPECT_EQ(load(R"({"database":{"name":"a","name":"a"}})"), eBADCAT);
-    // Once in each of two objects is fine.
-    const std::string twoDomains = R"({"database":{"maxdoms":2,"domains":[
-        {"domid":0,"name":"a","type":{"data_type":"int8"}},
-        {"domid":1,"name":"a","type":{"data_type":"int8"}}]}})";
-    EXPECT_EQ(load(twoDomains), sOKAY);
-}
-
-// Kept: five words; "default" is only a text of sch_encryption_text.
-TEST_F(Loader, EncryptionDefaultIsRefused) {
-    EXPECT_EQ(load(R"({"database":{"encryption":"default"}})"), eBADCAT);
-    ASSERT_EQ(load(R"({"database":{"encryption":"AES256"}})"), sOKAY);
-    EXPECT_EQ(sch_encryption(sch), ZEL_ENC_AES256);
-}
-
-TEST_F(Loader, KeyTypeNovalIsAccepted) {
-    std::string key = kPkey;
-    key.replace(key.find("primary"), 7, "noval");
-    ASSERT_EQ(load(fill(kOneTable, {kCols, key, ""})), sOKAY);
+    ASSERT_EQ(load(rows[12].text), sOKAY);
     EXPECT_EQ(sch_key_type(sch_get_key_by_index(sch_table(sch, 1), 0)), ZEL_KEY_TYPE_NOVAL);
-}
-
-TEST_F(Loader, MinusOneDrawerOnTableAndKeyMeansNone) {
-    std::string text = fill(kOneTable, {kCols, kPkey, ""});
-    text.replace(text.find("\"dwrid\":5,\"name\""), 10, "\"dwrid\":-1,");
-    std::string key = kPkey;
-    key.replace(key.find("\"dwrid\":6"), 9, "\"dwrid\":-1");
-    ASSERT_EQ(load(fill(kOneTable, {kCols, key, ""})), sOKAY);
-    EXPECT_EQ(sch_key_drawer(sch_get_key_by_index(sch_table(sch, 1), 0)), nullptr);
-    ASSERT_EQ(load(text), sOKAY);
+    ASSERT_EQ(load(rows[13].text), sOKAY);
     EXPECT_EQ(sch_tbl_drawer_info(sch_table(sch, 1)), nullptr);
-    // On a reference or a column -1 is refused.
-    EXPECT_EQ(load(fill(kOneTable, {kCols, kPkey, ref(0, R"("dwrid":-1,)")})), eBADCAT);
-    std::string col = kCols;
-    col.replace(col.find("\"not_null\""), 0, "\"dwrid\":-1,");
-    EXPECT_EQ(load(fill(kOneTable, {col, kPkey, ""})), eBADCAT);
+    ASSERT_EQ(load(rows[14].text), sOKAY);
+    EXPECT_EQ(sch_key_drawer(sch_get_key_by_index(sch_table(sch, 1), 0)), nullptr);
 }
 
 // Kept: "defNull": false changes nothing, not even a default read before it.
@@ -537,6 +515,25 @@ TEST_F(Loader, FileFromItsPosition) {
     EXPECT_EQ(out, nullptr);
     f.fileCache.rc = sOKAY;
     b_fileClose(&f);
+}
+
+TEST_F(Loader, FileLoadOutOfMemory) {
+    ScratchDir dir;
+    fixture_writeFile(dir.path("cat"), fill(kOneTable, {kCols, kPkey, ""}));
+    oom_check(master, {sub},
+              [&] {
+                  B_FILE_T f;
+                  b_fileInit(&f);
+                  SCH_INFO out = nullptr;
+                  ZEL_RETCODE rc = b_fileOpen(&f, dir.path("cat").c_str(), B_FILE_FLAGS_READ);
+                  if (rc == sOKAY)
+                      rc = sch_read_database_schema_file(&out, &f, ZEL_TRUE, sub, master);
+                  b_fileClose(&f);
+                  EXPECT_EQ(rc == sOKAY, out != nullptr);
+                  sch_destroy(out);
+                  return rc;
+              },
+              {eBADCAT});
 }
 
 // The byte order mark stays in what the reader sees: the text is no JSON.
