@@ -2,7 +2,7 @@
  * schema_load.cpp - the JSON catalogue loader.
  *
  * The text is walked, not parsed into a tree: each JSON object has a table of
- * its keys, and process_object pulls one name/value pair at a time, finds
+ * its keys, and schload_object pulls one name/value pair at a time, finds
  * the name's row (case-blind, from the top), checks the value's JSON type
  * against the row's and that the key was not seen before in this object (a
  * 64-bit mask of rows, no allocation), and calls the row's handler, which
@@ -68,38 +68,39 @@ ZEL_RETCODE schload_get_index(const char *s, uint32_t hi, uint32_t *out) {
 }
 
 // The value of a word of `items`; an unknown word is refused.
-ZEL_RETCODE schload_word(const SCH_WORD_ITEM *items, size_t count, const char *s, int32_t *out) {
+ZEL_RETCODE schload_find_word(const SCH_WORD_ITEM *items, size_t count, const char *s,
+                              int32_t *out) {
     return sch_word_find(items, count, s, out) == sOKAY ? sOKAY : eBADCAT;
 }
 
 // ---- The current records. A handler whose record is not there (its
 // creating key has not come) fails with eBADCAT.
 
-SCH_INFO sl_sch(SCHLOAD *sl) {
+SCH_INFO schload_sch(SCHLOAD *sl) {
     return sl->sch;
 }
-SCH_DRAWER_INFO sl_di(SCHLOAD *sl) {
+SCH_DRAWER_INFO schload_di(SCHLOAD *sl) {
     return sl->di;
 }
-SCH_DOMAIN_INFO sl_mi(SCHLOAD *sl) {
+SCH_DOMAIN_INFO schload_mi(SCHLOAD *sl) {
     return sl->mi;
 }
-SCH_TYPE_INFO sl_pi(SCHLOAD *sl) {
+SCH_TYPE_INFO schload_pi(SCHLOAD *sl) {
     return sl->pi;
 }
-SCH_TBL_INFO sl_ti(SCHLOAD *sl) {
+SCH_TBL_INFO schload_ti(SCHLOAD *sl) {
     return sl->curr_table != nullptr ? sl->curr_table->ti : nullptr;
 }
-SCH_COL_INFO sl_ci(SCHLOAD *sl) {
+SCH_COL_INFO schload_ci(SCHLOAD *sl) {
     return sl->curr_col != nullptr ? sl->curr_col->ci : nullptr;
 }
-SCH_KEY_INFO sl_ki(SCHLOAD *sl) {
+SCH_KEY_INFO schload_ki(SCHLOAD *sl) {
     return sl->ki;
 }
-SCH_ELEM_INFO sl_ei(SCHLOAD *sl) {
+SCH_ELEM_INFO schload_ei(SCHLOAD *sl) {
     return sl->ei;
 }
-SCH_REF_INFO sl_ri(SCHLOAD *sl) {
+SCH_REF_INFO schload_ri(SCHLOAD *sl) {
     return sl->curr_ref != nullptr ? sl->curr_ref->ri : nullptr;
 }
 
@@ -116,7 +117,7 @@ struct SchloadArg<ZEL_RETCODE (*)(H, T)> {
 // A number within lo to hi, stored through the setter (a -1 allowed by `lo`
 // becomes the all-ones value of the setter's unsigned type).
 template <auto Get, auto Set, int64_t Lo, int64_t Hi>
-ZEL_RETCODE sl_num(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_num(SCHLOAD *sl, int64_t v) {
     auto h = Get(sl);
     if (h == nullptr) return eBADCAT;
     if (v < Lo || v > Hi) return eRANGE;
@@ -125,37 +126,37 @@ ZEL_RETCODE sl_num(SCHLOAD *sl, int64_t v) {
 
 // A number over the whole range of the setter's type.
 template <auto Get, auto Set>
-ZEL_RETCODE sl_full(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_full(SCHLOAD *sl, int64_t v) {
     using T = typename SchloadArg<decltype(Set)>::type;
-    return sl_num<Get, Set, 0, static_cast<int64_t>(std::numeric_limits<T>::max())>(sl, v);
+    return schload_num<Get, Set, 0, static_cast<int64_t>(std::numeric_limits<T>::max())>(sl, v);
 }
 
 template <auto Get, auto Set>
-ZEL_RETCODE sl_str(SCHLOAD *sl, const char *s) {
+ZEL_RETCODE schload_str(SCHLOAD *sl, const char *s) {
     auto h = Get(sl);
     return h != nullptr ? Set(h, s) : eBADCAT;
 }
 
 template <auto Get, auto Set>
-ZEL_RETCODE sl_flag(SCHLOAD *sl, ZEL_BOOL_T f) {
+ZEL_RETCODE schload_flag(SCHLOAD *sl, ZEL_BOOL_T f) {
     auto h = Get(sl);
     return h != nullptr ? Set(h, f) : eBADCAT;
 }
 
 // A word of `Items`, stored through the setter.
 template <auto Get, auto Set, const SCH_WORD_ITEM *Items, size_t N>
-ZEL_RETCODE sl_word(SCHLOAD *sl, const char *s) {
+ZEL_RETCODE schload_word(SCHLOAD *sl, const char *s) {
     auto h = Get(sl);
     if (h == nullptr) return eBADCAT;
     int32_t v = 0;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = schload_word(Items, N, s, &v));
+    ZEL_CHECK(rc = schload_find_word(Items, N, s, &v));
     return Set(h, static_cast<typename SchloadArg<decltype(Set)>::type>(v));
 }
 
 // A string of digits within 0 to hi, stored through the setter.
 template <auto Get, auto Set, uint32_t Hi>
-ZEL_RETCODE sl_digits(SCHLOAD *sl, const char *s) {
+ZEL_RETCODE schload_digits(SCHLOAD *sl, const char *s) {
     auto h = Get(sl);
     if (h == nullptr) return eBADCAT;
     uint32_t v = 0;
@@ -167,7 +168,7 @@ ZEL_RETCODE sl_digits(SCHLOAD *sl, const char *s) {
 // "defNull": true sets a NULL default. Kept: false changes nothing (it does
 // not clear a default read before).
 template <auto Get, auto Set>
-ZEL_RETCODE sl_defnull(SCHLOAD *sl, ZEL_BOOL_T f) {
+ZEL_RETCODE schload_defnull(SCHLOAD *sl, ZEL_BOOL_T f) {
     auto h = Get(sl);
     if (h == nullptr) return eBADCAT;
     return f ? Set(h, nullptr) : sOKAY;
@@ -175,24 +176,24 @@ ZEL_RETCODE sl_defnull(SCHLOAD *sl, ZEL_BOOL_T f) {
 
 // ---- Rows of the walk tables.
 
-constexpr SCHLOAD_ELEM_ITEM sl_row(const char *name, SCHLOAD_NUMBER_FCN f) {
+constexpr SCHLOAD_ELEM_ITEM schload_row(const char *name, SCHLOAD_NUMBER_FCN f) {
     return {name, jvNUMBER, {.num = f}};
 }
-constexpr SCHLOAD_ELEM_ITEM sl_row(const char *name, SCHLOAD_STRING_FCN f) {
+constexpr SCHLOAD_ELEM_ITEM schload_row(const char *name, SCHLOAD_STRING_FCN f) {
     return {name, jvSTRING, {.str = f}};
 }
-constexpr SCHLOAD_ELEM_ITEM sl_row(const char *name, SCHLOAD_BOOLEAN_FCN f) {
+constexpr SCHLOAD_ELEM_ITEM schload_row(const char *name, SCHLOAD_BOOLEAN_FCN f) {
     return {name, jvBOOLEAN, {.flag = f}};
 }
 // A number row without a handler: its value is read and passed over. Only
-// number rows may go without one (process_object tests for it there alone).
-constexpr SCHLOAD_ELEM_ITEM sl_skip(const char *name) {
+// number rows may go without one (schload_object tests for it there alone).
+constexpr SCHLOAD_ELEM_ITEM schload_skip(const char *name) {
     return {name, jvNUMBER, {.num = nullptr}};
 }
-constexpr SCHLOAD_ELEM_ITEM sl_object(const char *name, SCHLOAD_ARRAY_FCN f) {
+constexpr SCHLOAD_ELEM_ITEM schload_row_object(const char *name, SCHLOAD_ARRAY_FCN f) {
     return {name, jvOBJECT, {.arr = f}};
 }
-constexpr SCHLOAD_ELEM_ITEM sl_array(const char *name, SCHLOAD_ARRAY_FCN f) {
+constexpr SCHLOAD_ELEM_ITEM schload_row_array(const char *name, SCHLOAD_ARRAY_FCN f) {
     return {name, jvARRAY, {.arr = f}};
 }
 
@@ -200,7 +201,7 @@ constexpr SCHLOAD_ELEM_ITEM sl_array(const char *name, SCHLOAD_ARRAY_FCN f) {
 
 // One object whose "{" was read: its pairs until "}". The first failure ends
 // it, its code folded.
-ZEL_RETCODE process_object(SCHLOAD *sl, B_JSON_T *json, SchloadItems items, size_t num_items) {
+ZEL_RETCODE schload_object(SCHLOAD *sl, B_JSON_T *json, SchloadItems items, size_t num_items) {
     uint64_t seen = 0;
     for (;;) {
         B_JSON_PAIR pair;
@@ -240,9 +241,9 @@ ZEL_RETCODE process_object(SCHLOAD *sl, B_JSON_T *json, SchloadItems items, size
 }
 
 template <size_t N>
-ZEL_RETCODE process_object(SCHLOAD *sl, B_JSON_T *json, const SCHLOAD_ELEM_ITEM (&items)[N]) {
+ZEL_RETCODE schload_object(SCHLOAD *sl, B_JSON_T *json, const SCHLOAD_ELEM_ITEM (&items)[N]) {
     static_assert(N <= 64, "one seen bit per row");
-    return process_object(sl, json, items, N);
+    return schload_object(sl, json, items, N);
 }
 
 using SchloadEachFcn = ZEL_RETCODE (*)(SCHLOAD *sl, B_JSON_T *json);
@@ -251,7 +252,7 @@ using SchloadEachFcn = ZEL_RETCODE (*)(SCHLOAD *sl, B_JSON_T *json);
 // object, handed to `each`; *pobj, when given, is cleared after each. The
 // first failure stops.
 template <class T>
-ZEL_RETCODE process_object_array(SCHLOAD *sl, B_JSON_T *json, SchloadEachFcn each, T **pobj) {
+ZEL_RETCODE schload_object_array(SCHLOAD *sl, B_JSON_T *json, SchloadEachFcn each, T **pobj) {
     for (;;) {
         B_JSON_VALTYPE type = jvNOVAL;
         ZEL_RETCODE rc;
@@ -266,31 +267,31 @@ ZEL_RETCODE process_object_array(SCHLOAD *sl, B_JSON_T *json, SchloadEachFcn eac
 
 // ---- Type objects, of domains and columns.
 
-ZEL_RETCODE sl_type_data_type(SCHLOAD *sl, const char *s) {
+ZEL_RETCODE schload_type_data_type(SCHLOAD *sl, const char *s) {
     if (sl->pi == nullptr) return eBADCAT;
     int32_t v = 0;
     ZEL_RETCODE rc;
     // Kept: the first row of a word wins, so "wchar" reads ZEL_WCHAR and
     // "wclob" ZEL_WCLOB_UTF8.
-    ZEL_CHECK(rc = schload_word(data_type_items, DATA_TYPE_ITEMS_COUNT, s, &v));
+    ZEL_CHECK(rc = schload_find_word(data_type_items, DATA_TYPE_ITEMS_COUNT, s, &v));
     ZEL_CHECK(rc = sch_type_set_data_type(sl->pi, static_cast<ZEL_TYPE>(v), sl->unicode_enabled));
     sl->type = sl->pi->type;
     return sOKAY;
 }
 
 constexpr SCHLOAD_ELEM_ITEM kTypeItems[] = {
-    sl_row("data_type", sl_type_data_type),
-    sl_row("noelts", sl_full<sl_pi, sch_type_set_elems>),
-    sl_row("length", sl_num<sl_pi, sch_type_set_length, 0, 65535>),
-    sl_row("scale", sl_full<sl_pi, sch_type_set_scale>),
-    sl_row("checkStr", sl_str<sl_pi, sch_type_set_check_str>),
-    sl_row("checkName", sl_str<sl_pi, sch_type_set_check_name>),
+    schload_row("data_type", schload_type_data_type),
+    schload_row("noelts", schload_full<schload_pi, sch_type_set_elems>),
+    schload_row("length", schload_num<schload_pi, sch_type_set_length, 0, 65535>),
+    schload_row("scale", schload_full<schload_pi, sch_type_set_scale>),
+    schload_row("checkStr", schload_str<schload_pi, sch_type_set_check_str>),
+    schload_row("checkName", schload_str<schload_pi, sch_type_set_check_name>),
 };
 
 // "type" of a domain or column: fills the current type.
-ZEL_RETCODE sl_type(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_type(SCHLOAD *sl, B_JSON_T *json) {
     if (sl->pi == nullptr) return eBADCAT;
-    return process_object(sl, json, kTypeItems);
+    return schload_object(sl, json, kTypeItems);
 }
 
 // ---- Drawers.
@@ -298,21 +299,23 @@ ZEL_RETCODE sl_type(SCHLOAD *sl, B_JSON_T *json) {
 // Numbers 0 and 1 are never assigned and 2 to 4 are built in: a drawer
 // there would be out of every walk over the user drawers, and out of
 // sch_destroy's, so it is refused.
-ZEL_RETCODE sl_drawer_dwrid(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_drawer_dwrid(SCHLOAD *sl, int64_t v) {
     if (v < SCH_FIRST_USER_DRAWER || v > 4294967294) return eRANGE;
     return sch_drawer_create(sl->sch, static_cast<ZEL_DRAWER>(v), &sl->di);
 }
 
 constexpr SCHLOAD_ELEM_ITEM kDrawerItems[] = {
-    sl_row("dwrid", sl_drawer_dwrid),
-    sl_row("tabid", sl_digits<sl_di, sch_drawer_set_source_table, 65534>),
-    sl_row("srcid", sl_num<sl_di, sch_drawer_set_source_item, 0, 65534>),
-    sl_row("type", sl_word<sl_di, sch_drawer_set_type, drawer_type_items, DRAWER_TYPE_ITEMS_COUNT>),
+    schload_row("dwrid", schload_drawer_dwrid),
+    schload_row("tabid", schload_digits<schload_di, sch_drawer_set_source_table, 65534>),
+    schload_row("srcid", schload_num<schload_di, sch_drawer_set_source_item, 0, 65534>),
+    schload_row(
+        "type",
+        schload_word<schload_di, sch_drawer_set_type, drawer_type_items, DRAWER_TYPE_ITEMS_COUNT>),
 };
 
 // ---- Domains.
 
-ZEL_RETCODE sl_dom_domid(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_dom_domid(SCHLOAD *sl, int64_t v) {
     if (v < 0 || v > 65535) return eRANGE;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = sch_dom_create(sl->sch, static_cast<ZEL_DOM_INDEX>(v), &sl->mi));
@@ -321,18 +324,18 @@ ZEL_RETCODE sl_dom_domid(SCHLOAD *sl, int64_t v) {
 }
 
 constexpr SCHLOAD_ELEM_ITEM kDomainItems[] = {
-    sl_row("domid", sl_dom_domid),
-    sl_row("name", sl_str<sl_mi, sch_dom_set_name>),
-    sl_object("type", sl_type),
-    sl_row("width", sl_num<sl_mi, sch_dom_set_width, 0, 255>),
-    sl_row("format", sl_str<sl_mi, sch_dom_set_format>),
-    sl_row("defValue", sl_str<sl_mi, sch_dom_set_default>),
-    sl_row("defNull", sl_defnull<sl_mi, sch_dom_set_default>),
+    schload_row("domid", schload_dom_domid),
+    schload_row("name", schload_str<schload_mi, sch_dom_set_name>),
+    schload_row_object("type", schload_type),
+    schload_row("width", schload_num<schload_mi, sch_dom_set_width, 0, 255>),
+    schload_row("format", schload_str<schload_mi, sch_dom_set_format>),
+    schload_row("defValue", schload_str<schload_mi, sch_dom_set_default>),
+    schload_row("defNull", schload_defnull<schload_mi, sch_dom_set_default>),
 };
 
 // ---- Columns.
 
-ZEL_RETCODE sl_col_colid(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_col_colid(SCHLOAD *sl, int64_t v) {
     SCHLOAD_TABLE *t = sl->curr_table;
     if (t == nullptr || t->ti == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
@@ -348,8 +351,8 @@ ZEL_RETCODE sl_col_colid(SCHLOAD *sl, int64_t v) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_col_domid(SCHLOAD *sl, const char *s) {
-    SCH_COL_INFO ci = sl_ci(sl);
+ZEL_RETCODE schload_col_domid(SCHLOAD *sl, const char *s) {
+    SCH_COL_INFO ci = schload_ci(sl);
     if (ci == nullptr) return eBADCAT;
     uint32_t id = 0;
     ZEL_RETCODE rc;
@@ -365,8 +368,8 @@ ZEL_RETCODE sl_col_domid(SCHLOAD *sl, const char *s) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_col_keyid(SCHLOAD *sl, int64_t v) {
-    SCH_COL_INFO ci = sl_ci(sl);
+ZEL_RETCODE schload_col_keyid(SCHLOAD *sl, int64_t v) {
+    SCH_COL_INFO ci = schload_ci(sl);
     if (ci == nullptr) return eBADCAT;
     if (v < 0 || v >= sl->curr_table->ti->next_key) return eRANGE;
     ci->keyid = static_cast<ZEL_KEY_INDEX>(v);  // now, and linked at the end
@@ -374,15 +377,15 @@ ZEL_RETCODE sl_col_keyid(SCHLOAD *sl, int64_t v) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_col_refid(SCHLOAD *sl, int64_t v) {
-    if (sl_ci(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_col_refid(SCHLOAD *sl, int64_t v) {
+    if (schload_ci(sl) == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
     sl->curr_col->refid = static_cast<ZEL_REF_INDEX>(v);
     return sOKAY;
 }
 
-ZEL_RETCODE sl_col_r_tabid(SCHLOAD *sl, const char *s) {
-    if (sl_ci(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_col_r_tabid(SCHLOAD *sl, const char *s) {
+    if (schload_ci(sl) == nullptr) return eBADCAT;
     uint32_t v = 0;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = schload_get_index(s, 65535, &v));
@@ -390,8 +393,8 @@ ZEL_RETCODE sl_col_r_tabid(SCHLOAD *sl, const char *s) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_col_r_colid(SCHLOAD *sl, const char *s) {
-    if (sl_ci(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_col_r_colid(SCHLOAD *sl, const char *s) {
+    if (schload_ci(sl) == nullptr) return eBADCAT;
     uint32_t v = 0;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = schload_get_index(s, 65535, &v));
@@ -401,8 +404,8 @@ ZEL_RETCODE sl_col_r_colid(SCHLOAD *sl, const char *s) {
 
 // A large-object column's drawer: the type known so far must be a large
 // object; none known yet is taken to be ZEL_BLOB.
-ZEL_RETCODE sl_col_dwrid(SCHLOAD *sl, int64_t v) {
-    SCH_COL_INFO ci = sl_ci(sl);
+ZEL_RETCODE schload_col_dwrid(SCHLOAD *sl, int64_t v) {
+    SCH_COL_INFO ci = schload_ci(sl);
     if (ci == nullptr) return eBADCAT;
     if (v < 0 || v >= static_cast<int64_t>(sl->sch->next_drawer)) return eRANGE;
     if (sl->type == ZEL_NOVAL) sl->type = ZEL_BLOB;
@@ -411,46 +414,46 @@ ZEL_RETCODE sl_col_dwrid(SCHLOAD *sl, int64_t v) {
 }
 
 // "type" of a column: not after "domid".
-ZEL_RETCODE sl_col_type(SCHLOAD *sl, B_JSON_T *json) {
-    return sl_ci(sl) != nullptr ? sl_type(sl, json) : eBADCAT;
+ZEL_RETCODE schload_col_type(SCHLOAD *sl, B_JSON_T *json) {
+    return schload_ci(sl) != nullptr ? schload_type(sl, json) : eBADCAT;
 }
 
 constexpr SCHLOAD_ELEM_ITEM kColumnItems[] = {
-    sl_row("colid", sl_col_colid),
-    sl_row("name", sl_str<sl_ci, sch_col_set_name>),
-    sl_row("domid", sl_col_domid),
-    sl_row("keyid", sl_col_keyid),
-    sl_row("refid", sl_col_refid),
-    sl_row("r_tabid", sl_col_r_tabid),
-    sl_row("r_colid", sl_col_r_colid),
-    sl_row("dwrid", sl_col_dwrid),
+    schload_row("colid", schload_col_colid),
+    schload_row("name", schload_str<schload_ci, sch_col_set_name>),
+    schload_row("domid", schload_col_domid),
+    schload_row("keyid", schload_col_keyid),
+    schload_row("refid", schload_col_refid),
+    schload_row("r_tabid", schload_col_r_tabid),
+    schload_row("r_colid", schload_col_r_colid),
+    schload_row("dwrid", schload_col_dwrid),
     // The low 16 bits are taken, whatever the number.
-    sl_row("usage", sl_num<sl_ci, sch_col_set_usage, INT64_MIN, INT64_MAX>),
-    sl_row("not_null", sl_str<sl_ci, sch_col_set_not_null>),
-    sl_row("width", sl_num<sl_ci, sch_col_set_width, 0, 255>),
-    sl_row("format", sl_str<sl_ci, sch_col_set_format>),
-    sl_row("defValue", sl_str<sl_ci, sch_col_set_default>),
-    sl_row("defNull", sl_defnull<sl_ci, sch_col_set_default>),
-    sl_object("type", sl_col_type),
+    schload_row("usage", schload_num<schload_ci, sch_col_set_usage, INT64_MIN, INT64_MAX>),
+    schload_row("not_null", schload_str<schload_ci, sch_col_set_not_null>),
+    schload_row("width", schload_num<schload_ci, sch_col_set_width, 0, 255>),
+    schload_row("format", schload_str<schload_ci, sch_col_set_format>),
+    schload_row("defValue", schload_str<schload_ci, sch_col_set_default>),
+    schload_row("defNull", schload_defnull<schload_ci, sch_col_set_default>),
+    schload_row_object("type", schload_col_type),
 };
 
-ZEL_RETCODE sl_column(SCHLOAD *sl, B_JSON_T *json) {
-    ZEL_RETCODE rc = process_object(sl, json, kColumnItems);
-    if (rc == sOKAY) rc = sch_col_finalize(sl_ci(sl));
+ZEL_RETCODE schload_column(SCHLOAD *sl, B_JSON_T *json) {
+    ZEL_RETCODE rc = schload_object(sl, json, kColumnItems);
+    if (rc == sOKAY) rc = sch_col_finalize(schload_ci(sl));
     sl->pi = nullptr;
     sl->type = ZEL_NOVAL;
     return rc;
 }
 
-ZEL_RETCODE sl_tbl_columns(SCHLOAD *sl, B_JSON_T *json) {
-    if (sl_ti(sl) == nullptr) return eBADCAT;
-    return process_object_array(sl, json, sl_column, &sl->curr_col);
+ZEL_RETCODE schload_tbl_columns(SCHLOAD *sl, B_JSON_T *json) {
+    if (schload_ti(sl) == nullptr) return eBADCAT;
+    return schload_object_array(sl, json, schload_column, &sl->curr_col);
 }
 
 // ---- Keys and their elements.
 
-ZEL_RETCODE sl_key_keyid(SCHLOAD *sl, int64_t v) {
-    SCH_TBL_INFO ti = sl_ti(sl);
+ZEL_RETCODE schload_key_keyid(SCHLOAD *sl, int64_t v) {
+    SCH_TBL_INFO ti = schload_ti(sl);
     if (ti == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
     return sch_key_create(ti, static_cast<ZEL_KEY_INDEX>(v), &sl->ki);
@@ -459,49 +462,54 @@ ZEL_RETCODE sl_key_keyid(SCHLOAD *sl, int64_t v) {
 constexpr SCHLOAD_ELEM_ITEM kElemItems[] = {
     // Kept: "colid" of an element is a string of digits, of a column a
     // number; stored catalogues have them so.
-    sl_row("colid", sl_digits<sl_ei, sch_elem_set_col, 65535>),
-    sl_row("order", sl_word<sl_ei, sch_elem_set_order, direction_items, DIRECTION_ITEMS_COUNT>),
+    schload_row("colid", schload_digits<schload_ei, sch_elem_set_col, 65535>),
+    schload_row(
+        "order",
+        schload_word<schload_ei, sch_elem_set_order, direction_items, DIRECTION_ITEMS_COUNT>),
 };
 
-ZEL_RETCODE sl_elem(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_elem(SCHLOAD *sl, B_JSON_T *json) {
     SCH_KEY_INFO ki = sl->ki;
     if (sl->index >= sch_key_num_elems(ki)) return eBADCAT;  // more than "nocols"
     sl->ei = sch_key_elem(ki, sl->index++);
-    return process_object(sl, json, kElemItems);
+    return schload_object(sl, json, kElemItems);
 }
 
-ZEL_RETCODE sl_key_cols(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_key_cols(SCHLOAD *sl, B_JSON_T *json) {
     if (sl->ki == nullptr) return eBADCAT;
     sl->index = 0;
-    return process_object_array(sl, json, sl_elem, &sl->ei);
+    return schload_object_array(sl, json, schload_elem, &sl->ei);
 }
 
 constexpr SCHLOAD_ELEM_ITEM kKeyItems[] = {
-    sl_row("keyid", sl_key_keyid),
-    sl_row("dwrid", sl_num<sl_ki, sch_key_set_drawer, -1, UINT32_MAX>),
-    sl_row("name", sl_str<sl_ki, sch_key_set_name>),
-    sl_row("type", sl_word<sl_ki, sch_key_set_type, key_type_items, KEY_TYPE_ITEMS_COUNT>),
-    sl_row("method", sl_word<sl_ki, sch_key_set_method, key_method_items, KEY_METHOD_ITEMS_COUNT>),
-    sl_row("restrict", sl_flag<sl_ki, sch_key_set_restr>),
-    sl_row("refcount", sl_full<sl_ki, sch_key_set_refcount>),
-    sl_row("nocols", sl_full<sl_ki, sch_key_set_num_elems>),
-    sl_array("cols", sl_key_cols),
+    schload_row("keyid", schload_key_keyid),
+    schload_row("dwrid", schload_num<schload_ki, sch_key_set_drawer, -1, UINT32_MAX>),
+    schload_row("name", schload_str<schload_ki, sch_key_set_name>),
+    schload_row("type",
+                schload_word<schload_ki, sch_key_set_type, key_type_items, KEY_TYPE_ITEMS_COUNT>),
+    schload_row(
+        "method",
+        schload_word<schload_ki, sch_key_set_method, key_method_items, KEY_METHOD_ITEMS_COUNT>),
+    schload_row("restrict", schload_flag<schload_ki, sch_key_set_restr>),
+    schload_row("refcount", schload_full<schload_ki, sch_key_set_refcount>),
+    schload_row("nocols", schload_full<schload_ki, sch_key_set_num_elems>),
+    schload_row_array("cols", schload_key_cols),
 };
 
-ZEL_RETCODE sl_key(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_key(SCHLOAD *sl, B_JSON_T *json) {
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = process_object(sl, json, kKeyItems));
+    ZEL_CHECK(rc = schload_object(sl, json, kKeyItems));
     return sch_key_finalize(sl->ki);
 }
 
-ZEL_RETCODE sl_tbl_keys(SCHLOAD *sl, B_JSON_T *json) {
-    if (sl_ti(sl) == nullptr) return eBADCAT;
-    return process_object_array(sl, json, sl_key, &sl->ki);
+ZEL_RETCODE schload_tbl_keys(SCHLOAD *sl, B_JSON_T *json) {
+    if (schload_ti(sl) == nullptr) return eBADCAT;
+    return schload_object_array(sl, json, schload_key, &sl->ki);
 }
 
 // ---- References and their sort columns.
 
-ZEL_RETCODE sl_ref_refid(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_ref_refid(SCHLOAD *sl, int64_t v) {
     SCHLOAD_TABLE *t = sl->curr_table;
     if (t == nullptr || t->ti == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
@@ -515,8 +523,8 @@ ZEL_RETCODE sl_ref_refid(SCHLOAD *sl, int64_t v) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_ref_otabid(SCHLOAD *sl, const char *s) {
-    if (sl_ri(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_ref_otabid(SCHLOAD *sl, const char *s) {
+    if (schload_ri(sl) == nullptr) return eBADCAT;
     uint32_t v = 0;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = schload_get_index(s, 65535, &v));
@@ -524,8 +532,8 @@ ZEL_RETCODE sl_ref_otabid(SCHLOAD *sl, const char *s) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_ref_pkeyid(SCHLOAD *sl, const char *s) {
-    if (sl_ri(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_ref_pkeyid(SCHLOAD *sl, const char *s) {
+    if (schload_ri(sl) == nullptr) return eBADCAT;
     uint32_t v = 0;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = schload_get_index(s, 65535, &v));
@@ -533,9 +541,9 @@ ZEL_RETCODE sl_ref_pkeyid(SCHLOAD *sl, const char *s) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_ref_nocols(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_ref_nocols(SCHLOAD *sl, int64_t v) {
     SCHLOAD_REF *r = sl->curr_ref;
-    if (sl_ri(sl) == nullptr) return eBADCAT;
+    if (schload_ri(sl) == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
     const auto n = static_cast<ZEL_COL_INDEX>(v);
     ZEL_RETCODE rc;
@@ -551,9 +559,9 @@ ZEL_RETCODE sl_ref_nocols(SCHLOAD *sl, int64_t v) {
 
 // "cols" of a reference: strings of digits, in order, not bound-checked
 // until the reference ends.
-ZEL_RETCODE sl_ref_cols(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_ref_cols(SCHLOAD *sl, B_JSON_T *json) {
     SCHLOAD_REF *r = sl->curr_ref;
-    if (sl_ri(sl) == nullptr) return eBADCAT;
+    if (schload_ri(sl) == nullptr) return eBADCAT;
     for (ZEL_COL_INDEX i = 0;; ++i) {
         B_JSON_VAL v;
         ZEL_RETCODE rc;
@@ -570,59 +578,62 @@ ZEL_RETCODE sl_ref_cols(SCHLOAD *sl, B_JSON_T *json) {
 }
 
 constexpr SCHLOAD_ELEM_ITEM kSortItems[] = {
-    sl_row(
+    schload_row(
         "colid",
         +[](SCHLOAD *sl, const char *s) {
             uint32_t id = 0;
             ZEL_RETCODE rc;
             ZEL_CHECK(rc = schload_get_index(s, 65535, &id));
-            return sch_ref_set_sort_col(sl_ri(sl), sl->index, static_cast<ZEL_COL_INDEX>(id));
+            return sch_ref_set_sort_col(schload_ri(sl), sl->index, static_cast<ZEL_COL_INDEX>(id));
         }),
-    sl_row(
+    schload_row(
         "order",
         +[](SCHLOAD *sl, const char *s) {
             int32_t dir = 0;
             ZEL_RETCODE rc;
-            ZEL_CHECK(rc = schload_word(direction_items, DIRECTION_ITEMS_COUNT, s, &dir));
-            return sch_ref_set_sort_order(sl_ri(sl), sl->index, static_cast<ZEL_DIRECTION>(dir));
+            ZEL_CHECK(rc = schload_find_word(direction_items, DIRECTION_ITEMS_COUNT, s, &dir));
+            return sch_ref_set_sort_order(schload_ri(sl), sl->index,
+                                          static_cast<ZEL_DIRECTION>(dir));
         }),
 };
 
-ZEL_RETCODE sl_sort(SCHLOAD *sl, B_JSON_T *json) {
-    if (sl->index >= sch_ref_num_sort_cols(sl_ri(sl))) return eBADCAT;  // more than declared
-    const ZEL_RETCODE rc = process_object(sl, json, kSortItems);
+ZEL_RETCODE schload_sort(SCHLOAD *sl, B_JSON_T *json) {
+    if (sl->index >= sch_ref_num_sort_cols(schload_ri(sl))) return eBADCAT;  // more than declared
+    const ZEL_RETCODE rc = schload_object(sl, json, kSortItems);
     ++sl->index;
     return rc;
 }
 
-ZEL_RETCODE sl_ref_sortcols(SCHLOAD *sl, B_JSON_T *json) {
-    if (sl_ri(sl) == nullptr) return eBADCAT;
+ZEL_RETCODE schload_ref_sortcols(SCHLOAD *sl, B_JSON_T *json) {
+    if (schload_ri(sl) == nullptr) return eBADCAT;
     sl->index = 0;
-    return process_object_array<SCH_SORT_INFO_S>(sl, json, sl_sort, nullptr);
+    return schload_object_array<SCH_SORT_INFO_S>(sl, json, schload_sort, nullptr);
 }
 
 constexpr SCHLOAD_ELEM_ITEM kRefItems[] = {
-    sl_row("refid", sl_ref_refid),
-    sl_row("dwrid", sl_full<sl_ri, sch_ref_set_drawer>),
-    sl_row("name", sl_str<sl_ri, sch_ref_set_name>),
-    sl_row("otabid", sl_ref_otabid),
-    sl_row("pkeyid", sl_ref_pkeyid),
-    sl_row("on_upd",
-           sl_word<sl_ri, sch_ref_set_on_update, ref_action_items, REF_ACTION_ITEMS_COUNT>),
-    sl_row("on_del",
-           sl_word<sl_ri, sch_ref_set_on_delete, ref_action_items, REF_ACTION_ITEMS_COUNT>),
-    sl_row("nocols", sl_ref_nocols),
-    sl_row("nosortcols", sl_full<sl_ri, sch_ref_set_num_sort_cols>),
-    sl_array("cols", sl_ref_cols),
-    sl_array("sortcols", sl_ref_sortcols),
+    schload_row("refid", schload_ref_refid),
+    schload_row("dwrid", schload_full<schload_ri, sch_ref_set_drawer>),
+    schload_row("name", schload_str<schload_ri, sch_ref_set_name>),
+    schload_row("otabid", schload_ref_otabid),
+    schload_row("pkeyid", schload_ref_pkeyid),
+    schload_row(
+        "on_upd",
+        schload_word<schload_ri, sch_ref_set_on_update, ref_action_items, REF_ACTION_ITEMS_COUNT>),
+    schload_row(
+        "on_del",
+        schload_word<schload_ri, sch_ref_set_on_delete, ref_action_items, REF_ACTION_ITEMS_COUNT>),
+    schload_row("nocols", schload_ref_nocols),
+    schload_row("nosortcols", schload_full<schload_ri, sch_ref_set_num_sort_cols>),
+    schload_row_array("cols", schload_ref_cols),
+    schload_row_array("sortcols", schload_ref_sortcols),
 };
 
 // A reference ends with its foreign column indexes checked, every one given
 // and below 65535, and sch_ref_finalize (which needs the "name": the columns
 // are not linked yet, so none can be made up).
-ZEL_RETCODE sl_ref(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_ref(SCHLOAD *sl, B_JSON_T *json) {
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = process_object(sl, json, kRefItems));
+    ZEL_CHECK(rc = schload_object(sl, json, kRefItems));
     const SCHLOAD_REF *r = sl->curr_ref;
     if (r == nullptr) return eBADCAT;
     for (ZEL_COL_INDEX i = 0; i < r->num_colids; ++i)
@@ -630,14 +641,14 @@ ZEL_RETCODE sl_ref(SCHLOAD *sl, B_JSON_T *json) {
     return sch_ref_finalize(r->ri);
 }
 
-ZEL_RETCODE sl_tbl_refs(SCHLOAD *sl, B_JSON_T *json) {
-    if (sl_ti(sl) == nullptr) return eBADCAT;
-    return process_object_array(sl, json, sl_ref, &sl->curr_ref);
+ZEL_RETCODE schload_tbl_refs(SCHLOAD *sl, B_JSON_T *json) {
+    if (schload_ti(sl) == nullptr) return eBADCAT;
+    return schload_object_array(sl, json, schload_ref, &sl->curr_ref);
 }
 
 // ---- Tables.
 
-ZEL_RETCODE sl_tbl_tabid(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_tbl_tabid(SCHLOAD *sl, int64_t v) {
     if (v < 0 || v > 65535) return eRANGE;
     const auto id = static_cast<ZEL_TBL_INDEX>(v);
     if (id >= sl->max_tables) return eRANGE;
@@ -650,9 +661,9 @@ ZEL_RETCODE sl_tbl_tabid(SCHLOAD *sl, int64_t v) {
 }
 
 // "maxcols": the table's capacity, and the loader's column links beside it.
-ZEL_RETCODE sl_tbl_maxcols(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_tbl_maxcols(SCHLOAD *sl, int64_t v) {
     SCHLOAD_TABLE *t = sl->curr_table;
-    if (sl_ti(sl) == nullptr) return eBADCAT;
+    if (schload_ti(sl) == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
     const auto n = static_cast<ZEL_COL_INDEX>(v);
     ZEL_RETCODE rc;
@@ -667,9 +678,9 @@ ZEL_RETCODE sl_tbl_maxcols(SCHLOAD *sl, int64_t v) {
 }
 
 // "maxrefs": the table's reference slots, and the loader's beside them.
-ZEL_RETCODE sl_tbl_maxrefs(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_tbl_maxrefs(SCHLOAD *sl, int64_t v) {
     SCHLOAD_TABLE *t = sl->curr_table;
-    if (sl_ti(sl) == nullptr) return eBADCAT;
+    if (schload_ti(sl) == nullptr) return eBADCAT;
     if (v < 0 || v > 65535) return eRANGE;
     const auto n = static_cast<ZEL_REF_INDEX>(v);
     ZEL_RETCODE rc;
@@ -686,40 +697,42 @@ ZEL_RETCODE sl_tbl_maxrefs(SCHLOAD *sl, int64_t v) {
 }
 
 constexpr SCHLOAD_ELEM_ITEM kTableItems[] = {
-    sl_row("tabid", sl_tbl_tabid),
+    schload_row("tabid", schload_tbl_tabid),
     // -1 and 4294967295 mean no drawer.
-    sl_row("dwrid", sl_num<sl_ti, sch_tbl_set_drawer, -1, UINT32_MAX>),
+    schload_row("dwrid", schload_num<schload_ti, sch_tbl_set_drawer, -1, UINT32_MAX>),
     // Deliberate: "dwrid" stands twice; the search takes the first row, so
     // this one is never reached.
-    sl_skip("dwrid"),
-    sl_row("type", sl_word<sl_ti, sch_tbl_set_type, table_type_items, TABLE_TYPE_ITEMS_COUNT>),
-    sl_row("name", sl_str<sl_ti, sch_tbl_set_name>),
-    sl_row("checkStr", sl_str<sl_ti, sch_tbl_set_check_str>),
-    sl_row("checkName", sl_str<sl_ti, sch_tbl_set_check_name>),
+    schload_skip("dwrid"),
+    schload_row(
+        "type",
+        schload_word<schload_ti, sch_tbl_set_type, table_type_items, TABLE_TYPE_ITEMS_COUNT>),
+    schload_row("name", schload_str<schload_ti, sch_tbl_set_name>),
+    schload_row("checkStr", schload_str<schload_ti, sch_tbl_set_check_str>),
+    schload_row("checkName", schload_str<schload_ti, sch_tbl_set_check_name>),
     // Unchecked: any number is a row limit.
-    sl_row("maxrows", sl_num<sl_ti, sch_tbl_set_max_rows, INT64_MIN, INT64_MAX>),
-    sl_row("nocols", sl_full<sl_ti, sch_tbl_set_num_cols>),
-    sl_row("nextcol", sl_full<sl_ti, sch_tbl_set_next_col>),
-    sl_row("maxcols", sl_tbl_maxcols),
-    sl_row("nokeys", sl_full<sl_ti, sch_tbl_set_num_keys>),
-    sl_row("nextkey", sl_full<sl_ti, sch_tbl_set_next_key>),
-    sl_row("maxkeys", sl_full<sl_ti, sch_tbl_set_max_keys>),
-    sl_row("norefs", sl_full<sl_ti, sch_tbl_set_num_refs>),
-    sl_row("maxrefs", sl_tbl_maxrefs),
-    sl_array("columns", sl_tbl_columns),
-    sl_array("keys", sl_tbl_keys),
-    sl_array("refs", sl_tbl_refs),
+    schload_row("maxrows", schload_num<schload_ti, sch_tbl_set_max_rows, INT64_MIN, INT64_MAX>),
+    schload_row("nocols", schload_full<schload_ti, sch_tbl_set_num_cols>),
+    schload_row("nextcol", schload_full<schload_ti, sch_tbl_set_next_col>),
+    schload_row("maxcols", schload_tbl_maxcols),
+    schload_row("nokeys", schload_full<schload_ti, sch_tbl_set_num_keys>),
+    schload_row("nextkey", schload_full<schload_ti, sch_tbl_set_next_key>),
+    schload_row("maxkeys", schload_full<schload_ti, sch_tbl_set_max_keys>),
+    schload_row("norefs", schload_full<schload_ti, sch_tbl_set_num_refs>),
+    schload_row("maxrefs", schload_tbl_maxrefs),
+    schload_row_array("columns", schload_tbl_columns),
+    schload_row_array("keys", schload_tbl_keys),
+    schload_row_array("refs", schload_tbl_refs),
 };
 
-ZEL_RETCODE sl_table(SCHLOAD *sl, B_JSON_T *json) {
+ZEL_RETCODE schload_table(SCHLOAD *sl, B_JSON_T *json) {
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = process_object(sl, json, kTableItems));
-    return sch_tbl_finalize(sl_ti(sl), sl->unicode_enabled);
+    ZEL_CHECK(rc = schload_object(sl, json, kTableItems));
+    return sch_tbl_finalize(schload_ti(sl), sl->unicode_enabled);
 }
 
 // ---- The database object.
 
-ZEL_RETCODE sl_db_maxtabs(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_db_maxtabs(SCHLOAD *sl, int64_t v) {
     if (v < 0 || v > 65535) return eRANGE;
     const auto n = static_cast<ZEL_TBL_INDEX>(v);
     ZEL_RETCODE rc;
@@ -732,7 +745,7 @@ ZEL_RETCODE sl_db_maxtabs(SCHLOAD *sl, int64_t v) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_db_nexttab(SCHLOAD *sl, int64_t v) {
+ZEL_RETCODE schload_db_nexttab(SCHLOAD *sl, int64_t v) {
     if (v < 0 || v > 65535) return eRANGE;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = sch_set_next_table(sl->sch, static_cast<ZEL_TBL_INDEX>(v)));
@@ -740,46 +753,49 @@ ZEL_RETCODE sl_db_nexttab(SCHLOAD *sl, int64_t v) {
     return sOKAY;
 }
 
-ZEL_RETCODE sl_db_drawers(SCHLOAD *sl, B_JSON_T *json) {
-    return process_object_array(
-        sl, json, [](SCHLOAD *s, B_JSON_T *j) { return process_object(s, j, kDrawerItems); },
+ZEL_RETCODE schload_db_drawers(SCHLOAD *sl, B_JSON_T *json) {
+    return schload_object_array(
+        sl, json, [](SCHLOAD *s, B_JSON_T *j) { return schload_object(s, j, kDrawerItems); },
         &sl->di);
 }
 
-ZEL_RETCODE sl_db_domains(SCHLOAD *sl, B_JSON_T *json) {
-    return process_object_array(
+ZEL_RETCODE schload_db_domains(SCHLOAD *sl, B_JSON_T *json) {
+    return schload_object_array(
         sl, json,
         [](SCHLOAD *s, B_JSON_T *j) {
-            const ZEL_RETCODE rc = process_object(s, j, kDomainItems);
+            const ZEL_RETCODE rc = schload_object(s, j, kDomainItems);
             s->pi = nullptr;
             return rc;
         },
         &sl->mi);
 }
 
-ZEL_RETCODE sl_db_tables(SCHLOAD *sl, B_JSON_T *json) {
-    return process_object_array(sl, json, sl_table, &sl->curr_table);
+ZEL_RETCODE schload_db_tables(SCHLOAD *sl, B_JSON_T *json) {
+    return schload_object_array(sl, json, schload_table, &sl->curr_table);
 }
 
 constexpr SCHLOAD_ELEM_ITEM kDatabaseItems[] = {
-    sl_row("catver", sl_full<sl_sch, sch_set_catver>),  // stored only
-    sl_row("dbver", sl_full<sl_sch, sch_set_dbver>),    // stored only
-    sl_row("name", sl_str<sl_sch, sch_set_name>),
-    sl_row("locale", sl_str<sl_sch, sch_set_locale>),
+    schload_row("catver", schload_full<schload_sch, sch_set_catver>),  // stored only
+    schload_row("dbver", schload_full<schload_sch, sch_set_dbver>),    // stored only
+    schload_row("name", schload_str<schload_sch, sch_set_name>),
+    schload_row("locale", schload_str<schload_sch, sch_set_locale>),
     // Kept: five words; "default" is known to sch_encryption_text only.
-    sl_row("encryption",
-           sl_word<sl_sch, sch_set_encryption, encryption_items, ENCRYPTION_ITEMS_COUNT>),
-    sl_row("maxdrawers", sl_full<sl_sch, sch_set_max_drawer>),  // at least the 5 built in
-    sl_row("nodrawers", sl_full<sl_sch, sch_set_num_drawers>),
-    sl_row("nextdrawer", sl_full<sl_sch, sch_set_next_drawer>),  // at most maxdrawers
-    sl_row("nodoms", sl_full<sl_sch, sch_set_num_domains>),
-    sl_row("maxdoms", sl_full<sl_sch, sch_set_next_domain>),
-    sl_row("maxtabs", sl_db_maxtabs),
-    sl_row("notabs", sl_full<sl_sch, sch_set_num_tables>),
-    sl_row("nexttab", sl_db_nexttab),
-    sl_array("drawers", sl_db_drawers),
-    sl_array("domains", sl_db_domains),
-    sl_array("tables", sl_db_tables),
+    schload_row(
+        "encryption",
+        schload_word<schload_sch, sch_set_encryption, encryption_items, ENCRYPTION_ITEMS_COUNT>),
+    schload_row("maxdrawers",
+                schload_full<schload_sch, sch_set_max_drawer>),  // at least the 5 built in
+    schload_row("nodrawers", schload_full<schload_sch, sch_set_num_drawers>),
+    schload_row("nextdrawer",
+                schload_full<schload_sch, sch_set_next_drawer>),  // at most maxdrawers
+    schload_row("nodoms", schload_full<schload_sch, sch_set_num_domains>),
+    schload_row("maxdoms", schload_full<schload_sch, sch_set_next_domain>),
+    schload_row("maxtabs", schload_db_maxtabs),
+    schload_row("notabs", schload_full<schload_sch, sch_set_num_tables>),
+    schload_row("nexttab", schload_db_nexttab),
+    schload_row_array("drawers", schload_db_drawers),
+    schload_row_array("domains", schload_db_domains),
+    schload_row_array("tables", schload_db_tables),
 };
 
 // Ninety keys in ten objects, the doubled "dwrid" of a table aside.
@@ -857,7 +873,7 @@ void schload_free(SCHLOAD *sl) {
 
 // The document's shape, the walk of the database object and the deferred
 // stage. A syntax error before the database object is eSYNTAX.
-ZEL_RETCODE read_json_schema(SCHLOAD *sl, B_INPUT_T *obj, B_TAG_STACK stackTag) {
+ZEL_RETCODE schload_read_json(SCHLOAD *sl, B_INPUT_T *obj, B_TAG_STACK stackTag) {
     B_JSON_T json;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = b_jsonInit(&json, obj, sl->subTag, stackTag));
@@ -869,7 +885,7 @@ ZEL_RETCODE read_json_schema(SCHLOAD *sl, B_INPUT_T *obj, B_TAG_STACK stackTag) 
         rc = eBADCAT;
     b_jsonFreePair(&json, &pair);
     // Kept: nothing after the database object is read.
-    if (rc == sOKAY) rc = process_object(sl, &json, kDatabaseItems);
+    if (rc == sOKAY) rc = schload_object(sl, &json, kDatabaseItems);
     if (rc == sOKAY) rc = schload_finalize(sl);
     schload_free(sl);
     b_jsonTerm(&json);
@@ -893,7 +909,7 @@ ZEL_RETCODE sch_read_database_schema(SCH_INFO *psch, SCHLOAD *pschload, B_INPUT_
     ZEL_CHECK(rc = sch_create(&sl.sch, tag));
     B_TAG_STACK stackTag = nullptr;
     if ((rc = b_tag_stackCreate(masterTag, kStackBytes, kStackBytes, &stackTag)) == sOKAY) {
-        rc = read_json_schema(&sl, obj, stackTag);
+        rc = schload_read_json(&sl, obj, stackTag);
         b_tag_stackDestroy(stackTag);
     }
     if (rc != sOKAY) {
