@@ -110,6 +110,7 @@ int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
 int zb_demo_keyvalue(FILE *out);
+int zb_demo_schema_load(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -145,6 +146,7 @@ int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
 int zb_cmd_kv(int argc, char **argv);
 int zb_cmd_options(int argc, char **argv);
+int zb_cmd_catalog(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -228,11 +230,12 @@ void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // [--expanded] HEX.
 struct ZbObjArgs {
     bool expanded = false;
-    const char *key = nullptr;  // T.K, with a key
+    const char *key = nullptr;      // T.K, with a key
+    const char *catalog = nullptr;  // --catalog F, with a key
     std::vector<uint8_t> bytes;
 };
-// As zb_cmdline, with the key's option (required) when keyHelp is not null:
-// kZbGoOn, or the exit code.
+// As zb_cmdline, with the key's option (required) and --catalog when keyHelp
+// is not null: kZbGoOn, or the exit code.
 int zb_obj_args(int argc, char **argv, const char *description, const char *keyHelp,
                 ZbObjArgs *out);
 // Key "T.K" of the sample catalogue with that method; null when none.
@@ -247,6 +250,19 @@ void zb_chunk_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expand
 void zb_iz_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expanded, B_TAG_SUB sub);
 void zb_rtree_table_of(FILE *out, SCH_KEY_INFO_C ki, const std::vector<uint8_t> &bytes,
                        bool expanded, B_TAG_SUB sub);
+
+// ---- JSON catalogues (cmd_catalog.cpp).
+
+// Loads the catalogue file at `path` (unicode on or off) from the tags.
+ZEL_RETCODE zb_catalog_load(const char *path, bool unicode, const ZbTags &tags, SCH_INFO *psch);
+// The catalogue of a subcommand's --catalog: the file when `path` is given
+// (a failure is reported on standard error), else the sample catalogue.
+ZEL_RETCODE zb_catalog_open(const char *path, const ZbTags &tags, SCH_INFO *psch);
+// Drawers, domains, tables, columns, keys and references, as the loader
+// built them.
+void zb_catalog_print(FILE *out, SCH_INFO_C sch);
+// "NAME: message" of a code.
+std::string zb_catalog_code(ZEL_RETCODE rc);
 
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
