@@ -46,6 +46,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"The road of a row, from text to store and back", zb_demo_road},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -136,6 +137,9 @@ constexpr Command kCommands[] = {
      "sort |-separated lines with the external sort; geometry, page traffic, memory", zb_cmd_sort},
     {"kv", "[--case] STRING", "a key/value option string: keys, elements, every typed getter",
      zb_cmd_kv},
+    {"road", "[--rows N] [--catalog FILE] [--table T] [--seed S] [--narrow] [--print N]",
+     "the road of generated rows from text to store and back: time and bytes of each stage",
+     zb_cmd_road},
     {"options", "[--scope S] [--words]",
      "the option keywords: scope, serial, class, kind, default, bounds; word tables",
      zb_cmd_options},
