@@ -112,12 +112,10 @@ TEST_F(Road, BadTextsGiveTheirCodes) {
         {"INSERT INTO customer (id) VALUES (ARRAY[1])", eINVCONVERT},
     };
     for (const auto &c : cases) {
-        r.err.clear();
         EXPECT_EQ(zb_road_run(&r, {c.sql}), c.rc) << c.sql << ": " << r.err;
         EXPECT_FALSE(r.broken) << c.sql;
     }
     // A name's text longer than the column: refused, not cut.
-    r.err.clear();
     EXPECT_EQ(zb_road_run(&r, {"INSERT INTO customer (id, name) VALUES (1, '" +
                                std::string(100, 'x') + "')"}),
               eSTRTOOLONG)
@@ -140,7 +138,6 @@ TEST_F(Road, EveryAllocationMayFail) {
             for (int i = 0; i < 30; ++i, ++rows) {
                 const std::string sql = zb_road_random_insert(ti, rng);
                 faults += oom_check(master, {sub}, [&] {
-                    one.err.clear();
                     const ZEL_RETCODE rc = zb_road_run(&one, {sql});
                     EXPECT_FALSE(one.broken) << sql << ": " << one.err;
                     return rc;

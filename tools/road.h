@@ -139,7 +139,8 @@ std::vector<std::string> zb_road_texts(const ZEL_ROW &row);
 // The whole road over `sqls`, INSERTs into one table: every row through the
 // steps above, then the cache, the index, the node, the sort and the store.
 // `stored`, when not null, gets each row's committed object in slot order.
-// Times and bytes add up in r->stats.
+// Times and bytes add up in r->stats; `err` tells the run's first failure,
+// `broken` stays set once a check failed.
 ZEL_RETCODE zb_road_run(ZbRoad *r, const std::vector<std::string> &sqls,
                         std::vector<std::vector<uint8_t>> *stored = nullptr);
 
