@@ -38,6 +38,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Queue and thread pool", zb_demo_queue},
     {"Parser driver", zb_demo_yyparse},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Spilling B-tree and item lists", zb_demo_cbtree},
     {"Command line", zb_demo_cmdline},
 };
 
@@ -105,6 +106,8 @@ constexpr Command kCommands[] = {
      zb_cmd_parse},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
+     "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
 };

@@ -95,6 +95,7 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_btree(FILE *out);
+int zb_demo_cbtree(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -113,6 +114,7 @@ int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_btree(int argc, char **argv);
+int zb_cmd_cbtree(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -139,6 +141,10 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Adds the keys 1..count shuffled to a cached B-tree, finds each and walks it,
+// printing the loads, writes and evictions; with `dump` the node file as an
+// annotated table. 0, or the exit code of a failure.
+int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
