@@ -157,11 +157,19 @@ class CbtTest : public TaggedTest {
             return "entries differ from the model";
         }
         uint64_t listed = 0, inMemory = 0;
+        std::set<const B_CBTREE_NODE *> nodes;
         for (const B_CBTREE_NODE *n = tree->oldest; n != nullptr; n = n->newer) {
             listed++;
             inMemory += n->used;
+            nodes.insert(n);
         }
         if (listed != tree->cached_nodes.count) return "a node in memory is off the age list";
+        for (uint32_t i = 0; i <= tree->idmask; ++i) {
+            const B_CBTREE_NODE *n = tree->idmap[i];
+            if (n != nullptr && (nodes.count(n) == 0 || (n->id & tree->idmask) != i)) {
+                return "the shortcut map holds a node not in memory";
+            }
+        }
         if (listed > tree->max_cached_nodes + 2) return "the cache runs over by more than two";
         if (static_cast<int64_t>(inMemory) != cells.live) return "entries alive are not in memory";
         return "";

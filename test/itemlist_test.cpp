@@ -85,7 +85,15 @@ TEST_F(ItemListTest, RandomAppendsReadsAndReleasesMatchAVector) {
         ASSERT_EQ(list.num, model.size());
         ASSERT_EQ(list.size, chunks * 100);
     }
-    for (uint32_t id = 0; id < model.size(); ++id) {
+    for (uint32_t n = 0; n < 450; ++n) {
+        const B_ITEM it = item(n, true);
+        ASSERT_EQ(b_itemListAddItem(&list, &it), sOKAY);
+        model.push_back(it);
+    }
+    for (uint32_t id = 0; id < model.size(); ++id) {  // up across chunk borders, then down
+        ASSERT_EQ(std::memcmp(get(id), &model[id], sizeof(B_ITEM)), 0) << id;
+    }
+    for (uint32_t id = static_cast<uint32_t>(model.size()); id-- > 0;) {
         ASSERT_EQ(std::memcmp(get(id), &model[id], sizeof(B_ITEM)), 0) << id;
     }
     B_ITEM *p = nullptr;

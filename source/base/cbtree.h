@@ -113,6 +113,11 @@ typedef struct B_CBTREE_S {
     uint64_t loads;     /* node images read */
     uint64_t writes;    /* node images written */
     uint64_t evictions; /* nodes that left memory, written or not */
+    /* A direct-mapped shortcut into cached_nodes: slot id & idmask holds the
+     * node of that number when it is in memory and was last to claim the
+     * slot, else another node or null. */
+    B_CBTREE_NODE **idmap;
+    uint32_t idmask;
 } B_CBTREE_T;
 
 /* An empty tree: a root node in memory, no file yet. `slots` >= 2 entries a

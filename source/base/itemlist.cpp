@@ -43,14 +43,35 @@ ZEL_COMPARE itemChunkCompare(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *nod
     return a < b ? ZEL_LT : (a > b ? ZEL_GT : ZEL_EQ);
 }
 
-// The chunk numbered `id`, through `curr` when it is that one.
+// The chunk numbered `id` from the tree, which becomes `curr`; callers try
+// `curr` first. A walk crossing into the next or previous chunk takes the
+// neighbour of `curr` in the tree, a step or two instead of a search from the
+// root through chunks all over memory.
 B_ITEM_CHUNK *b_itemListChunk(B_ITEM_LIST *list, uint32_t id) {
-    if (list->curr != nullptr && list->curr->id == id) return list->curr;
-    B_ITEM_CHUNK lookup;
-    lookup.id = id;
-    auto *c = reinterpret_cast<B_ITEM_CHUNK *>(b_avlFind(&list->avlChunks, &lookup.node));
+    B_AVL_NODE_T *n = nullptr;
+    if (list->curr != nullptr && id == list->curr->id + 1) {
+        n = b_avlNext(&list->curr->node);
+    } else if (list->curr != nullptr && id + 1 == list->curr->id) {
+        n = b_avlPrev(&list->curr->node);
+    }
+    if (n == nullptr || reinterpret_cast<B_ITEM_CHUNK *>(n)->id != id) {
+        B_ITEM_CHUNK lookup;
+        lookup.id = id;
+        n = b_avlFind(&list->avlChunks, &lookup.node);
+    }
+    auto *c = reinterpret_cast<B_ITEM_CHUNK *>(n);
     if (c != nullptr) list->curr = c;
     return c;
+}
+
+// b_itemListGetItem past `curr`, kept out of line so that the common case
+// needs no stack frame.
+[[gnu::noinline]] ZEL_RETCODE b_itemListGetFromTree(B_ITEM_LIST *list, uint32_t id,
+                                                    B_ITEM **pItem) {
+    B_ITEM_CHUNK *c = b_itemListChunk(list, id / kChunk);
+    if (c == nullptr) return sNOTFOUND;
+    *pItem = &c->items[id % kChunk];
+    return sOKAY;
 }
 
 // Every buffer of the chunk back to the pool, the fields cleared.
@@ -96,8 +117,11 @@ ZEL_RETCODE b_itemListAddItem(B_ITEM_LIST *list, const B_ITEM *item) {
         list->size += kChunk;
         list->curr = c;
     } else {
-        c = b_itemListChunk(list, list->num / kChunk);
-        if (c == nullptr) return eFAIL;  // a chunk below `size` is always there
+        c = list->curr;
+        if (c == nullptr || c->id != list->num / kChunk) {
+            c = b_itemListChunk(list, list->num / kChunk);
+            if (c == nullptr) return eFAIL;  // a chunk below `size` is always there
+        }
     }
     c->items[list->num % kChunk] = *item;
     list->num++;
@@ -107,10 +131,14 @@ ZEL_RETCODE b_itemListAddItem(B_ITEM_LIST *list, const B_ITEM *item) {
 ZEL_RETCODE b_itemListGetItem(B_ITEM_LIST *list, uint32_t id, B_ITEM **pItem) {
     if (list == nullptr || pItem == nullptr) return eINVNULLARG;
     if (id >= list->num) return sNOTFOUND;
-    B_ITEM_CHUNK *c = b_itemListChunk(list, id / kChunk);
-    if (c == nullptr) return sNOTFOUND;
-    *pItem = &c->items[id % kChunk];
-    return sOKAY;
+    if (B_ITEM_CHUNK *c = list->curr; c != nullptr) {
+        const uint32_t place = id - c->id * kChunk;  // wraps past 100 below the chunk
+        if (place < kChunk) {
+            *pItem = &c->items[place];
+            return sOKAY;
+        }
+    }
+    return b_itemListGetFromTree(list, id, pItem);
 }
 
 void b_itemListRelease(B_ITEM_LIST *list) {
