@@ -153,8 +153,8 @@ int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, boo
         }
     }
     std::fprintf(out,
-                 "  add 1..%" PRIu32 " shuffled: %" PRIu64 " loads, %" PRIu64 " writes, %" PRIu64
-                 " evictions; %" PRIu32 " nodes\n",
+                 "  add 1..%" PRIu32 " shuffled: loads %" PRIu64 ", writes %" PRIu64
+                 ", evictions %" PRIu64 "; %" PRIu32 " nodes\n",
                  count, t.loads, t.writes, t.evictions, t.nextId);
     uint64_t found = 0;
     const uint64_t loads = t.loads, writes = t.writes, evictions = t.evictions;
@@ -163,8 +163,8 @@ int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, boo
         if (b_cbtFind(&t, &key) != nullptr) found++;
     }
     std::fprintf(out,
-                 "  find each: %" PRIu64 " of %" PRIu32 " found; %" PRIu64 " loads, %" PRIu64
-                 " writes, %" PRIu64 " evictions\n",
+                 "  find each: %" PRIu64 " of %" PRIu32 " found; loads %" PRIu64 ", writes %" PRIu64
+                 ", evictions %" PRIu64 "\n",
                  found, count, t.loads - loads, t.writes - writes, t.evictions - evictions);
     std::string walked;
     for (void *p = b_cbtFirst(&t); p != nullptr; p = b_cbtNext(&t))
