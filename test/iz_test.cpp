@@ -114,9 +114,8 @@ TEST_F(IzTest, CountsAreBounded) {
     cut.insert(cut.end(), {5, 1, 2});
     ASSERT_EQ(b_tag_masterFailAllocation(master, 1), sOKAY);
     EXPECT_EQ(of_unpack(iz_unpack_compact, &iz, cut, sub), eEOD);
-    Bytes img(54, 0);
+    Bytes img(54 + 39, 0);
     img[52] = 5;
-    img.resize(54 + 39, 0);
     EXPECT_EQ(of_unpack(iz_unpack_expanded, &iz, img, sub), eEOD);
     EXPECT_EQ(b_tag_masterFailureGiven(master), ZEL_FALSE);
     ASSERT_EQ(b_tag_masterFailAllocation(master, 0), sOKAY);
