@@ -123,8 +123,9 @@ TEST_F(IzTest, CountsAreBounded) {
     EXPECT_EQ(iz.numAvls, 0);
     // An encryption type past the enumeration's span.
     // 0x80000000 in the 5-byte form: 0x80000000 - 0x8204080 = 0x77DFBF80.
-    Bytes enc = {1, 0, 0xE8, 0x77, 0xDF, 0xBF, 0x80};
-    enc.resize(enc.size() + 33, 0);
+    Bytes enc(7 + 33, 0);
+    const uint8_t encHead[] = {1, 0, 0xE8, 0x77, 0xDF, 0xBF, 0x80};
+    std::memcpy(enc.data(), encHead, sizeof encHead);
     EXPECT_EQ(of_unpack(iz_unpack_compact, &iz, enc, sub), eDBCORRUPTED);
     std::memset(img.data() + 16, 0xFF, 4);
     img[52] = 0;
