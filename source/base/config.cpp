@@ -1015,3 +1015,8 @@ const CfgOption *zel::detail::cfg_option(const ZEL_CONFIG_OPT_KEY *key) {
     }
     return found != nullptr && found->set != nullptr ? found : nullptr;
 }
+
+const CfgOption *zel::detail::cfg_optionAt(uint32_t index) {
+    return index < std::size(kOptions) && kOptions[index].set != nullptr ? &kOptions[index]
+                                                                         : nullptr;
+}

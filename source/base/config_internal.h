@@ -59,6 +59,8 @@ struct CfgOption {
 // The row of an option keyword; null for a reserved keyword or a key that is
 // none of the table's.
 const CfgOption *cfg_option(const ZEL_CONFIG_OPT_KEY *key);
+// The same by the keyword's place in the table.
+const CfgOption *cfg_optionAt(uint32_t index);
 
 // The text of a settings field.
 inline char **cfg_settingsText(void *settings, const CfgOption &o) {

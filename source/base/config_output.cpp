@@ -32,9 +32,8 @@ struct CfgRecords {
 // The value text of an option in the configurations: sOKAY with out->text
 // null for a server option (not read here) but "gsvtype"; sNOTFOUND without
 // the record.
-ZEL_RETCODE cfg_configValue(const ZEL_CONFIG_OPT_KEY *key, const CfgRecords &r, B_TAG_SUB subTag,
-                            OptText *out) {
-    const CfgOption *o = cfg_option(key);
+ZEL_RETCODE cfg_configValue(const ZEL_CONFIG_OPT_KEY *key, const CfgOption *o, const CfgRecords &r,
+                            B_TAG_SUB subTag, OptText *out) {
     if (o == nullptr) return eINVOPTION;
     out->text = nullptr;
     out->len = 0;
@@ -50,9 +49,8 @@ ZEL_RETCODE cfg_configValue(const ZEL_CONFIG_OPT_KEY *key, const CfgRecords &r, 
 }
 
 // The same in the settings: the text itself, sNOTFOUND when it is null.
-ZEL_RETCODE cfg_settingValue(const ZEL_CONFIG_OPT_KEY *key, const CfgRecords &r, B_TAG_SUB,
-                             OptText *out) {
-    const CfgOption *o = cfg_option(key);
+ZEL_RETCODE cfg_settingValue(const ZEL_CONFIG_OPT_KEY *, const CfgOption *o, const CfgRecords &r,
+                             B_TAG_SUB, OptText *out) {
     if (o == nullptr) return eINVOPTION;
     out->text = nullptr;
     out->len = 0;
@@ -67,8 +65,9 @@ ZEL_RETCODE cfg_settingValue(const ZEL_CONFIG_OPT_KEY *key, const CfgRecords &r,
     return sOKAY;
 }
 
-using CfgValueFcn = ZEL_RETCODE (*)(const ZEL_CONFIG_OPT_KEY *, const CfgRecords &, B_TAG_SUB,
-                                    OptText *);
+// The value of a keyword, by its row (null: eINVOPTION).
+using CfgValueFcn = ZEL_RETCODE (*)(const ZEL_CONFIG_OPT_KEY *, const CfgOption *,
+                                    const CfgRecords &, B_TAG_SUB, OptText *);
 
 // Items into the caller's buffer while they fit, ";" between them; every
 // item counted.
@@ -125,9 +124,10 @@ ZEL_RETCODE cfg_walkAll(CfgWriter &w, bool settings, uint32_t mask, const CfgRec
     const ZEL_CONFIG_OPT_KEY *keys = b_optionGetConfigTable(&n);
     for (uint32_t i = 0; i < n; ++i) {
         const ZEL_CONFIG_OPT_KEY *key = &keys[i];
-        if (cfg_masked(key, mask) || cfg_option(key) == nullptr) continue;  // reserved: no record
+        const CfgOption *o = cfg_optionAt(i);
+        if (cfg_masked(key, mask) || o == nullptr) continue;  // reserved: no record
         OptText t;
-        const ZEL_RETCODE rc = value(key, r, subTag, &t);
+        const ZEL_RETCODE rc = value(key, o, r, subTag, &t);
         if (rc == sNOTFOUND) {
             if (settings) w.add(key->name, "", 0);  // unset: written empty
             continue;
@@ -162,7 +162,7 @@ ZEL_RETCODE cfg_walkNamed(CfgWriter &w, bool settings, const char *keywords, uin
         b_lexTokenFree(&lex, &tok);
         if (rc != sOKAY || cfg_masked(key, mask)) continue;
         OptText t;
-        rc = value(key, r, subTag, &t);
+        rc = value(key, cfg_option(key), r, subTag, &t);
         if (rc == sOKAY && t.text != nullptr) w.add(names ? key->name : nullptr, t.text, t.len);
     }
     b_lexTerm(&lex);
@@ -195,7 +195,7 @@ ZEL_RETCODE cfg_one(const char *keyword, const CfgRecords &r, bool unsetIsEmpty,
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = b_optionGetKey(keyword, keys, n, &key));
     OptText t;
-    rc = value(key, r, subTag, &t);
+    rc = value(key, cfg_option(key), r, subTag, &t);
     if (rc == sNOTFOUND && unsetIsEmpty) rc = sOKAY;
     if (rc != sOKAY) return rc;
     CfgWriter w(optString, bytesIn);
@@ -208,7 +208,7 @@ ZEL_RETCODE cfg_newString(const ZEL_CONFIG_OPT_KEY *okp, const CfgRecords &r, B_
                           char **strValue, CfgValueFcn value) {
     if (okp == nullptr || subTag == nullptr || strValue == nullptr) return eINVNULLARG;
     OptText t;
-    ZEL_RETCODE rc = value(okp, r, subTag, &t);
+    ZEL_RETCODE rc = value(okp, cfg_option(okp), r, subTag, &t);
     if (rc != sOKAY) return rc;
     if (t.text == nullptr) {
         *strValue = nullptr;

@@ -131,8 +131,9 @@ ZEL_RETCODE cfg_map(ZEL_RETCODE rc, const CfgOption &o, bool settings) {
 ZEL_RETCODE cfg_find(const void *rec, const B_KEYVALUE_T *kv, const ZEL_CONFIG_OPT_KEY *key,
                      CfgScope scope, const CfgOption **o) {
     if (rec == nullptr || kv == nullptr || key == nullptr) return eINVNULLARG;
+    if (cfg_scope(key->value) != scope) return eINVOPTION;  // the common answer, at once
     *o = cfg_option(key);
-    return *o != nullptr && cfg_scope((*o)->opt) == scope ? sOKAY : eINVOPTION;
+    return *o != nullptr ? sOKAY : eINVOPTION;
 }
 
 ZEL_RETCODE cfg_processConfig(void *config, CfgScope scope, const B_KEYVALUE_T *kv,
@@ -173,9 +174,13 @@ ZEL_RETCODE cfg_processSettings(void *settings, CfgScope scope, const B_KEYVALUE
     }
     if (rc != sOKAY) return cfg_map(rc, *o, true);
     rc = o->set(nullptr, v, subTag);  // the check alone
-    // The text as the user wrote it: the owned kind has it already.
-    if (rc >= 0 && o->read != kCfgOwned)
+    // The text as the user wrote it: read again for a number, copied from
+    // the reader for a word; the owned kind has it already.
+    if (rc >= 0 && (o->read == kCfgWord || o->read == kCfgLog)) {
+        rc = b_tag_subCopyString(subTag, v.text, &v.owned);
+    } else if (rc >= 0 && o->read != kCfgOwned) {
         rc = b_keyvalueGetValueString(kv, key->name, subTag, &v.owned);
+    }
     if (rc < 0) {
         if (o->read == kCfgOwned) b_tag_subFreeCanBeNull(subTag, v.owned);
         return cfg_map(rc, *o, true);
