@@ -8,11 +8,11 @@
 #include <unistd.h>
 
 #include <cctype>
-#include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <random>
 #include <sstream>
 #include <string>
@@ -31,8 +31,6 @@
 
 namespace {
 
-// ---- Records of every scope and form, and a view of them as text.
-
 struct Records {
     ZEL_GSV_CONFIGURATION gsv{};
     ZEL_DB_CONFIGURATION db{};
@@ -46,59 +44,61 @@ struct Records {
 
 enum Form { kServer, kDb, kDbS, kDbGsv, kDbGsvS, kSql, kSqlS };
 
-bool isSettings(Form f) {
-    return f == kDbS || f == kDbGsvS || f == kSqlS;
-}
-
 std::string text(const char *s) {
     return s != nullptr ? s : "<null>";
 }
 
-// Every field, for comparing records.
-std::string dump(const ZEL_SQL_OPTIONS &c) {
+// Every field, blank-separated, for comparing records.
+template <class... T>
+std::string fields(const T &...v) {
     std::ostringstream o;
-    o << c.autocommit << c.useSnapshot << ' ' << c.date_format << c.date_sep << c.time_format
-      << c.wildAll << c.wildOne << ' ' << c.reserveBytes << ' ' << c.distinctCacheSize << ' '
-      << c.groupByCacheSize << ' ' << c.orderByCacheSize << ' ';
-    char d[32];
-    std::snprintf(d, sizeof d, "%a", c.optSortFactor);
-    o << d << ' ' << c.cacheSlots << ' ' << c.debugOpt << ' ' << c.optThreshold << ' '
-      << c.transDefault << c.defaultOpenMode << c.ignoreImpError << c.genProcCFile << c.optParams
-      << ' ' << c.transIsoLevel << c.roundingMode;
+    auto one = [&o](const auto &x) {
+        if constexpr (std::is_convertible_v<decltype(x), const char *>) {
+            o << text(x) << ' ';
+        } else if constexpr (std::is_same_v<std::decay_t<decltype(x)>, double>) {
+            o << std::hexfloat << x << std::defaultfloat << ' ';
+        } else {
+            o << +x << ' ';
+        }
+    };
+    (one(v), ...);
     return o.str();
+}
+std::string dump(const ZEL_SQL_OPTIONS &c) {
+    return fields(c.autocommit, c.useSnapshot, c.date_format, c.date_sep, c.time_format, c.wildAll,
+                  c.wildOne, c.reserveBytes, c.distinctCacheSize, c.groupByCacheSize,
+                  c.orderByCacheSize, c.optSortFactor, c.cacheSlots, c.debugOpt, c.optThreshold,
+                  c.transDefault, c.defaultOpenMode, c.ignoreImpError, c.genProcCFile, c.optParams,
+                  c.transIsoLevel, c.roundingMode);
 }
 std::string dump(const ZEL_DB_CONFIGURATION &c) {
-    std::ostringstream o;
-    o << text(c.locale) << ' ' << text(c.db_user_id) << ' ' << text(c.procs_dir) << ' '
-      << text(c.error_format) << ' ' << c.row_format << c.item_format << ' ' << c.cache_size << ' '
-      << c.time_zone << ' ' << c.unicode_enabled << c.tx_test << c.obj_compress_method << ' '
-      << c.obj_compress_min_size << ' ' << c.bytes_per_utf8_char;
-    return o.str();
+    return fields(c.locale, c.db_user_id, c.procs_dir, c.error_format, c.row_format, c.item_format,
+                  c.cache_size, c.time_zone, c.unicode_enabled, c.tx_test, c.obj_compress_method,
+                  c.obj_compress_min_size, c.bytes_per_utf8_char);
 }
 std::string dump(const ZEL_DB_GSV_CONFIGURATION &c) {
-    std::ostringstream o;
-    o << c.db_size << ' ' << c.vacuum_percentage << ' ' << c.vacuum_read_chunk_size << ' '
-      << c.vacuum_write_chunk_size << ' ' << c.vacuum_wait << ' ' << c.pack_write_chunk_size << ' '
-      << c.pack_file_size << ' ' << c.idindex_flush_threshold_on_close << ' '
-      << c.idindex_flush_threshold << ' ' << c.idindex_cache_size << ' ' << c.storage_media << ' '
-      << c.durability << c.rebuild_idindex << c.drop << ' ' << c.lock_timeout;
-    return o.str();
+    return fields(c.db_size, c.vacuum_percentage, c.vacuum_read_chunk_size,
+                  c.vacuum_write_chunk_size, c.vacuum_wait, c.pack_write_chunk_size,
+                  c.pack_file_size, c.idindex_flush_threshold_on_close, c.idindex_flush_threshold,
+                  c.idindex_cache_size, c.storage_media, c.durability, c.rebuild_idindex, c.drop,
+                  c.lock_timeout);
 }
 std::string dump(const ZEL_GSV_CONFIGURATION &c) {
-    std::ostringstream o;
-    o << c.rd_only << ' ' << c.tos << ' ' << c.keepalive << ' ' << c.ka_on << ' ' << c.logcategory
-      << ' ' << c.logerrlevel << ' ' << c.logfilelevel << ' ' << text(c.logfile) << ' '
-      << text(c.name) << ' ' << text(c.docroot) << ' ' << c.transportBitmap << ' ' << c.type << ' '
-      << c.start_listener;
-    return o.str();
+    return fields(c.rd_only, c.tos, c.keepalive, c.ka_on, c.logcategory, c.logerrlevel,
+                  c.logfilelevel, c.logfile, c.name, c.docroot, c.transportBitmap, c.type,
+                  c.start_listener);
 }
 // A settings record is all texts.
 template <class Rec>
-std::string dumpSettings(const Rec &s) {
+std::string dump(const Rec &s) requires(sizeof(Rec) % sizeof(char *) == 0) {
     std::string out;
     char *const *texts = reinterpret_cast<char *const *>(&s);
     for (size_t i = 0; i < sizeof s / sizeof(char *); ++i) out += text(texts[i]) + ";";
     return out;
+}
+std::string dump(const Records &x) {
+    return dump(x.sql) + dump(x.db) + dump(x.dbGsv) + dump(x.gsv) + dump(x.sqlS) + dump(x.dbS) +
+           dump(x.dbGsvS);
 }
 
 const ZEL_CONFIG_OPT_KEY *key(const char *name) {
@@ -126,7 +126,6 @@ class ConfigTest : public TaggedTest {
     void reset(Records &x) {
         release(x);
         x = Records{};
-        x.handle.tags.subTag = sub;
         ASSERT_EQ(b_optionInitializeGSV(&x.gsv), sOKAY);
         ASSERT_EQ(b_optionInitializeDbHandle(&x.db, nullptr, sub), sOKAY);
         ASSERT_EQ(b_optionInitializeDbGSV(&x.dbGsv), sOKAY);
@@ -163,30 +162,19 @@ class ConfigTest : public TaggedTest {
 
     // Every key of `kvText` through the function of `f`: the first code
     // other than sOKAY, or sOKAY.
-    ZEL_RETCODE process(Form f, const char *kvText, Records &x) {
+    ZEL_RETCODE process(Form f, const std::string &kvText, Records &x) {
         B_KEYVALUE_T kv;
-        EXPECT_EQ(b_keyvalueInit(&kv, kvText, ZEL_FALSE, sub), sOKAY) << kvText;
-        struct Walk {
-            ConfigTest *t;
-            Form f;
-            Records *x;
-            const B_KEYVALUE_T *kv;
-            ZEL_RETCODE first;
-        } w{this, f, &x, &kv, sOKAY};
-        (void)b_keyvalueIterate(&kv, &w, [](void *ctx, const char *name) {
-            Walk &w = *static_cast<Walk *>(ctx);
-            uint32_t n = 0;
-            const ZEL_CONFIG_OPT_KEY *keys = b_optionGetConfigTable(&n);
-            const ZEL_CONFIG_OPT_KEY *k = nullptr;
-            ZEL_RETCODE rc = b_optionGetKey(name, keys, n, &k);
-            if (rc == sOKAY) rc = w.t->processKey(w.f, w.kv, k, *w.x);
-            if (rc != sOKAY && w.first == sOKAY) w.first = rc;
-            return sOKAY;
-        });
+        EXPECT_EQ(b_keyvalueInit(&kv, kvText.c_str(), ZEL_FALSE, sub), sOKAY) << kvText;
+        ZEL_RETCODE first = sOKAY;
+        for (const B_AVL_NODE_T *n = b_avlFirst(&kv.avl); n != nullptr; n = b_avlNext(n)) {
+            const ZEL_RETCODE rc =
+                processKey(f, &kv, key(reinterpret_cast<const B_KV *>(n)->key), x);
+            if (rc != sOKAY && first == sOKAY) first = rc;
+        }
         b_keyvalueTerm(&kv);
-        return w.first;
+        return first;
     }
-    ZEL_RETCODE process(Form f, const std::string &kvText) { return process(f, kvText.c_str(), r); }
+    ZEL_RETCODE process(Form f, const std::string &kvText) { return process(f, kvText, r); }
 
     // The value of option `name` in the records of `f` as the output writes
     // it; "<null>" for none. The server's fields are shown by the catalogue.
@@ -198,7 +186,7 @@ class ConfigTest : public TaggedTest {
             const auto *field =
                 reinterpret_cast<const char *>(&x.gsv) + zel::detail::cfg_option(k)->confOffset;
             rc = b_optionBufferIntoString(name, field, &s, sub);
-        } else if (isSettings(f)) {
+        } else if (f == kDbS || f == kDbGsvS || f == kSqlS) {
             rc = b_optionSettingsIntoString(k, &x.handle, &x.dbS, &x.dbGsvS, &x.sqlS, sub, &s);
         } else {
             rc = b_optionConfigurationIntoString(k, &x.handle, &x.db, &x.dbGsv, &x.sql, sub, &s);
@@ -206,24 +194,25 @@ class ConfigTest : public TaggedTest {
         if (rc == sNOTFOUND) return "<null>";
         EXPECT_EQ(rc, sOKAY) << name;
         std::string out = text(s);
-        if (s != nullptr) b_tag_subFree(sub, s);
+        b_tag_subFreeCanBeNull(sub, s);
         return out;
     }
     std::string value(Form f, const char *name) { return value(f, name, r); }
 
-    // The list of all options of a scope in either form.
-    std::string list(bool settings, uint32_t mask, const Records &x) {
-        char buf[4096];
+    // The list of all options of a scope, or of those named, in either form.
+    std::string list(bool settings, uint32_t mask, const Records &x, const char *keywords = nullptr,
+                     size_t size = 4096, ZEL_RETCODE expect = sOKAY) {
+        std::vector<char> buf(size + 1);
         size_t n = 0;
         const ZEL_RETCODE rc =
-            settings ? b_optionGetSettingsIntoString(nullptr, mask, &x.handle, &x.sqlS, &x.dbS,
-                                                     &x.dbGsvS, sizeof buf, sub, nullptr, buf, &n)
-                     : b_optionGetConfigurationValuesIntoString(nullptr, mask, &x.handle, &x.sql,
-                                                                &x.db, &x.dbGsv, sizeof buf, sub,
-                                                                nullptr, buf, &n);
-        EXPECT_EQ(rc, sOKAY);
-        EXPECT_EQ(n, std::strlen(buf) + 1);
-        return buf;
+            settings ? b_optionGetSettingsIntoString(keywords, mask, &x.handle, &x.sqlS, &x.dbS,
+                                                     &x.dbGsvS, size, sub, nullptr, buf.data(), &n)
+                     : b_optionGetConfigurationValuesIntoString(keywords, mask, &x.handle, &x.sql,
+                                                                &x.db, &x.dbGsv, size, sub, nullptr,
+                                                                buf.data(), &n);
+        EXPECT_EQ(rc, expect) << (keywords ? keywords : "");
+        EXPECT_TRUE(rc != sOKAY || n == std::strlen(buf.data()) + 1);
+        return rc == sOKAY || rc == sTRUNCATE ? buf.data() : "";
     }
 
     Records r;
@@ -232,8 +221,7 @@ class ConfigTest : public TaggedTest {
 
 // ---- Defaults and initialisers.
 
-// The defaults of the three scopes that the output reads, as list-all
-// strings worked out by hand in table order:
+// The defaults as list-all strings worked out by hand in table order:
 //   ';'.join('%s=%s' % kv for kv in [('autocommit', 'false'),
 //       ('dateformat', 'YYYY-MM-DD'), ('debugmode', '%d' % 0), ...,
 //       ('sortcostfactor', '%G' % 6.2e-5), ..., ('wildall', "'%c'" % '%'),
@@ -268,33 +256,26 @@ TEST_F(ConfigTest, DefaultsAsListAllStrings) {
               "rebuild_idindex=;storage=;timeout=;vacuum_percentage=;vacuum_read_chunk_size=;"
               "vacuum_write_chunk_size=");
     EXPECT_EQ(list(true, ZEL_OPT_SCOPE_GSV, r), "");
-    // Mask 0: the four scopes in table order, the reserved keywords left out.
+    // Mask 0: every scope in table order, reserved keywords and the server's
+    // configuration left out.
     const std::string all = list(false, 0, r);
     EXPECT_EQ(all.rfind("autocommit=false;bytes_per_utf8_char=4;cache_size=20000;dateformat=", 0),
               0u);
-    EXPECT_EQ(all.find("tcp="), std::string::npos);
     EXPECT_EQ(all.find("btreeuse"), std::string::npos);
     EXPECT_NE(all.find(";storage=;gsvtype=DEFAULT;time_zone=0;"), std::string::npos);
-}
-
-// The fields the output does not show, and the server's.
-TEST_F(ConfigTest, DefaultsOfFieldsWithoutOutput) {
-    EXPECT_EQ(r.db.row_format, ZEL_ROW_FORMAT_BUFFER);
-    EXPECT_EQ(r.dbGsv.vacuum_wait, 3600000u);
-    EXPECT_EQ(r.dbGsv.pack_file_size, 134217728u);
-    EXPECT_EQ(dump(r.gsv), "0 0 0 0 65535 3 3 <null> <null> <null> 3 3 0");
+    // What the output does not show.
+    EXPECT_EQ(fields(r.db.row_format, r.dbGsv.vacuum_wait, r.dbGsv.pack_file_size),
+              "1 3600000 134217728 ");
+    EXPECT_EQ(dump(r.gsv), "0 0 0 0 65535 3 3 <null> <null> <null> 3 3 0 ");
     r.sql.debugProc = ZEL_TRUE;
     ASSERT_EQ(b_configInitializeSQL(&r.sql, &r.sqlS, sub), sOKAY);
     EXPECT_EQ(r.sql.debugProc, ZEL_TRUE);  // not touched
     EXPECT_EQ(b_configInitializeSQL(&r.sql, nullptr, sub), eINVNULLARG);
-    EXPECT_EQ(b_optionInitializeDbGSV(nullptr), eINVNULLARG);
 }
 
 // A key without a value goes back to exactly what the initialiser gives.
 TEST_F(ConfigTest, EmptyValueResetsToTheInitialDefault) {
-    Records fresh;
-    reset(fresh);
-    const std::string sql = dump(fresh.sql), db = dump(fresh.db), dbGsv = dump(fresh.dbGsv);
+    const std::string defaults = dump(r);
     ASSERT_EQ(process(kSql,
                       "autocommit=y;dateformat=MM/DD/YYYY;debugmode=4;defaultopenmode=readonly;"
                       "defaulttransaction=read;distinctcachesize=500;generateproccfile=1;"
@@ -307,7 +288,8 @@ TEST_F(ConfigTest, EmptyValueResetsToTheInitialDefault) {
     ASSERT_EQ(process(kDb,
                       "bytes_per_utf8_char=1;cache_size=500;dbuserid=u;error_format=%E;"
                       "item_format=expanded;locale=fr;obj_compress_method=none;"
-                      "obj_compress_min_size=200;time_zone=60;txtest=yes"),
+                      "obj_compress_min_size=200;time_zone=60;txtest=yes;procs_dir=" +
+                          dir.string()),
               sOKAY);
     ASSERT_EQ(process(kDbGsv,
                       "db_size=1;drop=y;durability=unsafe;idindex_cache_size=11;"
@@ -316,19 +298,22 @@ TEST_F(ConfigTest, EmptyValueResetsToTheInitialDefault) {
                       "storage=ondisk;timeout=1;vacuum_percentage=1;"
                       "vacuum_read_chunk_size=1;vacuum_write_chunk_size=1"),
               sOKAY);
-    EXPECT_NE(dump(r.sql), sql);
+    ASSERT_EQ(process(kServer,
+                      "docroot=/d;keep_alive_on=y;listen=y;logfile=/l;name=n;readonly=y;"
+                      "sharedmem=n;tcp=n;gsvtype=hybrid;tos=4"),
+              sOKAY);
+    EXPECT_NE(dump(r), defaults);
     uint32_t n = 0;
     const ZEL_CONFIG_OPT_KEY *keys = b_optionGetConfigTable(&n);
     std::string empty[5];
     for (uint32_t i = 0; i < n; ++i)
         empty[(keys[i].value & ZEL_OPT_SCOPE_MASK) >> 20] += keys[i].name + std::string("=;");
-    EXPECT_EQ(process(kSql, empty[4].c_str()), sOKAY);
-    EXPECT_EQ(process(kDb, empty[2].c_str()), sOKAY);
-    EXPECT_EQ(process(kDbGsv, empty[3].c_str()), sOKAY);
-    EXPECT_EQ(dump(r.sql), sql);
-    EXPECT_EQ(dump(r.db), db);
-    EXPECT_EQ(dump(r.dbGsv), dbGsv);
-    release(fresh);
+    EXPECT_EQ(process(kSql, empty[4]), sOKAY);
+    EXPECT_EQ(process(kDb, empty[2]), sOKAY);
+    EXPECT_EQ(process(kDbGsv, empty[3]), sOKAY);
+    // Kept: the log's options go to the log's parser, which refuses null.
+    EXPECT_EQ(process(kServer, empty[1]), eNOTFOUND);
+    EXPECT_EQ(dump(r), defaults);
 }
 
 // Each setting is applied in its turn: with the k-th one bad, those before it
@@ -368,8 +353,7 @@ TEST_F(ConfigTest, SqlInitialiserOrder) {
         ZEL_SQL_SETTINGS s{};
         for (size_t i = 0; i < std::size(steps); ++i)
             s.*steps[i].field = const_cast<char *>(i == bad ? steps[i].bad : steps[i].good);
-        const ZEL_RETCODE rc = b_configInitializeSQL(&r.sql, &s, sub);
-        EXPECT_EQ(rc < 0, bad < std::size(steps)) << bad;
+        EXPECT_EQ(b_configInitializeSQL(&r.sql, &s, sub) < 0, bad < std::size(steps)) << bad;
         for (size_t i = 0; i < std::size(steps); ++i)
             EXPECT_EQ(value(kSql, steps[i].option),
                       i < bad ? steps[i].shown : value(kSql, steps[i].option, defaults))
@@ -385,28 +369,23 @@ TEST_F(ConfigTest, DbInitialiserAppliesSettingsAndKeepsTheOddity) {
     s.db_user_id = user;
     s.procs_dir = const_cast<char *>(procs.c_str());
     s.error_format = fmt;
-    s.time_zone = tz;  // kept: ignored by the text form
-    // Kept: bytes_per_utf8_char goes to the compression method.
-    s.bytes_per_utf8_char = none;
+    s.time_zone = tz;              // kept: ignored by the text form
+    s.bytes_per_utf8_char = none;  // kept: the compression method
     ASSERT_EQ(b_optionInitializeDbHandle(&r.db, &s, sub), sOKAY);
-    EXPECT_EQ(dump(r.db), "de_DE me " + procs + " %E %S 116 20000 0 001 4096 4");
+    EXPECT_EQ(dump(r.db), "de_DE me " + procs + " %E %S 1 16 20000 0 0 0 1 4096 4 ");
     char lzma[] = "LZMA", two[] = "2";
     ZEL_DB_SETTINGS only{};
     only.bytes_per_utf8_char = lzma;
     b_optionCleanDbHandleConfig(&r.db, sub);
     ASSERT_EQ(b_optionInitializeDbHandle(&r.db, &only, sub), sOKAY);
-    EXPECT_EQ(r.db.obj_compress_method, ZEL_COMPRESS_LZMA);
-    EXPECT_EQ(r.db.bytes_per_utf8_char, 4u);
+    EXPECT_EQ(fields(r.db.obj_compress_method, r.db.bytes_per_utf8_char), "2 4 ");
     only.bytes_per_utf8_char = two;
     EXPECT_EQ(b_optionInitializeDbHandle(&r.db, &only, sub), eINVOPTIONVALUE);
     // A failure stops it with the fields before it set.
     char bad[] = "%Q";
     s.error_format = bad;
     EXPECT_EQ(b_optionInitializeDbHandle(&r.db, &s, sub), eINVSTRING);
-    EXPECT_STREQ(r.db.locale, "de_DE");
-    EXPECT_STREQ(r.db.procs_dir, procs.c_str());
-    EXPECT_EQ(r.db.error_format, nullptr);
-    EXPECT_EQ(r.db.cache_size, 20000u);
+    EXPECT_EQ(dump(r.db), "de_DE me " + procs + " <null> 1 16 20000 0 0 0 2 4096 4 ");
 }
 
 // ---- Setters, one table per shape.
@@ -417,14 +396,13 @@ void checkRange(const char *name, ZEL_RETCODE (*set)(Rec *, T),
                 uint64_t hi, ZEL_RETCODE err) {
     SCOPED_TRACE(name);
     Rec rec{};
-    const T before = rec.*field;
     if (lo > INT64_MIN && std::in_range<T>(lo - 1)) {
         EXPECT_EQ(set(&rec, static_cast<T>(lo - 1)), err);
     }
     if (std::cmp_less(hi, std::numeric_limits<T>::max())) {
         EXPECT_EQ(set(&rec, static_cast<T>(hi + 1)), err);
     }
-    EXPECT_EQ(rec.*field, before);
+    EXPECT_EQ(rec.*field, T{});
     EXPECT_EQ(set(nullptr, static_cast<T>(hi)), sOKAY);  // a check
     EXPECT_EQ(set(&rec, static_cast<T>(lo)), sOKAY);
     EXPECT_EQ(rec.*field, static_cast<T>(lo));
@@ -436,10 +414,9 @@ void checkRange(const char *name, ZEL_RETCODE (*set)(Rec *, T),
     EXPECT_EQ(fromText(&rec, "12x"), eINVLITERAL);
     EXPECT_EQ(fromText(&rec, "2K"), eINVLITERAL);  // no multipliers here
     EXPECT_EQ(fromText(&rec, nullptr), eINVNULLARG);
-    const std::string beyond = std::is_signed_v<T> ? "-" + std::to_string(uint64_t{1} << 63) + "0"
-                                                   : std::to_string(UINT64_MAX);
-    EXPECT_EQ(fromText(&rec, beyond.c_str()),
-              sizeof(T) == 8 && std::is_unsigned_v<T> ? sOKAY : eRANGE);
+    EXPECT_EQ(
+        fromText(&rec, std::is_signed_v<T> ? "-99999999999999999999" : "18446744073709551615"),
+        sizeof(T) == 8 && std::is_unsigned_v<T> ? sOKAY : eRANGE);
 }
 
 #define RANGE(Rec, Name, T, field, lo, hi, err) \
@@ -448,38 +425,30 @@ void checkRange(const char *name, ZEL_RETCODE (*set)(Rec *, T),
     checkRange<Rec, T>(#Name, b_configSet##Name, b_configSet##Name##FromString, &Rec::field, lo, \
                        hi, err)
 
+// (The sizes of the database in the server without bounds take any value;
+// the round trip covers them.)
 TEST(ConfigSetters, Numbers) {
     constexpr uint64_t u32 = UINT32_MAX;
     RANGE_TEXT(ZEL_SQL_OPTIONS, ReserveBytes, size_t, reserveBytes, 0, UINT64_MAX, eINVOPTIONVALUE);
+    // Kept: the SQL caches answer eSQL_CACHESIZE, the database's eINVOPTIONVALUE.
     RANGE_TEXT(ZEL_SQL_OPTIONS, DistinctCacheSize, uint32_t, distinctCacheSize, 100, u32,
                eSQL_CACHESIZE);
     RANGE_TEXT(ZEL_SQL_OPTIONS, GroupByCacheSize, uint32_t, groupByCacheSize, 100, u32,
                eSQL_CACHESIZE);
     RANGE_TEXT(ZEL_SQL_OPTIONS, OrderByCacheSize, uint32_t, orderByCacheSize, 100, u32,
                eSQL_CACHESIZE);
+    RANGE_TEXT(ZEL_DB_CONFIGURATION, CacheSize, uint32_t, cache_size, 100, u32, eINVOPTIONVALUE);
     RANGE_TEXT(ZEL_SQL_OPTIONS, SlotsPerCacheNode, uint32_t, cacheSlots, 5, 1023, eINVOPTIONVALUE);
     RANGE_TEXT(ZEL_SQL_OPTIONS, DebugMode, int32_t, debugOpt, INT32_MIN, INT32_MAX,
                eINVOPTIONVALUE);
     RANGE_TEXT(ZEL_SQL_OPTIONS, OptThreshold, int32_t, optThreshold, INT32_MIN, INT32_MAX,
                eINVOPTIONVALUE);
-    RANGE_TEXT(ZEL_DB_CONFIGURATION, CacheSize, uint32_t, cache_size, 100, u32, eINVOPTIONVALUE);
     RANGE_TEXT(ZEL_DB_CONFIGURATION, ObjCompressMinSize, uint32_t, obj_compress_min_size, 160, u32,
                eINVOPTIONVALUE);
     RANGE(ZEL_DB_CONFIGURATION, BytesPerUTF8Char, uint32_t, bytes_per_utf8_char, 1, 4,
           eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, PackWriteChunkSize, uint32_t, pack_write_chunk_size, 0, u32,
-          eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, DbSize, uint64_t, db_size, 0, UINT64_MAX, eINVOPTIONVALUE);
     RANGE(ZEL_DB_GSV_CONFIGURATION, VacuumPercentage, uint32_t, vacuum_percentage, 0, 100,
           eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, VacuumReadChunkSize, uint32_t, vacuum_read_chunk_size, 0, u32,
-          eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, VacuumWriteChunkSize, uint32_t, vacuum_write_chunk_size, 0, u32,
-          eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, IdindexFlushOnClose, uint32_t, idindex_flush_threshold_on_close,
-          0, u32, eINVOPTIONVALUE);
-    RANGE(ZEL_DB_GSV_CONFIGURATION, IdindexFlushThreshold, uint32_t, idindex_flush_threshold, 0,
-          u32, eINVOPTIONVALUE);
     RANGE(ZEL_DB_GSV_CONFIGURATION, IdindexCacheSize, uint32_t, idindex_cache_size, 10, u32,
           eINVOPTIONVALUE);
     RANGE_TEXT(ZEL_GSV_CONFIGURATION, TOS, int32_t, tos, 0, 255, eINVOPTIONVALUE);
@@ -493,11 +462,10 @@ void checkBool(const char *name, ZEL_RETCODE (*set)(Rec *, ZEL_BOOL_T),
     EXPECT_EQ(set(&rec, ZEL_TRUE), sOKAY);
     EXPECT_EQ(rec.*field, ZEL_TRUE);
     EXPECT_EQ(set(&rec, ZEL_FALSE), sOKAY);
-    EXPECT_EQ(rec.*field, ZEL_FALSE);
     EXPECT_EQ(set(nullptr, ZEL_TRUE), sOKAY);
+    EXPECT_EQ(rec.*field, ZEL_FALSE);
     if (fromText == nullptr) return;
     EXPECT_EQ(fromText(&rec, "ON"), sOKAY);
-    EXPECT_EQ(rec.*field, ZEL_TRUE);
     EXPECT_EQ(fromText(&rec, "maybe"), eINVOPTIONVALUE);
     EXPECT_EQ(fromText(&rec, nullptr), eINVNULLARG);
     EXPECT_EQ(rec.*field, ZEL_TRUE);
@@ -564,6 +532,7 @@ TEST(ConfigSetters, Words) {
               ZEL_OPT_WORDS_ISO_LEVEL, eINVOPTIONVALUE, 5);
     WORD_TEXT(ZEL_SQL_OPTIONS, RoundingMode, ZEL_BCD_ROUNDING_MODE, roundingMode,
               ZEL_OPT_WORDS_ROUNDING, eINVOPTIONVALUE, 5);
+    // Kept: "buffer" is compared and refused.
     WORD_TEXT(ZEL_DB_CONFIGURATION, RowFormat, ZEL_ROW_FORMAT, row_format, ZEL_OPT_WORDS_ROW_FORMAT,
               eINVOPTIONVALUE, 0);
     WORD(ZEL_DB_GSV_CONFIGURATION, Durability, ZEL_TRANS_DURABILITY, durability,
@@ -581,75 +550,37 @@ TEST(ConfigSetters, Words) {
               ZEL_OPT_WORDS_LOG_CATEGORY, eNOTFOUND, 2);
 }
 
-// The setters written by hand: formats, wild characters, sort cost, and the
-// differences kept on purpose.
+// The setters written by hand, and the differences kept on purpose.
 TEST(ConfigSetters, Singular) {
     ZEL_SQL_OPTIONS sql{};
-    EXPECT_EQ(b_configSetDateFormat(&sql, ZEL_DDMMYYYY, '/'), sOKAY);
     EXPECT_EQ(b_configSetDateFormat(&sql, static_cast<ZEL_DATE_FORMAT>(4), '/'), eINVDATEFMT);
     EXPECT_EQ(b_configSetDateFormat(&sql, ZEL_MMDDYYYY, ':'), eINVDATESEP);
-    EXPECT_EQ(b_configSetDateFormatFromString(&sql, "mm.dd.yyyy"), sOKAY);
-    EXPECT_EQ(sql.date_format, ZEL_MMDDYYYY);
-    EXPECT_EQ(sql.date_sep, '.');
     EXPECT_EQ(b_configSetTimeFormat(&sql, static_cast<ZEL_TIME_FORMAT>(8)), eINVTIMEFMT);
-    EXPECT_EQ(b_configSetTimeFormatFromString(&sql, "HH:MM:SS.FF"), sOKAY);
-    EXPECT_EQ(sql.time_format, ZEL_HHMMSSFF);
-    EXPECT_EQ(b_configSetWildAllFromString(&sql, "%%"), eBADWILDALL);
-    EXPECT_EQ(b_configSetWildOneFromString(&sql, "."), sOKAY);
     EXPECT_EQ(b_configSetWildOne(&sql, '%'), eBADWILDONE);
-    EXPECT_EQ(sql.wildOne, '.');
-    EXPECT_EQ(b_configSetSortCost(&sql, 1.5), eSQL_SORTCOST);
     EXPECT_EQ(b_configSetSortCost(&sql, std::nan("")), eSQL_SORTCOST);
     // Kept: a text that gives 0 is no sort cost, "0" included; "" is 0.
     EXPECT_EQ(b_configSetSortCostFromString(&sql, "0"), eINVSTRING);
-    EXPECT_EQ(b_configSetSortCostFromString(&sql, "abc"), eINVSTRING);
-    EXPECT_EQ(b_configSetSortCostFromString(&sql, "0.25"), sOKAY);
-    EXPECT_EQ(sql.optSortFactor, 0.25);
     EXPECT_EQ(b_configSetSortCostFromString(&sql, ""), sOKAY);
     EXPECT_EQ(sql.optSortFactor, 0.0);
-
     ZEL_DB_CONFIGURATION db{};
     // Kept: the text form ignores a 16-bit zone outside +-840.
     EXPECT_EQ(b_configSetTimeZoneFromString(&db, "-840"), sOKAY);
-    EXPECT_EQ(b_configSetTimeZoneFromString(&db, "900"), sOKAY);
     EXPECT_EQ(b_configSetTimeZoneFromString(&db, "-32768"), sOKAY);
     EXPECT_EQ(db.time_zone, -840);
     EXPECT_EQ(b_configSetTimeZoneFromString(&db, "32768"), eRANGE);
     EXPECT_EQ(b_configSetTimeZone(&db, 900), eRANGE);
-    EXPECT_EQ(b_configSetTimeZone(&db, 60), sOKAY);
-    EXPECT_EQ(db.time_zone, 60);
-    EXPECT_EQ(b_configSetUnicodeEnabled(&db, ZEL_TRUE), eNOTIMPLEMENTED);
-    EXPECT_EQ(b_configSetUnicodeEnabledFromString(&db, "no"), sOKAY);
-    EXPECT_EQ(b_configSetItemFormat(&db, "EXPANDED"), sOKAY);
-    EXPECT_EQ(db.item_format, ZEL_ITEM_FORMAT_EXPANDED);
-    EXPECT_EQ(b_configSetItemFormat(&db, "buffer"), eINVOPTIONVALUE);
-    EXPECT_EQ(b_configSetRowFormatFromString(&db, "buffer"), eINVOPTIONVALUE);  // kept
-    EXPECT_EQ(b_configSetObjCompressMethod(&db, "none"), sOKAY);
-    EXPECT_EQ(db.obj_compress_method, ZEL_COMPRESS_NONE);
     EXPECT_EQ(b_configSetObjCompressMethod(&db, "zip"), eINVOPTIONVALUE);
-
     ZEL_DB_GSV_CONFIGURATION g{};
-    // Kept: held as a sixteenth, so 10485761 reads back as 10485760.
-    EXPECT_EQ(b_configSetPackFileSize(&g, 10485761), sOKAY);
-    EXPECT_EQ(g.pack_file_size, 655360u);
-    EXPECT_EQ(b_configSetPackFileSize(&g, 10485759), eINVOPTIONVALUE);
     EXPECT_EQ(b_configSetPackFileSize(&g, 2147483649u), eINVOPTIONVALUE);
-    EXPECT_EQ(b_configSetTimeout(&g, -1), sOKAY);
-    EXPECT_EQ(g.lock_timeout, UINT32_MAX);
-    EXPECT_EQ(b_configSetTimeout(&g, -2), eINVOPTIONVALUE);
 
     ZEL_GSV_CONFIGURATION s{};
     // Kept: ka_on is 1 for any value but 0.
     EXPECT_EQ(b_configSetKeepAliveOn(&s, 7), sOKAY);
     EXPECT_EQ(s.ka_on, 1);
-    EXPECT_EQ(b_configSetKeepAliveOnFromString(&s, "off"), sOKAY);
-    EXPECT_EQ(s.ka_on, 0);
     EXPECT_EQ(b_configSetTCP(&s, ZEL_TRUE), sOKAY);
     EXPECT_EQ(b_configSetSharedMemoryFromString(&s, "yes"), sOKAY);
-    EXPECT_EQ(s.transportBitmap, TX_TCP_INT | TX_SHM_INT);
     EXPECT_EQ(b_configSetTCP(&s, ZEL_FALSE), sOKAY);
     EXPECT_EQ(s.transportBitmap, TX_SHM_INT);
-    EXPECT_EQ(b_configSetStderrLogLevelFromString(&s, nullptr), eNOTFOUND);
 }
 
 TEST_F(ConfigTest, TextsTakenCopiedAndChecked) {
@@ -660,10 +591,8 @@ TEST_F(ConfigTest, TextsTakenCopiedAndChecked) {
     };
     EXPECT_EQ(b_configSetLocale(&r.db, copy("fr"), sub), sOKAY);
     EXPECT_EQ(b_configSetLocale(&r.db, copy("it"), sub), sOKAY);  // the former freed
-    EXPECT_STREQ(r.db.locale, "it");
     EXPECT_EQ(b_configSetDbUserId(&r.db, copy("u"), sub), sOKAY);
     EXPECT_EQ(b_configSetDbUserId(&r.db, nullptr, sub), sOKAY);
-    EXPECT_EQ(r.db.db_user_id, nullptr);
     char *badFormat = copy("%E%x");
     EXPECT_EQ(b_configSetErrorFormat(&r.db, badFormat, sub), eINVSTRING);  // still ours
     b_tag_subFree(sub, badFormat);
@@ -674,22 +603,20 @@ TEST_F(ConfigTest, TextsTakenCopiedAndChecked) {
     huge.pop_back();
     EXPECT_EQ(b_configSetErrorFormat(nullptr, huge.data(), sub), sOKAY);
     // The directory is kept as an absolute path; empty or null clears.
-    const std::string abs = dir.string();
-    const std::string rel = std::filesystem::relative(dir).string();
+    const std::string abs = dir.string(), rel = std::filesystem::relative(dir).string();
     EXPECT_EQ(b_configSetProcsDir(&r.db, rel.c_str(), sub), sOKAY);
     EXPECT_EQ(std::string(r.db.procs_dir), std::filesystem::current_path().string() + "/" + rel);
     EXPECT_EQ(b_configSetProcsDir(&r.db, (abs + "/").c_str(), sub), sOKAY);
-    EXPECT_EQ(std::string(r.db.procs_dir), abs);
     EXPECT_EQ(b_configSetProcsDir(&r.db, (abs + "/none").c_str(), sub), eFILENOENTRY);
-    EXPECT_EQ(std::string(r.db.procs_dir), abs);
+    EXPECT_EQ(dump(r.db),
+              "it <null> " + abs + " %A%C%D%E%F%I%L%N%S%T%t 1 16 20000 0 0 0 2 4096 4 ");
     EXPECT_EQ(b_configSetProcsDir(&r.db, "", sub), sOKAY);
     EXPECT_EQ(r.db.procs_dir, nullptr);
     EXPECT_EQ(b_configSetNameFromString(&r.gsv, "srv", sub), sOKAY);
     EXPECT_EQ(b_configSetDocrootFromString(&r.gsv, "/d", sub), sOKAY);
     EXPECT_EQ(b_configSetLogFile(&r.gsv, copy("/l"), sub), sOKAY);
-    EXPECT_EQ(dump(r.gsv), "0 0 0 0 65535 3 3 /l srv /d 3 3 0");
     EXPECT_EQ(b_configSetNameFromString(&r.gsv, nullptr, sub), sOKAY);
-    EXPECT_EQ(r.gsv.name, nullptr);
+    EXPECT_EQ(dump(r.gsv), "0 0 0 0 65535 3 3 /l <null> /d 3 3 0 ");
 }
 
 TEST_F(ConfigTest, SettingsSetters) {
@@ -705,20 +632,17 @@ TEST_F(ConfigTest, SettingsSetters) {
     EXPECT_EQ(b_settingsSetDurability(&r.dbGsvS, "Consistent", sub), sOKAY);
     EXPECT_EQ(b_settingsSetStorageMediaFromString(&r.dbGsvS, "inmemory_load", sub), sOKAY);
     EXPECT_EQ(b_settingsSetStorageMediaFromString(&r.dbGsvS, "tape", sub), eINVOPTIONVALUE);
-    EXPECT_EQ(dumpSettings(r.dbGsvS),
+    EXPECT_EQ(dump(r.dbGsvS),
               "18446744073709551615;100;<null>;<null>;<null>;<null>;4000000000;<null>;<null>;"
               "<null>;inmemory_load;Consistent;<null>;true;-1;");
     EXPECT_EQ(b_settingsSetDrop(&r.dbGsvS, ZEL_FALSE, ZEL_TRUE, sub), sOKAY);
     EXPECT_EQ(b_settingsSetDurability(&r.dbGsvS, nullptr, sub), sOKAY);
-    EXPECT_EQ(r.dbGsvS.drop, nullptr);
-    EXPECT_EQ(r.dbGsvS.durability, nullptr);
+    EXPECT_EQ(fields(r.dbGsvS.drop, r.dbGsvS.durability), "<null> <null> ");
     EXPECT_EQ(b_settingsSetTimeZone(&r.dbS, -60, ZEL_FALSE, sub), sOKAY);
-    EXPECT_STREQ(r.dbS.time_zone, "-60");
     EXPECT_EQ(b_settingsSetTimeZone(&r.dbS, 900, ZEL_FALSE, sub), eRANGE);
-    EXPECT_STREQ(r.dbS.time_zone, "-60");
     EXPECT_EQ(b_settingsSetProcsDir(&r.dbS, dir.c_str(), sub), sOKAY);
-    EXPECT_EQ(std::string(r.dbS.procs_dir), dir.string());
     EXPECT_EQ(b_settingsSetProcsDir(&r.dbS, "/no/such/dir", sub), eFILENOENTRY);
+    EXPECT_EQ(fields(r.dbS.procs_dir, r.dbS.time_zone), dir.string() + " -60 ");
     EXPECT_EQ(b_settingsSetProcsDir(&r.dbS, nullptr, sub), sOKAY);
     EXPECT_EQ(r.dbS.procs_dir, nullptr);
     EXPECT_EQ(b_settingsSetTimeout(nullptr, -2, ZEL_FALSE, sub), eINVOPTIONVALUE);  // a check
@@ -726,25 +650,23 @@ TEST_F(ConfigTest, SettingsSetters) {
 
 // ---- Key/value processing.
 
-struct Case {
-    Form form;
-    const char *before;  // processed first, or null
-    const char *kv;
-    ZEL_RETCODE rc;
-    const char *option;
-    const char *shown;  // the option's value afterwards
-};
-
 TEST_F(ConfigTest, ProcessingEdgeCases) {
     const std::string procs = "procs_dir=" + dir.string();
-    const Case cases[] = {
+    const struct {
+        Form form;
+        const char *before;  // processed first, or null
+        const char *kv;
+        ZEL_RETCODE rc;
+        const char *option;
+        const char *shown;  // the option's value afterwards
+    } cases[] = {
         {kDb, "cache_size=500", "cache_size=", sOKAY, "cache_size", "20000"},
         {kDb, nullptr, "cache_size=50", eINVOPTIONVALUE, "cache_size", "20000"},
         {kDb, nullptr, "cache_size=1,2", eINVOPTIONVALUE, "cache_size", "20000"},
         {kDb, nullptr, "cache_size=abc", eINVLITERAL, "cache_size", "20000"},
         {kDb, nullptr, "cache_size=2K", sOKAY, "cache_size", "2000"},
         {kDb, nullptr, "cache_size=4294967296", eINVOPTIONVALUE, "cache_size", "20000"},
-        // Settings keep the user's text.
+        // Kept: settings keep the user's text.
         {kDbS, nullptr, "cache_size=2K", sOKAY, "cache_size", "2K"},
         {kDbS, "cache_size=2K", "cache_size=", sOKAY, "cache_size", "<null>"},
         {kDbS, nullptr, "cache_size=50", eINVOPTIONVALUE, "cache_size", "<null>"},
@@ -753,41 +675,32 @@ TEST_F(ConfigTest, ProcessingEdgeCases) {
         {kDbGsv, nullptr, "pack_file_size=1024", eINVOPTIONVALUE, "pack_file_size", "2147483648"},
         {kDbGsv, nullptr, "pack_file_size=10485761", sOKAY, "pack_file_size", "10485760"},
         {kDb, nullptr, "unicode_enabled=yes", eNOTIMPLEMENTED, "unicode_enabled", "false"},
-        {kDb, nullptr, "unicode_enabled=no", sOKAY, "unicode_enabled", "false"},
         {kDbGsv, nullptr, "timeout=-1", sOKAY, "timeout", "-1"},
         {kDbGsv, nullptr, "timeout=-2", eINVOPTIONVALUE, "timeout", "10"},
         {kSql, nullptr, "wildall=a", eBADWILDALL, "wildall", "'%'"},
         {kSqlS, nullptr, "wildall=a", eBADWILDALL, "wildall", "<null>"},
-        {kSql, nullptr, "wildall=*", sOKAY, "wildall", "'*'"},
         // Kept: a list for the date format is eINVDATEFMT.
         {kSql, nullptr, "dateformat=a,b", eINVDATEFMT, "dateformat", "YYYY-MM-DD"},
         {kSqlS, nullptr, "dateformat=a,b", eINVDATEFMT, "dateformat", "<null>"},
         {kSql, nullptr, "dateformat=dd.mm.yyyy", sOKAY, "dateformat", "DD.MM.YYYY"},
-        // Kept: the SQL caches answer eSQL_CACHESIZE.
         {kSql, nullptr, "distinctcachesize=50", eSQL_CACHESIZE, "distinctcachesize", "10000"},
         {kSql, nullptr, "orderbycachesize=1,2", eINVOPTIONVALUE, "orderbycachesize", "10000"},
         {kSql, nullptr, "sortcostfactor=0", eINVSTRING, "sortcostfactor", "6.2E-05"},
         {kSqlS, nullptr, "sortcostfactor=abc", eINVOPTIONVALUE, "sortcostfactor", "<null>"},
         {kSql, nullptr, "sortcostfactor=2", eSQL_SORTCOST, "sortcostfactor", "6.2E-05"},
         {kSql, "sortcostfactor=0.5", "sortcostfactor=", sOKAY, "sortcostfactor", "6.2E-05"},
-        {kSql, nullptr, "reservebytes=-1", eINVOPTIONVALUE, "reservebytes", "0"},
-        {kSql, nullptr, "slotspercachenode=1024", eINVOPTIONVALUE, "slotspercachenode", "64"},
-        {kSql, nullptr, "autocommit=maybe", eINVOPTIONVALUE, "autocommit", "false"},
         {kSql, nullptr, "transactionisolevel=REPEATABLE_READ", eINVOPTIONVALUE,
          "transactionisolevel", "SERIALIZABLE"},
         {kSql, nullptr, "defaultopenmode=readwrite", sOKAY, "defaultopenmode", "SHARED"},
         {kSql, nullptr, "snapshotmode=sometimes", eBADSNAPSHOTMODE, "snapshotmode", "MANUAL"},
-        {kSql, "roundingmode=UP", "roundingmode=", sOKAY, "roundingmode", "NEAREST_TIES_TO_EVEN"},
         {kSql, nullptr, "cache_size=500", eINVOPTION, "distinctcachesize", "10000"},
         {kDb, nullptr, "btreeuse=1", eINVOPTION, "cache_size", "20000"},
-        {kDb, nullptr, "time_zone=-840", sOKAY, "time_zone", "-840"},
         {kDb, nullptr, "time_zone=841", eINVOPTIONVALUE, "time_zone", "0"},
         {kDb, nullptr, "time_zone=40000", eINVOPTIONVALUE, "time_zone", "0"},
         {kDb, nullptr, "bytes_per_utf8_char=5", eINVOPTIONVALUE, "bytes_per_utf8_char", "4"},
         {kDb, nullptr, "item_format=EXPANDED", sOKAY, "item_format", "EXPANDED"},
         {kDb, nullptr, "error_format=%Q", eINVSTRING, "error_format", ""},
         {kDbS, nullptr, "error_format=%Q", eINVOPTIONVALUE, "error_format", "<null>"},
-        {kDb, "error_format=%E", "error_format=", sOKAY, "error_format", ""},
         {kDb, nullptr, "locale='en US'", sOKAY, "locale", "en US"},
         {kDb, nullptr, "procs_dir=/no/such/dir", eFILENOENTRY, "procs_dir", ""},
         {kDb, procs.c_str(), "procs_dir=", sOKAY, "procs_dir", ""},
@@ -795,23 +708,17 @@ TEST_F(ConfigTest, ProcessingEdgeCases) {
         {kDbGsv, nullptr, "storage=inmemory_keep", sOKAY, "storage", "INMEMORY_KEEP"},
         {kDbGsv, nullptr, "durability=unsafe", sOKAY, "durability", "UNSAFE"},
         {kDbGsvS, nullptr, "durability=unsafe", sOKAY, "durability", "unsafe"},
-        {kDbGsvS, nullptr, "durability=2", eINVOPTIONVALUE, "durability", "<null>"},
         {kDbGsv, nullptr, "db_size=1T", sOKAY, "db_size", "1000000000000"},
-        {kDbGsv, nullptr, "vacuum_percentage=101", eINVOPTIONVALUE, "vacuum_percentage", "20"},
-        {kDbGsv, nullptr, "drop=y", sOKAY, "drop", "true"},
         // Kept: an empty log option goes to the log as null, which finds nothing.
         {kServer, nullptr, "logerrlevel=", eNOTFOUND, "logerrlevel", "info"},
-        {kServer, nullptr, "logcategory=", eNOTFOUND, "logcategory", "all"},
         {kServer, nullptr, "logfilelevel=none", eNOTFOUND, "logfilelevel", "info"},
         {kServer, nullptr, "logcategory=DDL", sOKAY, "logcategory", "ddl"},
         {kServer, nullptr, "gsvtype=server", sOKAY, "gsvtype", "EMBED"},
         {kServer, nullptr, "tos=256", eINVOPTIONVALUE, "tos", "0"},
-        {kServer, nullptr, "tcp=off", sOKAY, "tcp", "false"},
         {kServer, "tcp=off", "tcp=", sOKAY, "tcp", "true"},
         {kServer, nullptr, "keep_alive_on=yes", sOKAY, "keep_alive_on", "true"},
-        {kServer, "name=x", "name=", sOKAY, "name", ""},
     };
-    for (const Case &c : cases) {
+    for (const auto &c : cases) {
         reset(r);
         if (c.before != nullptr) {
             ASSERT_EQ(process(c.form, c.before), sOKAY) << c.before;
@@ -819,19 +726,13 @@ TEST_F(ConfigTest, ProcessingEdgeCases) {
         EXPECT_EQ(process(c.form, c.kv), c.rc) << c.kv;
         EXPECT_EQ(value(c.form, c.option), c.shown) << c.kv;
     }
-}
-
-TEST_F(ConfigTest, ProcessingCodesOutsideTheValue) {
     B_KEYVALUE_T kv;
     ASSERT_EQ(b_keyvalueInit(&kv, "autocommit=yes", ZEL_FALSE, sub), sOKAY);
     // A key the map does not hold: nothing to do.
     EXPECT_EQ(b_optionProcessSQLConfigKeyValue(&r.sql, &kv, key("debugmode"), sub), sNOTFOUND);
     EXPECT_EQ(b_optionProcessSQLSettingKeyValue(&r.sqlS, &kv, key("wildall"), sub), sNOTFOUND);
     EXPECT_EQ(b_optionProcessSQLConfigKeyValue(nullptr, &kv, key("autocommit"), sub), eINVNULLARG);
-    EXPECT_EQ(b_optionProcessSQLConfigKeyValue(&r.sql, &kv, nullptr, sub), eINVNULLARG);
-    EXPECT_EQ(b_optionProcessDbHandleConfigKeyValue(&r.db, &kv, key("autocommit"), sub),
-              eINVOPTION);
-    // A key that is no row of the table, but equal to one, is found by value.
+    // A key equal to a row of the table but not one of them is found by value.
     const ZEL_CONFIG_OPT_KEY own = {"autocommit", ZEL_OPT_AUTOCOMMIT};
     EXPECT_EQ(b_optionProcessSQLConfigKeyValue(&r.sql, &kv, &own, sub), sOKAY);
     EXPECT_EQ(r.sql.autocommit, ZEL_TRUE);
@@ -839,7 +740,7 @@ TEST_F(ConfigTest, ProcessingCodesOutsideTheValue) {
 }
 
 TEST_F(ConfigTest, DbGsvOptionString) {
-    struct Row {
+    const struct {
         const char *kv, *option;
         ZEL_RETCODE rc;
         const char *out;
@@ -857,13 +758,13 @@ TEST_F(ConfigTest, DbGsvOptionString) {
         {"cache_size=500", "cache_size", eINVOPTION, nullptr},
         {"drop=yes", "timeout", sNOTFOUND, nullptr},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         B_KEYVALUE_T kv;
         ASSERT_EQ(b_keyvalueInit(&kv, row.kv, ZEL_FALSE, sub), sOKAY);
         char *s = nullptr;
         EXPECT_EQ(b_optionGetDbGsvConfigOptString(&kv, key(row.option), sub, &s), row.rc) << row.kv;
         EXPECT_EQ(text(s), text(row.out)) << row.kv;
-        if (s != nullptr) b_tag_subFree(sub, s);
+        b_tag_subFreeCanBeNull(sub, s);
         b_keyvalueTerm(&kv);
     }
 }
@@ -871,55 +772,40 @@ TEST_F(ConfigTest, DbGsvOptionString) {
 // ---- Output.
 
 TEST_F(ConfigTest, OneValue) {
-    ZEL_GSV handle = {{nullptr, nullptr}, GSV_TYPE_HYBRID};
-    char *s = nullptr;
-    EXPECT_EQ(b_optionConfigurationIntoString(key("gsvtype"), &handle, nullptr, nullptr, nullptr,
-                                              sub, &s),
-              sOKAY);
-    EXPECT_EQ(text(s), "HYBRID");
-    b_tag_subFree(sub, s);
-    s = nullptr;
-    EXPECT_EQ(
-        b_optionConfigurationIntoString(key("gsvtype"), nullptr, &r.db, &r.dbGsv, &r.sql, sub, &s),
-        sNOTFOUND);
-    EXPECT_EQ(
-        b_optionConfigurationIntoString(key("tos"), &handle, nullptr, nullptr, nullptr, sub, &s),
-        sOKAY);
-    EXPECT_EQ(s, nullptr);
-    EXPECT_EQ(b_optionConfigurationIntoString(key("cache_size"), &handle, nullptr, &r.dbGsv, &r.sql,
-                                              sub, &s),
-              sNOTFOUND);
-    EXPECT_EQ(
-        b_optionConfigurationIntoString(key("btreeuse"), &handle, &r.db, &r.dbGsv, &r.sql, sub, &s),
-        eINVOPTION);
+    const ZEL_GSV hybrid = {{nullptr, nullptr}, GSV_TYPE_HYBRID};
+    auto one = [&](const char *name, const ZEL_GSV *gsv, bool settings, bool records) {
+        char *s = nullptr;
+        const ZEL_RETCODE rc =
+            settings ? b_optionSettingsIntoString(key(name), gsv, records ? &r.dbS : nullptr,
+                                                  &r.dbGsvS, &r.sqlS, sub, &s)
+                     : b_optionConfigurationIntoString(key(name), gsv, records ? &r.db : nullptr,
+                                                       &r.dbGsv, &r.sql, sub, &s);
+        const std::string out = std::to_string(rc) + ":" + text(s);
+        b_tag_subFreeCanBeNull(sub, s);
+        return out;
+    };
+    // "gsvtype" from the handle, null without one; no other server key.
+    // sNOTFOUND 10000, eINVOPTION -10069, eINVOPTIONVALUE -10070.
+    EXPECT_EQ(one("gsvtype", &hybrid, false, true), "0:HYBRID");
+    EXPECT_EQ(one("gsvtype", nullptr, false, true), "10000:<null>");
+    EXPECT_EQ(one("tos", &hybrid, false, true), "0:<null>");
+    EXPECT_EQ(one("gsvtype", &hybrid, true, true), "0:<null>");
+    EXPECT_EQ(one("cache_size", &hybrid, false, false), "10000:<null>");
+    EXPECT_EQ(one("cache_size", &hybrid, true, true), "10000:<null>");
+    EXPECT_EQ(one("btreeuse", &hybrid, false, true), "-10069:<null>");
     r.db.item_format = static_cast<ZEL_ITEM_FORMAT>(99);
-    EXPECT_EQ(b_optionConfigurationIntoString(key("item_format"), &handle, &r.db, &r.dbGsv, &r.sql,
-                                              sub, &s),
-              eINVOPTIONVALUE);
-    // Settings: a key of the server has no value here; an unset one none either.
-    EXPECT_EQ(
-        b_optionSettingsIntoString(key("gsvtype"), &handle, &r.dbS, &r.dbGsvS, &r.sqlS, sub, &s),
-        sOKAY);
-    EXPECT_EQ(s, nullptr);
-    EXPECT_EQ(
-        b_optionSettingsIntoString(key("cache_size"), &handle, &r.dbS, &r.dbGsvS, &r.sqlS, sub, &s),
-        sNOTFOUND);
+    EXPECT_EQ(one("item_format", &hybrid, false, true), "-10070:<null>");
 
     char buf[16] = "junk";
     size_t n = 0;
     EXPECT_EQ(b_optionGetSettingIntoString("CACHE_SIZE", nullptr, nullptr, nullptr, nullptr,
                                            sizeof buf, sub, buf, &n),
               sOKAY);
-    EXPECT_STREQ(buf, "");
-    EXPECT_EQ(n, 1u);
-    EXPECT_EQ(b_optionGetConfigurationValueIntoString("timeformat", nullptr, &r.sql, nullptr,
-                                                      nullptr, sizeof buf, sub, buf, &n),
-              sOKAY);
-    EXPECT_STREQ(buf, "HH:MM:SS.FFFF");
+    EXPECT_EQ(fields(buf, n), " 1 ");
     EXPECT_EQ(b_optionGetConfigurationValueIntoString("timeformat", nullptr, &r.sql, nullptr,
                                                       nullptr, 5, sub, buf, &n),
               sTRUNCATE);
-    EXPECT_EQ(n, 14u);
+    EXPECT_EQ(n, 14u);  // "HH:MM:SS.FFFF"
     EXPECT_EQ(b_optionGetConfigurationValueIntoString("dateformat", nullptr, nullptr, nullptr,
                                                       nullptr, sizeof buf, sub, buf, &n),
               sNOTFOUND);
@@ -933,12 +819,10 @@ TEST(ConfigAppend, BufferAndMeasure) {
     size_t n = 0;
     // Ruling: the first item goes into a buffer that holds "".
     EXPECT_EQ(b_optionAppendToString("a", "1", buf, sizeof buf, &n), sOKAY);
-    EXPECT_STREQ(buf, "a=1");
-    EXPECT_EQ(n, 4u);
     EXPECT_EQ(b_optionAppendToString(nullptr, "xyz", buf, sizeof buf, &n), sOKAY);
     EXPECT_STREQ(buf, "a=1;xyz");
     EXPECT_EQ(n, 8u);
-    // Without room: the buffer stands, *bytesOut is the whole length + 1.
+    // Ruling: without room the buffer stands, *bytesOut is the length + 1.
     EXPECT_EQ(b_optionAppendToString("name", "value", buf, 12, &n), sTRUNCATE);
     EXPECT_STREQ(buf, "a=1;xyz");
     EXPECT_EQ(n, 19u);
@@ -949,66 +833,46 @@ TEST(ConfigAppend, BufferAndMeasure) {
     EXPECT_EQ(b_optionAppendToString("name", "value", nullptr, 0, &need), sOKAY);
     EXPECT_EQ(need, 19u);
     EXPECT_EQ(b_optionAppendToString("a", "1", nullptr, 0, nullptr), eINVNULLARG);
-    EXPECT_EQ(b_optionAppendToString("a", nullptr, buf, sizeof buf, &n), eINVNULLARG);
 }
 
 TEST_F(ConfigTest, ListsByKeywordsAndMask) {
     ASSERT_EQ(process(kSqlS, "autocommit=on;slotspercachenode=1K"), sOKAY);
     ASSERT_EQ(process(kDb, "locale=fr"), sOKAY);
-    char buf[256];
+    // Named, mask 0: the values alone, in the order given; with a mask the
+    // names, other scopes skipped.
+    EXPECT_EQ(list(false, 0, r, "locale;cache_size TCP;timeout"), "fr;20000;10");
+    EXPECT_EQ(list(false, ZEL_OPT_SCOPE_SQL, r, ";locale;;autocommit;"), "autocommit=false");
+    EXPECT_EQ(list(false, 0, r, "locale cache_size", 6, sTRUNCATE), "fr");
+    EXPECT_EQ(list(false, 0, r, "locale 'x'", 64, eSYNTAX), "");
+    EXPECT_EQ(list(false, 0, r, "locale nothing", 64, eINVOPTION), "");
+    EXPECT_EQ(list(false, 0, r, "btreeuse", 64, eINVOPTION), "");
+    char buf[64];
     size_t n = 0;
-    auto config = [&](const char *kw, uint32_t mask, size_t size) {
-        return b_optionGetConfigurationValuesIntoString(kw, mask, &r.handle, &r.sql, &r.db,
-                                                        &r.dbGsv, size, sub, nullptr, buf, &n);
-    };
-    auto settings = [&](const char *kw, uint32_t mask) {
-        return b_optionGetSettingsIntoString(kw, mask, &r.handle, &r.sqlS, &r.dbS, &r.dbGsvS,
-                                             sizeof buf, sub, nullptr, buf, &n);
-    };
-    // Named, mask 0: the values alone, in the order given.
-    EXPECT_EQ(config("locale;cache_size TCP;timeout", 0, sizeof buf), sOKAY);
-    EXPECT_STREQ(buf, "fr;20000;10");
-    // With a mask the names are written and other scopes skipped.
-    EXPECT_EQ(config(";locale;;autocommit;", ZEL_OPT_SCOPE_SQL, sizeof buf), sOKAY);
-    EXPECT_STREQ(buf, "autocommit=false");
-    EXPECT_EQ(config("locale cache_size", 0, 6), sTRUNCATE);
-    EXPECT_STREQ(buf, "fr");
-    EXPECT_EQ(n, 9u);
-    EXPECT_EQ(config("locale 'x'", 0, sizeof buf), eSYNTAX);
-    EXPECT_STREQ(buf, "");
-    EXPECT_EQ(config("locale nothing", 0, sizeof buf), eINVOPTION);
-    EXPECT_EQ(config("btreeuse", 0, sizeof buf), eINVOPTION);
     EXPECT_EQ(b_optionGetConfigurationValuesIntoString("locale", 0, nullptr, nullptr, nullptr,
                                                        nullptr, sizeof buf, sub, nullptr, buf, &n),
               sNOTFOUND);
-    // Settings: names always; an unset one named ends the walk.
-    EXPECT_EQ(settings("slotspercachenode autocommit", 0), sOKAY);
-    EXPECT_STREQ(buf, "slotspercachenode=1K;autocommit=on");
-    EXPECT_EQ(settings("autocommit wildall", 0), sNOTFOUND);
-    EXPECT_EQ(settings("gsvtype", 0), sOKAY);
-    EXPECT_STREQ(buf, "");
-    // Measuring first, then the exact size.
+    EXPECT_EQ(b_optionGetConfigurationValuesIntoString(nullptr, 0, nullptr, nullptr, nullptr,
+                                                       nullptr, sizeof buf, sub, nullptr, buf, &n),
+              sOKAY);
+    EXPECT_EQ(fields(buf, n), " 1 ");  // no record: nothing
+    // Settings: the names always; an unset one named ends the walk.
+    EXPECT_EQ(list(true, 0, r, "slotspercachenode autocommit"),
+              "slotspercachenode=1K;autocommit=on");
+    EXPECT_EQ(list(true, 0, r, "autocommit wildall", 64, sNOTFOUND), "");
+    EXPECT_EQ(list(true, 0, r, "gsvtype"), "");
+    // Measuring first, then the exact size; one byte less is sTRUNCATE.
     size_t need = 0;
     EXPECT_EQ(b_optionGetConfigurationValuesIntoString(nullptr, 0, &r.handle, &r.sql, &r.db,
                                                        &r.dbGsv, 0, sub, nullptr, nullptr, &need),
               sOKAY);
     std::vector<char> all(need);
-    EXPECT_EQ(config(nullptr, 0, 0), sOKAY);  // measures too: buf is left alone
-    EXPECT_EQ(
-        b_optionGetConfigurationValuesIntoString(nullptr, 0, &r.handle, &r.sql, &r.db, &r.dbGsv,
-                                                 need, sub, nullptr, all.data(), &n),
-        sOKAY);
-    EXPECT_EQ(n, need);
-    EXPECT_EQ(std::strlen(all.data()) + 1, need);
-    EXPECT_EQ(
-        b_optionGetConfigurationValuesIntoString(nullptr, 0, &r.handle, &r.sql, &r.db, &r.dbGsv,
-                                                 need - 1, sub, nullptr, all.data(), &n),
-        sTRUNCATE);
-    EXPECT_EQ(n, need);
-    EXPECT_EQ(b_optionGetConfigurationValuesIntoString(nullptr, 0, nullptr, nullptr, nullptr,
-                                                       nullptr, sizeof buf, sub, nullptr, buf, &n),
-              sOKAY);
-    EXPECT_STREQ(buf, "");  // no record: nothing
+    for (size_t size : {need, need - 1}) {
+        EXPECT_EQ(
+            b_optionGetConfigurationValuesIntoString(nullptr, 0, &r.handle, &r.sql, &r.db, &r.dbGsv,
+                                                     size, sub, nullptr, all.data(), &n),
+            size == need ? sOKAY : sTRUNCATE);
+        EXPECT_EQ(n, need);
+    }
 }
 
 // ---- Round trip over generated values of every option.
@@ -1029,32 +893,37 @@ class Generator {
             case ZEL_OPT_KIND_BOOLEAN:
                 if (name == "unicode_enabled") return pick({"no", "false", "0", "OFF"});
                 return pick({"yes", "no", "ON", "off", "true", "False", "1", "0", "y", "n"});
+            case ZEL_OPT_KIND_UINT64: {
+                const uint64_t v = std::uniform_int_distribution<uint64_t>()(rng_);
+                return std::to_string(uniform(0, 3) == 0 ? v / 1000000 : v);
+            }
             case ZEL_OPT_KIND_INT16:
             case ZEL_OPT_KIND_INT32:
-            case ZEL_OPT_KIND_UINT32:
-            case ZEL_OPT_KIND_UINT64:
-                return number(*info);
+            case ZEL_OPT_KIND_UINT32: {
+                const bool u = info->kind == ZEL_OPT_KIND_UINT32;  // int16 has bounds
+                const int64_t lo = info->hasMin ? info->min : u ? 0 : INT32_MIN;
+                const int64_t hi = info->hasMax ? info->max : u ? UINT32_MAX : INT32_MAX;
+                const int64_t v = uniform(lo, hi);
+                // Some with a multiplier.
+                if (uniform(0, 3) == 0 && v >= 1000 && v / 1000 * 1000 >= lo)
+                    return std::to_string(v / 1000) + "K";
+                return std::to_string(v);
+            }
             case ZEL_OPT_KIND_DOUBLE: {
                 char buf[32];
                 std::snprintf(buf, sizeof buf, "%.6f", double(uniform(1, 1000000)) / 1e6);
                 return buf;
             }
             case ZEL_OPT_KIND_CHAR:
-                return std::string(
-                    1, name == "wildall" ? pick({"*", "%"})[0] : pick({".", "_", "?"})[0]);
+                return name == "wildall" ? pick({"*", "%"}) : pick({".", "_", "?"});
             case ZEL_OPT_KIND_TEXT:
             case ZEL_OPT_KIND_PATH:
                 if (name == "procs_dir") return dir_;
-                if (name == "error_format")
-                    return word() + "%" + pick({"E", "S", "t", "A"}) + word();
+                if (name == "error_format") return word() + "%" + pick({"E", "S", "t"}) + word();
                 return (info->kind == ZEL_OPT_KIND_PATH ? "/" : "") + word();
-            case ZEL_OPT_KIND_DATE_FORMAT: {
-                const std::string sep = pick({"-", "/", "."});
-                const std::string f[] = {pick({"YYYY", "yyyy"}), "mm", "DD"};
-                const int64_t first = uniform(0, 2);
-                return first == 1 ? f[1] + sep + f[2] + sep + f[0]
-                                  : f[first] + sep + f[1] + sep + f[2 - first];
-            }
+            case ZEL_OPT_KIND_DATE_FORMAT:
+                return pick({"YYYY-MM-DD", "mm/dd/yyyy", "DD.MM.YYYY", "yyyy.mm.dd", "MM-DD-YYYY",
+                             "dd/mm/yyyy"});
             case ZEL_OPT_KIND_TIME_FORMAT:
                 return pick({"HH", "HH:MM", "hh:mm:ss", "HH:MM:SS.F", "HH:MM:SS.FF", "HH:MM:SS.FFF",
                              "HH:MM:SS.FFFF"});
@@ -1089,30 +958,14 @@ class Generator {
             s += "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_"[uniform(0, 62)];
         return s;
     }
-    // Within the bounds; some written with a multiplier ("65K").
-    std::string number(const ZEL_OPT_INFO &info) {
-        const bool isSigned = info.kind != ZEL_OPT_KIND_UINT32 && info.kind != ZEL_OPT_KIND_UINT64;
-        if (info.kind == ZEL_OPT_KIND_UINT64) {
-            const uint64_t v = std::uniform_int_distribution<uint64_t>()(rng_);
-            return std::to_string(uniform(0, 3) == 0 ? v / 1000000 : v);
-        }
-        const int64_t typeLo = info.kind == ZEL_OPT_KIND_INT16 ? INT16_MIN
-                               : isSigned                      ? INT32_MIN
-                                                               : 0;
-        const int64_t typeHi = info.kind == ZEL_OPT_KIND_INT16 ? INT16_MAX
-                               : isSigned                      ? INT32_MAX
-                                                               : UINT32_MAX;
-        const int64_t lo = info.hasMin ? info.min : typeLo, hi = info.hasMax ? info.max : typeHi;
-        int64_t v = uniform(lo, hi);
-        if (uniform(0, 3) == 0 && v >= 1000 && (v / 1000) * 1000 >= lo)
-            return std::to_string(v / 1000) + "K";
-        return std::to_string(v);
-    }
 
     std::mt19937_64 rng_;
     std::string dir_;
 };
 
+// Configuration, its list, key/value, configuration: equal; the settings'
+// texts too. The output reads no server configuration: its fields are
+// written one by one as the catalogue writes them.
 TEST_F(ConfigTest, RoundTripOverGeneratedValues) {
     uint32_t n = 0;
     const ZEL_CONFIG_OPT_KEY *keys = b_optionGetConfigTable(&n);
@@ -1126,74 +979,81 @@ TEST_F(ConfigTest, RoundTripOverGeneratedValues) {
                   {kServer, kServer, ZEL_OPT_SCOPE_GSV}};
     for (int round = 0; round < 100; ++round) {
         for (const auto &s : scopes) {
-            std::string input;
-            for (uint32_t i = 0; i < n; ++i)
-                if ((keys[i].value & ZEL_OPT_SCOPE_MASK) == s.mask)
-                    input += keys[i].name + ("=" + gen.value(keys[i])) + ";";
+            std::string input, server;
             Records a, b;
             reset(a);
             reset(b);
-            ASSERT_EQ(process(s.config, input.c_str(), a), sOKAY) << input;
-            std::string written;
-            if (s.config == kServer) {
-                // The output reads no server configuration: each field as the
-                // catalogue writes it.
-                for (uint32_t i = 0; i < n; ++i)
-                    if ((keys[i].value & ZEL_OPT_SCOPE_MASK) == s.mask)
-                        written += keys[i].name + ("=" + value(kServer, keys[i].name, a)) + ";";
-            } else {
-                written = list(false, s.mask, a);
-            }
-            ASSERT_EQ(process(s.config, written.c_str(), b), sOKAY) << written;
-            EXPECT_EQ(dump(a.sql) + dump(a.db) + dump(a.dbGsv) + dump(a.gsv),
-                      dump(b.sql) + dump(b.db) + dump(b.dbGsv) + dump(b.gsv))
-                << input << "\n"
-                << written;
+            for (uint32_t i = 0; i < n; ++i)
+                if ((keys[i].value & ZEL_OPT_SCOPE_MASK) == s.mask)
+                    input += keys[i].name + ("=" + gen.value(keys[i])) + ";";
+            ASSERT_EQ(process(s.config, input, a), sOKAY) << input;
+            for (uint32_t i = 0; i < n && s.config == kServer; ++i)
+                if ((keys[i].value & ZEL_OPT_SCOPE_MASK) == s.mask)
+                    server += keys[i].name + ("=" + value(kServer, keys[i].name, a)) + ";";
+            const std::string written = s.config == kServer ? server : list(false, s.mask, a);
+            ASSERT_EQ(process(s.config, written, b), sOKAY) << written;
             if (s.settings != kServer) {
-                // Settings keep the texts, which read back as they were.
-                ASSERT_EQ(process(s.settings, input.c_str(), a), sOKAY) << input;
-                ASSERT_EQ(process(s.settings, list(true, s.mask, a).c_str(), b), sOKAY);
-                EXPECT_EQ(dumpSettings(a.sqlS) + dumpSettings(a.dbS) + dumpSettings(a.dbGsvS),
-                          dumpSettings(b.sqlS) + dumpSettings(b.dbS) + dumpSettings(b.dbGsvS));
+                ASSERT_EQ(process(s.settings, input, a), sOKAY) << input;
+                ASSERT_EQ(process(s.settings, list(true, s.mask, a), b), sOKAY);
             }
+            EXPECT_EQ(dump(a), dump(b)) << input << "\n" << written;
             release(a);
             release(b);
         }
     }
 }
 
-// ---- Copy, clean and free.
+// ---- Copy, clean and free, also under allocation failures.
 
-TEST_F(ConfigTest, CopiesAreDeep) {
-    ASSERT_EQ(process(kDb, "locale=fr;dbuserid=me;error_format=%E"), sOKAY);
-    ASSERT_EQ(process(kDbS, "locale=fr;cache_size=1K"), sOKAY);
-    ASSERT_EQ(process(kDbGsvS, "drop=yes;storage=ondisk"), sOKAY);
-    ASSERT_EQ(process(kSqlS, "wildall=*"), sOKAY);
-    ASSERT_EQ(process(kServer, "name=n;logfile=/f"), sOKAY);
+TEST_F(ConfigTest, CopiesAreDeepAndFreeWhatTheyCopiedOnFailure) {
+    ASSERT_EQ(process(kDb, "locale=fr;dbuserid=me;error_format=%E;procs_dir=" + dir.string()),
+              sOKAY);
+    ASSERT_EQ(process(kDbS, "locale=fr;cache_size=1K;time_zone=5"), sOKAY);
+    ASSERT_EQ(process(kDbGsvS, "drop=yes;storage=ondisk;timeout=3"), sOKAY);
+    ASSERT_EQ(process(kSqlS, "wildall=*;autocommit=y;debugmode=2"), sOKAY);
+    ASSERT_EQ(process(kServer, "name=n;logfile=/f;docroot=/d"), sOKAY);
     Records c;
-    reset(c);
-    release(c);
-    ASSERT_EQ(b_optionCopyDbHandleConfig(&c.db, &r.db, sub), sOKAY);
-    ASSERT_EQ(b_optionCopyDbHandleSettings(&c.dbS, &r.dbS, sub), sOKAY);
-    ASSERT_EQ(b_optionCopyGSVConfig(&c.gsv, &r.gsv, sub), sOKAY);
-    ASSERT_EQ(b_optionCopyDbGSVConfig(&c.dbGsv, &r.dbGsv, sub), sOKAY);
-    ASSERT_EQ(b_optionCopyDbGSVSettings(&c.dbGsvS, &r.dbGsvS, sub), sOKAY);
-    ASSERT_EQ(b_optionCopySQLConfig(&c.sql, &r.sql, sub), sOKAY);
-    ASSERT_EQ(b_optionCopySQLSettings(&c.sqlS, &r.sqlS, sub), sOKAY);
+    auto none = [](auto *, B_TAG_SUB) {};
+#define COPY(fcn, field, release, texts)                                                         \
+    EXPECT_EQ(oom_check(master, {sub},                                                           \
+                        [&] {                                                                    \
+                            decltype(r.field) dst{};                                             \
+                            const ZEL_RETCODE rc = fcn(&dst, &r.field, sub);                     \
+                            EXPECT_EQ(dump(dst), dump(rc == sOKAY ? r.field : decltype(dst){})); \
+                            if (rc == sOKAY) release(&dst, sub);                                 \
+                            return rc;                                                           \
+                        }),                                                                      \
+              texts);                                                                            \
+    EXPECT_EQ(fcn(&c.field, &r.field, sub), sOKAY)
+    COPY(b_optionCopyDbHandleConfig, db, b_optionCleanDbHandleConfig, 4);
+    COPY(b_optionCopyDbHandleSettings, dbS, b_optionFreeDbHandleSettings, 3);
+    COPY(b_optionCopyGSVConfig, gsv, b_optionCleanGSVConfig, 3);
+    COPY(b_optionCopyDbGSVConfig, dbGsv, none, 0);
+    COPY(b_optionCopySQLConfig, sql, none, 0);
+    COPY(b_optionCopyDbGSVSettings, dbGsvS, b_optionFreeDbGSVSettings, 3);
+    COPY(b_optionCopySQLSettings, sqlS, b_optionFreeSQLSettings, 3);
+#undef COPY
     EXPECT_NE(c.db.locale, r.db.locale);
-    EXPECT_EQ(dump(c.db) + dump(c.gsv) + dump(c.dbGsv) + dump(c.sql),
-              dump(r.db) + dump(r.gsv) + dump(r.dbGsv) + dump(r.sql));
-    EXPECT_EQ(dumpSettings(c.dbS) + dumpSettings(c.dbGsvS) + dumpSettings(c.sqlS),
-              dumpSettings(r.dbS) + dumpSettings(r.dbGsvS) + dumpSettings(r.sqlS));
-    // Clear and copy frees what the destination held.
+    EXPECT_EQ(dump(c), dump(r));
+    // Clear and copy frees what the destination held; on failure it stays cleared.
     ZEL_DB_GSV_SETTINGS other{};
     ASSERT_EQ(b_settingsSetTimeout(&other, 5, ZEL_FALSE, sub), sOKAY);
-    ASSERT_EQ(b_optionClearAndCopyDbGSVSettings(&c.dbGsvS, &other, sub), sOKAY);
-    EXPECT_EQ(dumpSettings(c.dbGsvS), dumpSettings(other));
+    EXPECT_EQ(oom_check(master, {sub},
+                        [&] {
+                            ZEL_DB_GSV_SETTINGS dst{};
+                            if (b_optionCopyDbGSVSettings(&dst, &other, sub) != sOKAY)
+                                return eNOMEMORY;  // the setting up failed
+                            const ZEL_RETCODE rc =
+                                b_optionClearAndCopyDbGSVSettings(&dst, &r.dbGsvS, sub);
+                            EXPECT_EQ(dump(dst),
+                                      dump(rc == sOKAY ? r.dbGsvS : ZEL_DB_GSV_SETTINGS{}));
+                            b_optionFreeDbGSVSettings(&dst, sub);
+                            return rc;
+                        }),
+              4);
     b_optionFreeDbGSVSettings(&other, sub);
     release(c);
-    EXPECT_EQ(c.db.locale, nullptr);
-    EXPECT_EQ(c.sqlS.wildAll, nullptr);
+    EXPECT_EQ(dump(c.dbS) + text(c.db.locale), dump(ZEL_DB_SETTINGS{}) + "<null>");
     EXPECT_EQ(b_optionCopySQLSettings(&c.sqlS, nullptr, sub), eINVNULLARG);
 }
 
@@ -1208,54 +1068,20 @@ TEST_F(ConfigTest, InitialiserStopsOnFailureKeepingEarlierFields) {
     s.procs_dir = const_cast<char *>(procs.c_str());
     s.error_format = fmt;
     s.cache_size = size;
-    const int runs = oom_check(master, {sub}, [&] {
-        ZEL_DB_CONFIGURATION c;
-        const ZEL_RETCODE rc = b_optionInitializeDbHandle(&c, &s, sub);
-        // What was set before the failure stands; the rest is default.
-        const bool later = c.error_format != nullptr;
-        EXPECT_EQ(c.cache_size, rc == sOKAY ? 500u : 20000u);
-        EXPECT_TRUE(c.locale != nullptr || (c.db_user_id == nullptr && !later));
-        EXPECT_TRUE(c.procs_dir != nullptr || !later);
-        b_optionCleanDbHandleConfig(&c, sub);
-        return rc;
-    });
-    EXPECT_GE(runs, 4);
-}
-
-TEST_F(ConfigTest, CopiesUnderFailureFreeWhatTheyCopied) {
-    ASSERT_EQ(process(kDb, "locale=fr;dbuserid=me;error_format=%E;procs_dir=" + dir.string()),
-              sOKAY);
-    ASSERT_EQ(process(kDbS, "locale=fr;cache_size=1K;time_zone=5"), sOKAY);
-    ASSERT_EQ(process(kDbGsvS, "drop=yes;storage=ondisk;timeout=3"), sOKAY);
-    ASSERT_EQ(process(kSqlS, "wildall=*;autocommit=y;debugmode=2"), sOKAY);
-    ASSERT_EQ(process(kServer, "name=n;logfile=/f;docroot=/d"), sOKAY);
-    const Records before = r;
-    auto untouched = [](const auto &rec) {
-        using Rec = std::decay_t<decltype(rec)>;
-        Rec zero{};
-        return std::memcmp(&rec, &zero, sizeof rec) == 0;
-    };
-#define COPY_UNDER_FAILURE(fcn, field, release)               \
-    oom_check(master, {sub}, [&] {                            \
-        decltype(r.field) dst{};                              \
-        const ZEL_RETCODE rc = fcn(&dst, &before.field, sub); \
-        if (rc == sOKAY) {                                    \
-            release(&dst, sub);                               \
-        } else {                                              \
-            EXPECT_TRUE(untouched(dst));                      \
-        }                                                     \
-        return rc;                                            \
-    })
-    EXPECT_EQ(COPY_UNDER_FAILURE(b_optionCopyDbHandleConfig, db, b_optionCleanDbHandleConfig), 4);
-    EXPECT_EQ(COPY_UNDER_FAILURE(b_optionCopyDbHandleSettings, dbS, b_optionFreeDbHandleSettings),
-              3);
-    EXPECT_EQ(COPY_UNDER_FAILURE(b_optionCopyGSVConfig, gsv, b_optionCleanGSVConfig), 3);
-    EXPECT_EQ(COPY_UNDER_FAILURE(b_optionCopyDbGSVSettings, dbGsvS, b_optionFreeDbGSVSettings), 3);
-    EXPECT_EQ(COPY_UNDER_FAILURE(b_optionCopySQLSettings, sqlS, b_optionFreeSQLSettings), 3);
     EXPECT_EQ(
-        COPY_UNDER_FAILURE(b_optionClearAndCopyDbGSVSettings, dbGsvS, b_optionFreeDbGSVSettings),
-        3);
-#undef COPY_UNDER_FAILURE
+        oom_check(master, {sub},
+                  [&] {
+                      ZEL_DB_CONFIGURATION c;
+                      const ZEL_RETCODE rc = b_optionInitializeDbHandle(&c, &s, sub);
+                      // Each text is set only once those before it are.
+                      const char *order[] = {c.locale, c.db_user_id, c.procs_dir, c.error_format};
+                      for (size_t i = 1; i < std::size(order); ++i)
+                          EXPECT_TRUE(order[i] == nullptr || order[i - 1] != nullptr);
+                      EXPECT_EQ(c.cache_size, rc == sOKAY ? 500u : 20000u);
+                      b_optionCleanDbHandleConfig(&c, sub);
+                      return rc;
+                  }),
+        4);
 }
 
 TEST_F(ConfigTest, SettingsAndProcessingUnderFailure) {
@@ -1271,23 +1097,20 @@ TEST_F(ConfigTest, SettingsAndProcessingUnderFailure) {
                         }),
               1);
     const std::string procs = dir.string();
-    EXPECT_GE(oom_check(master, {sub},
+    EXPECT_EQ(oom_check(master, {sub},
                         [&] {
                             const ZEL_RETCODE rc =
                                 b_settingsSetProcsDir(&r.dbS, procs.c_str(), sub);
-                            if (rc == sOKAY) {
-                                EXPECT_EQ(std::string(r.dbS.procs_dir), procs);
-                                (void)b_settingsSetProcsDir(&r.dbS, nullptr, sub);
-                            }
-                            EXPECT_EQ(r.dbS.procs_dir, nullptr);
+                            EXPECT_EQ(text(r.dbS.procs_dir), rc == sOKAY ? procs : "<null>");
+                            EXPECT_EQ(b_settingsSetProcsDir(&r.dbS, nullptr, sub), sOKAY);
                             return rc;
                         }),
               2);
-    // Processing a text into either form; the map's own getters allocate
-    // for a multiplier.
-    B_KEYVALUE_T kv;
+    // Processing into either form; the map's getters allocate for a multiplier.
     const std::string kvText = "locale=fr;cache_size=2K;procs_dir='" + procs + "'";
+    B_KEYVALUE_T kv;
     ASSERT_EQ(b_keyvalueInit(&kv, kvText.c_str(), ZEL_FALSE, sub), sOKAY);
+    const std::string defaults = dump(r.db) + dump(ZEL_DB_SETTINGS{});
     for (const char *name : {"locale", "cache_size", "procs_dir"}) {
         for (Form f : {kDb, kDbS}) {
             oom_check(master, {sub}, [&] {
@@ -1295,7 +1118,7 @@ TEST_F(ConfigTest, SettingsAndProcessingUnderFailure) {
                 reset(x);
                 const ZEL_RETCODE rc = processKey(f, &kv, key(name), x);
                 if (rc < 0) {
-                    EXPECT_EQ(dump(x.db) + dumpSettings(x.dbS), dump(r.db) + dumpSettings(r.dbS));
+                    EXPECT_EQ(dump(x.db) + dump(x.dbS), defaults);
                 }
                 release(x);
                 return rc;
@@ -1318,9 +1141,7 @@ TEST_F(ConfigTest, OutputUnderFailure) {
                                         kw, 0, &r.handle, &r.sql, &r.db, &r.dbGsv, sizeof buf, sub,
                                         st, buf, &n);
                                     EXPECT_EQ(n == 77, rc != sOKAY);
-                                    if (rc != sOKAY) {
-                                        EXPECT_STREQ(buf, "");
-                                    }
+                                    EXPECT_TRUE(rc == sOKAY || buf[0] == '\0');
                                     return rc;
                                 },
                                 {}, {stack}),
@@ -1332,8 +1153,8 @@ TEST_F(ConfigTest, OutputUnderFailure) {
                             char *s = nullptr;
                             const ZEL_RETCODE rc = b_optionConfigurationIntoString(
                                 key("cache_size"), &r.handle, &r.db, &r.dbGsv, &r.sql, sub, &s);
-                            if (rc == sOKAY) b_tag_subFree(sub, s);
                             EXPECT_EQ(s == nullptr, rc != sOKAY);
+                            b_tag_subFreeCanBeNull(sub, s);
                             return rc;
                         }),
               1);
