@@ -47,6 +47,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"Spilling B-tree and item lists", zb_demo_cbtree},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -143,6 +144,8 @@ constexpr Command kCommands[] = {
     {"config", "[--scope S] [--settings] 'k=v;...'",
      "process an option string into the records of a scope: codes, and the options written back",
      zb_cmd_config},
+    {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
+     "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
 };
 
 // What the tool is, and its commands, for its usage.
