@@ -42,6 +42,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
     {"Key/value strings and options", zb_demo_keyvalue},
+    {"Configurations and settings", zb_demo_config},
     {"Ordered index and block cache", zb_demo_btree},
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
@@ -140,6 +141,9 @@ constexpr Command kCommands[] = {
     {"options", "[--scope S] [--words]",
      "the option keywords: scope, serial, class, kind, default, bounds; word tables",
      zb_cmd_options},
+    {"config", "[--scope S] [--settings] 'k=v;...'",
+     "process an option string into the records of a scope: codes, and the options written back",
+     zb_cmd_config},
     {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
      "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
 };

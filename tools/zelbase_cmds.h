@@ -112,6 +112,7 @@ int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
 int zb_demo_keyvalue(FILE *out);
 int zb_demo_schema_load(FILE *out);
+int zb_demo_config(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -149,6 +150,7 @@ int zb_cmd_parse(int argc, char **argv);
 int zb_cmd_kv(int argc, char **argv);
 int zb_cmd_options(int argc, char **argv);
 int zb_cmd_catalog(int argc, char **argv);
+int zb_cmd_config(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
