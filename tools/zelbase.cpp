@@ -46,6 +46,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"LZ compression and embedded files", zb_demo_lz},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -95,6 +96,11 @@ constexpr Command kCommands[] = {
      "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
     {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
      zb_cmd_lzma},
+    {"lz", "compress|decompress|trace [--limit N] [FILE]",
+     "the LZ coder over a file; trace: the codes with their widths", zb_cmd_lz},
+    {"embed", "hash FILE... | verify FILE HASH | extract STREAM NAME [--namespace NS] [--hash H]",
+     "the file embedder: a file's hash, a check against one, an LZ stream unpacked to a file",
+     zb_cmd_embed},
     {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
      "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
     {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",

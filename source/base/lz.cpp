@@ -36,6 +36,7 @@ static_assert((1u << B_LZ_MAX_BITS) == B_LZ_MAX_CODE);
 namespace {
 
 constexpr uint16_t kFreeSlot = 0xFFFF;
+constexpr uint16_t kNoGrandparent = 0xFFFF; /* decompression: walk one step */
 constexpr uint16_t kFirstBumpCode = (1u << B_LZ_MIN_BITS) - 1;
 
 /* A failure of the receiver: a negative code. A status is passed over. */
@@ -140,136 +141,214 @@ ZEL_RETCODE lz_compress(B_LZ_T *ctx, const uint8_t *p, const uint8_t *end) {
     return rc;
 }
 
+/* ---- The wrappers' output: bytes appended to an LZINFO. */
+
+/* Room for `more` bytes after off. Deliberate: the buffer grows 512 bytes
+ * at a time, as callers have always had it. */
+ZEL_RETCODE lz_infoReserve(LZINFO *info, uint32_t more) {
+    if (more <= info->size - info->off) return sOKAY;
+    const uint64_t need = uint64_t{info->off} + more;
+    const uint64_t size = (need + B_LZ_OUTPUT_STEP - 1) / B_LZ_OUTPUT_STEP * B_LZ_OUTPUT_STEP;
+    if (size > UINT32_MAX) return eRANGE;
+    void *grown;
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = b_tag_subReallocAny(info->subTag, info->data, info->off, size, &grown));
+    info->data = grown;
+    info->size = static_cast<uint32_t>(size);
+    return sOKAY;
+}
+
+ZEL_RETCODE lz_writeByteLz2(void *userData, LZOPERATION op, uint8_t byte) {
+    if (op != LZBYTE) return sOKAY;
+    auto *info = static_cast<LZINFO *>(userData);
+    ZEL_RETCODE rc;
+    ZEL_CHECK(rc = lz_infoReserve(info, 1));
+    static_cast<uint8_t *>(info->data)[info->off++] = byte;
+    return sOKAY;
+}
+
+/* Where the decoder's bytes go: the receiver, one call a byte. */
+struct LzCallbackSink {
+    LZOUTPUTFUNCTION fcn;
+    void *user;
+    ZEL_RETCODE put(uint8_t byte) const { return fcn(user, LZBYTE, byte); }
+    /* The n bytes of `stack`, last first. */
+    ZEL_RETCODE putReversed(const uint8_t *stack, uint32_t n) const {
+        ZEL_RETCODE rc;
+        do {
+            rc = fcn(user, LZBYTE, stack[--n]);
+        } while (n > 0 && !lz_failed(rc));
+        return rc;
+    }
+};
+
+/* The wrappers' buffer written in place: the bytes and the growth of
+ * lz_writeByteLz2, without a call per byte. */
+struct LzBufferSink {
+    LZINFO *info;
+    ZEL_RETCODE put(uint8_t byte) const {
+        if (info->off == info->size) return lz_writeByteLz2(info, LZBYTE, byte);
+        static_cast<uint8_t *>(info->data)[info->off++] = byte;
+        return sOKAY;
+    }
+    ZEL_RETCODE putReversed(const uint8_t *stack, uint32_t n) const {
+        ZEL_RETCODE rc;
+        ZEL_CHECK(rc = lz_infoReserve(info, n));
+        uint8_t *out = static_cast<uint8_t *>(info->data) + info->off;
+        info->off += n;
+        while (n > 0) *out++ = stack[--n];
+        return sOKAY;
+    }
+};
+
 /* ---- Decompression. */
 
-/* Writes the string of `code` (and `extra` after it, when `with_extra`):
- * pushes from its last byte back to the first, then pops them to the
- * receiver. prev_byte becomes the first byte. */
-ZEL_RETCODE lz_decodeString(B_LZ_T *ctx, uint32_t code, bool with_extra, uint8_t extra) {
-    uint32_t n = 0;
-    auto push = [ctx, &n](uint8_t byte) -> ZEL_RETCODE {
-        /* Only a loop in a damaged table makes a string this long. */
-        if (n == B_LZ_STACK_MAX) return eDBCORRUPTED;
-        if (n == ctx->stack_size) {
-            void *grown;
-            ZEL_RETCODE rc;
-            ZEL_CHECK(
-                rc = b_tag_subReallocAny(ctx->subTag, ctx->stack, n, n + B_LZ_STACK_STEP, &grown));
-            ctx->stack = static_cast<uint8_t *>(grown);
-            ctx->stack_size = n + B_LZ_STACK_STEP;
-        }
-        ctx->stack[n++] = byte;
-        return sOKAY;
-    };
-    ZEL_RETCODE rc = sOKAY;
-    if (with_extra) rc = push(extra);
-    while (!lz_failed(rc) && code > 255) {
-        const DICT_ENTRY &e = ctx->dict[code];
-        rc = push(e.byte_val);
-        code = e.parent;
-    }
-    if (!lz_failed(rc)) rc = push(static_cast<uint8_t>(code));
-    ctx->stack_offset = 0;
-    if (lz_failed(rc)) return rc;
-    ctx->prev_byte = static_cast<uint8_t>(code);
-    const LZOUTPUTFUNCTION fcn = ctx->outputFcn;
-    void *user = ctx->userData;
-    while (n > 0) {
-        rc = fcn(user, LZBYTE, ctx->stack[--n]);
-        if (lz_failed(rc)) return rc;
-    }
-    return sOKAY;
-}
+/* A sound string has at most 32512 bytes (32510 entries, a byte and the
+ * extra one), and a chain that does not loop visits each entry once: only a
+ * loop, which never ends, passes this. Room stays for two bytes and the
+ * first. */
+constexpr uint32_t kWalkLimit = B_LZ_STACK_MAX - 3;
 
-/* One whole code. */
-ZEL_RETCODE lz_decodeCode(B_LZ_T *ctx, uint32_t code) {
-    if (ctx->initialized) {
-        /* The first code after a flush is a byte, whatever it reads. */
-        ctx->string_code = static_cast<uint16_t>(code);
-        ctx->prev_byte = static_cast<uint8_t>(code);
-        ctx->initialized = 0;
-        return ctx->outputFcn(ctx->userData, LZBYTE, ctx->prev_byte);
+/* The decoder's state for the length of a chunk, in locals; back in the
+ * record when the chunk ends or fails. Codes are read through a bit buffer;
+ * a code cut by the end of the chunk waits in temp (its high bits, in place)
+ * with count bits still missing, and rack is then drained (bitsleft 0).
+ *
+ * A string is spelled by walking its parents, a chain of dependent loads, and
+ * pushing its bytes, last first; popping them gives them in order. An entry's
+ * `value` holds its grandparent where that is final (kNoGrandparent
+ * elsewhere), so the parent's byte and the next entry load side by side, two
+ * bytes a step. */
+template <class Sink>
+ZEL_RETCODE lz_decompress(B_LZ_T *ctx, LZINPUT in, const Sink sink) {
+    if (ctx->stack == nullptr && in.size > 0) {
+        /* Sized at once for the longest string: the capacity is all that
+         * differs from growing it step by step. */
+        void *stack;
+        ZEL_RETCODE rc;
+        ZEL_CHECK(rc = b_tag_subAlloc(ctx->subTag, B_LZ_STACK_MAX, &stack));
+        ctx->stack = static_cast<uint8_t *>(stack);
+        ctx->stack_size = B_LZ_STACK_MAX;
     }
-    if (code == B_LZ_FLUSH_CODE) {
-        lz_initialize(ctx);
-        return sOKAY;
-    }
-    if (code == B_LZ_BUMP_CODE) {
-        /* A damaged stream cannot widen the codes past what the table holds. */
-        if (ctx->current_code_bits < B_LZ_MAX_BITS) ctx->current_code_bits++;
-        ctx->count = ctx->current_code_bits;
-        return sOKAY;
-    }
-    ZEL_RETCODE rc;
-    /* At or above next_code: the string being entered, the previous one and
-     * its own first byte (a damaged stream's code above it reads the same). */
-    if (code >= ctx->next_code) {
-        ZEL_CHECK(rc = lz_decodeString(ctx, ctx->string_code, true, ctx->prev_byte));
-    } else {
-        ZEL_CHECK(rc = lz_decodeString(ctx, code, false, 0));
-    }
-    /* A damaged stream without its flush finds the table full: nothing more
-     * is entered, as no 15-bit code could name it. */
-    if (ctx->next_code < B_LZ_MAX_CODE) {
-        DICT_ENTRY &e = ctx->dict[ctx->next_code++];
-        e.parent = ctx->string_code;
-        e.byte_val = ctx->prev_byte;
-    }
-    ctx->string_code = static_cast<uint16_t>(code);
-    return sOKAY;
-}
-
-/* Codes are read through a bit buffer; a code cut by the end of the chunk
- * waits in temp (its high bits, in place) with count bits still missing,
- * and rack is then drained (bitsleft 0). */
-ZEL_RETCODE lz_decompress(B_LZ_T *ctx, LZINPUT in) {
+    DICT_ENTRY *const dict = ctx->dict;
+    uint8_t *const stack = ctx->stack;
+    uint32_t next_code = ctx->next_code, string_code = ctx->string_code;
+    uint32_t prev_byte = ctx->prev_byte, width = ctx->current_code_bits;
+    bool initialized = ctx->initialized != 0;
+    uint32_t need = ctx->count, temp = ctx->temp;
     uint64_t acc = ctx->rack & ((1u << ctx->bitsleft) - 1);
     uint32_t have = ctx->bitsleft;
+    ZEL_RETCODE rc = sOKAY;
     for (;;) {
-        const uint32_t need = ctx->count;
+        if (have < 32 && in.size >= 4) {
+            /* Four bytes at once: under 32 bits wait, so all fit. */
+            acc = (acc << 32) | (uint32_t{in.data[0]} << 24 | uint32_t{in.data[1]} << 16 |
+                                 uint32_t{in.data[2]} << 8 | in.data[3]);
+            in.data += 4;
+            in.size -= 4;
+            have += 32;
+        }
         while (have < need && in.size > 0) {
             acc = (acc << 8) | *in.data++;
             in.size--;
             have += 8;
         }
         if (have < need) {
-            ctx->temp = static_cast<uint16_t>(ctx->temp | (acc << (need - have)));
-            ctx->count = static_cast<uint8_t>(need - have);
-            ctx->rack = 0;
-            ctx->bitsleft = 0;
-            return sOKAY;
+            temp |= static_cast<uint32_t>(acc << (need - have));
+            need -= have;
+            acc = 0;
+            have = 0;
+            break;
         }
         have -= need;
-        const uint32_t code = ctx->temp | static_cast<uint32_t>(acc >> have);
+        const uint32_t code = temp | static_cast<uint32_t>(acc >> have);
         acc &= (uint64_t{1} << have) - 1;
-        ctx->temp = 0;
-        ctx->count = ctx->current_code_bits;
-        const ZEL_RETCODE rc = lz_decodeCode(ctx, code);
-        if (lz_failed(rc)) {
-            ctx->rack = static_cast<uint8_t>(acc);
-            ctx->bitsleft = static_cast<uint8_t>(have);
-            return rc;
+        temp = 0;
+        need = width;
+        /* The walk starts with a load from anywhere in the table: the next
+         * code's entry is fetched while this one is written out. */
+        if (have >= width) __builtin_prefetch(&dict[(acc >> (have - width)) & 0x7FFF]);
+        if (initialized || code - B_LZ_BUMP_CODE < 2) [[unlikely]] {
+            if (initialized) {
+                /* The first code after a flush is a byte, whatever it reads. */
+                string_code = code;
+                prev_byte = code & 0xFF;
+                initialized = false;
+                rc = sink.put(static_cast<uint8_t>(prev_byte));
+                if (lz_failed(rc)) break;
+            } else if (code == B_LZ_FLUSH_CODE) {
+                lz_initialize(ctx);
+                next_code = ctx->next_code;
+                width = need = ctx->current_code_bits;
+                initialized = true;
+            } else if (width < B_LZ_MAX_BITS) {
+                /* A damaged stream cannot widen the codes past what the
+                 * table holds. */
+                need = ++width;
+            }
+            continue;
         }
+        if (code < 256) {
+            prev_byte = code;
+            rc = sink.put(static_cast<uint8_t>(code));
+        } else if (code < next_code && dict[code].parent < 256) {
+            /* Two bytes, the commonest string: no stack. */
+            const DICT_ENTRY &e = dict[code];
+            prev_byte = e.parent;
+            rc = sink.put(static_cast<uint8_t>(e.parent));
+            if (!lz_failed(rc)) rc = sink.put(e.byte_val);
+        } else {
+            uint32_t n = 0, walk = code;
+            /* At or above next_code: the string being entered, the previous
+             * one and its own first byte (a damaged stream's code above it
+             * reads the same). */
+            if (code >= next_code) {
+                stack[n++] = static_cast<uint8_t>(prev_byte);
+                walk = string_code;
+            }
+            while (walk > 255) {
+                if (n > kWalkLimit) {
+                    rc = eDBCORRUPTED;
+                    break;
+                }
+                const DICT_ENTRY &e = dict[walk];
+                stack[n++] = e.byte_val;
+                walk = e.parent;
+                if (walk > 255 && e.value != kNoGrandparent) {
+                    stack[n++] = dict[walk].byte_val;
+                    walk = e.value;
+                }
+            }
+            if (lz_failed(rc)) break;
+            stack[n++] = static_cast<uint8_t>(walk);
+            prev_byte = walk;
+            rc = sink.putReversed(stack, n);
+        }
+        if (lz_failed(rc)) break;
+        /* A damaged stream without its flush finds the table full: nothing
+         * more is entered, as no 15-bit code could name it. The entries
+         * below next_code stand until the next flush; a parent above (a
+         * damaged stream) may still change, and gets no shortcut. */
+        if (next_code < B_LZ_MAX_CODE) {
+            DICT_ENTRY &e = dict[next_code];
+            e.value = string_code > 255 && string_code < next_code ? dict[string_code].parent
+                                                                   : kNoGrandparent;
+            e.parent = static_cast<uint16_t>(string_code);
+            e.byte_val = static_cast<uint8_t>(prev_byte);
+            next_code++;
+        }
+        string_code = code;
     }
-}
-
-/* ---- The wrappers' receiver: bytes appended to an LZINFO. */
-
-ZEL_RETCODE lz_writeByteLz2(void *userData, LZOPERATION op, uint8_t byte) {
-    if (op != LZBYTE) return sOKAY;
-    auto *info = static_cast<LZINFO *>(userData);
-    if (info->off == info->size) {
-        /* Deliberate: 512 bytes at a time, as callers have always had it. */
-        if (info->size > UINT32_MAX - B_LZ_OUTPUT_STEP) return eRANGE;
-        void *grown;
-        ZEL_RETCODE rc;
-        ZEL_CHECK(rc = b_tag_subReallocAny(info->subTag, info->data, info->off,
-                                           info->size + B_LZ_OUTPUT_STEP, &grown));
-        info->data = grown;
-        info->size += B_LZ_OUTPUT_STEP;
-    }
-    static_cast<uint8_t *>(info->data)[info->off++] = byte;
-    return sOKAY;
+    ctx->next_code = static_cast<uint16_t>(next_code);
+    ctx->string_code = static_cast<uint16_t>(string_code);
+    ctx->prev_byte = static_cast<uint8_t>(prev_byte);
+    ctx->current_code_bits = static_cast<uint8_t>(width);
+    ctx->initialized = initialized ? 1 : 0;
+    ctx->count = static_cast<uint8_t>(need);
+    ctx->temp = static_cast<uint16_t>(temp);
+    ctx->rack = static_cast<uint8_t>(acc);
+    ctx->bitsleft = static_cast<uint8_t>(have);
+    return rc;
 }
 
 ZEL_RETCODE lz_wrapper(bool compress, const void *src_buffer, uint32_t src_size, B_TAG_SUB subTag,
@@ -344,7 +423,11 @@ ZEL_RETCODE b_lzDecompressChunk(B_LZ_T *ctx, const void *data, uint32_t size) {
         ctx->type = LZDECOMPRESSION;
         lz_initialize(ctx);
     }
-    return lz_decompress(ctx, LZINPUT{static_cast<const uint8_t *>(data), size});
+    const LZINPUT in{static_cast<const uint8_t *>(data), size};
+    /* The wrappers' receiver is known: their buffer is written in place. */
+    if (ctx->outputFcn == lz_writeByteLz2)
+        return lz_decompress(ctx, in, LzBufferSink{static_cast<LZINFO *>(ctx->userData)});
+    return lz_decompress(ctx, in, LzCallbackSink{ctx->outputFcn, ctx->userData});
 }
 
 ZEL_RETCODE b_lzFinish(B_LZ_T *ctx) {

@@ -30,12 +30,12 @@ ZEL_EXTERN_C_BEGIN
 #define B_LZ_MIN_BITS 9
 #define B_LZ_MAX_BITS 15
 #define B_LZ_MAX_CODE 32768  /* next_code reaching this flushes the table */
-#define B_LZ_STACK_STEP 256  /* growth of the decoder's string stack */
-#define B_LZ_STACK_MAX 32768 /* pushes of one string before eDBCORRUPTED */
+#define B_LZ_STACK_MAX 32768 /* the decoder's string stack: a longer string is a loop */
 #define B_LZ_OUTPUT_STEP 512 /* growth of the wrappers' output */
 
 /* One slot: in compression a hash slot (value 0xFFFF when free), in
- * decompression the entry of code `index` (value unused). */
+ * decompression the entry of code `index`, whose value then holds the code
+ * of its parent's parent (0xFFFF when unknown), a shortcut of the walk. */
 typedef struct DICT_ENTRY_S {
     uint16_t value;   /* the code of this string */
     uint16_t parent;  /* the code of the string without its last byte */
