@@ -63,8 +63,10 @@ ZEL_RETCODE embed_file(const char *name, const uint8_t *const *content, uint32_t
     std::memset(&info, 0, sizeof info);
     info.filename = name;
     b_fileInit(&info.file);
-    /* A file that will not open leaves the context unset: every call below
-     * then answers eINVFCNSEQ, and the name is removed. */
+    /* The file opens here, at LZBEGIN. Kept: with size 0 it is then closed
+     * by the finish, an empty file. A file that will not open leaves the
+     * context unset: every call below answers eINVFCNSEQ, and the name is
+     * removed. */
     rc = b_lzInit(lz, &info, embed_writeByte, subTag);
     for (uint32_t off = 0; rc >= 0 && off < size; off += B_EMBED_PIECE) {
         rc = b_lzDecompressChunk(lz, content[off / B_EMBED_PIECE],

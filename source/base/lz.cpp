@@ -300,8 +300,8 @@ ZEL_RETCODE lz_decompress(B_LZ_T *ctx, LZINPUT in, const Sink sink) {
         } else {
             uint32_t n = 0, walk = code;
             /* At or above next_code: the string being entered, the previous
-             * one and its own first byte (a damaged stream's code above it
-             * reads the same). */
+             * one and its own first byte. Kept: a code above it is not
+             * refused but read the same, as streams are never checked. */
             if (code >= next_code) {
                 stack[n++] = static_cast<uint8_t>(prev_byte);
                 walk = string_code;

@@ -98,10 +98,12 @@ ZEL_NODISCARD ZEL_RETCODE b_lzInit(B_LZ_T *ctx, void *userData, LZOUTPUTFUNCTION
  * outputFcn, after which the stream is unusable. */
 ZEL_NODISCARD ZEL_RETCODE b_lzCompressChunk(B_LZ_T *ctx, const void *data, uint32_t size);
 /* Decompresses `size` stream bytes, split anywhere (a code may straddle two
- * chunks). eINVFCNSEQ for an unset or compressing context; eINVNULLARG
- * without a subTag; the tag's code when the string stack cannot grow;
- * eDBCORRUPTED for a string of more than B_LZ_STACK_MAX bytes (only a
- * damaged stream makes one, by a loop in the table); a failure of outputFcn. */
+ * chunks). The first non-empty chunk takes the string stack, B_LZ_STACK_MAX
+ * bytes from subTag, which b_lzFinish or b_lzTerm frees. eINVFCNSEQ for an
+ * unset or compressing context; eINVNULLARG without a subTag; the tag's code
+ * for the stack; eDBCORRUPTED for a string that loops through the table
+ * (only a damaged stream makes one; a sound string has at most 32512 bytes);
+ * a failure of outputFcn. */
 ZEL_NODISCARD ZEL_RETCODE b_lzDecompressChunk(B_LZ_T *ctx, const void *data, uint32_t size);
 /* Compression: writes the last code and the padded last byte. Then LZEND,
  * whose result is returned; a failure of the last bytes is returned instead,
