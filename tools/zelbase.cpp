@@ -46,6 +46,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"Spilling B-tree and item lists", zb_demo_cbtree},
     {"LZ compression and embedded files", zb_demo_lz},
 };
 
@@ -145,6 +146,8 @@ constexpr Command kCommands[] = {
     {"options", "[--scope S] [--words]",
      "the option keywords: scope, serial, class, kind, default, bounds; word tables",
      zb_cmd_options},
+    {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
+     "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
 };
 
 // What the tool is, and its commands, for its usage.

@@ -99,6 +99,7 @@ int zb_demo_btree(FILE *out);
 int zb_demo_map(FILE *out);
 int zb_demo_rtree(FILE *out);
 int zb_demo_sort(FILE *out);
+int zb_demo_cbtree(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -128,6 +129,7 @@ int zb_cmd_map(int argc, char **argv);
 int zb_cmd_rtree_any(int argc, char **argv);
 int zb_cmd_rtree_index(int argc, char **argv);
 int zb_cmd_sort(int argc, char **argv);
+int zb_cmd_cbtree(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -172,6 +174,10 @@ int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
 // Prints an R-tree's levels (nodes, branches, fill), with `dump` each node
 // and its coverage box, and the validator's verdict; 0 when sound.
 int zb_rtree_print(FILE *out, struct B_RTREE_S *rt, bool dump);
+// Adds the keys 1..count shuffled to a cached B-tree, finds each and walks it,
+// printing the loads, writes and evictions; with `dump` the node file as an
+// annotated table. 0, or the exit code of a failure.
+int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
