@@ -48,6 +48,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
     {"Spilling B-tree and item lists", zb_demo_cbtree},
+    {"LZ compression and embedded files", zb_demo_lz},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -97,6 +98,11 @@ constexpr Command kCommands[] = {
      "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
     {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
      zb_cmd_lzma},
+    {"lz", "compress|decompress|trace [--limit N] [FILE]",
+     "the LZ coder over a file; trace: the codes with their widths", zb_cmd_lz},
+    {"embed", "hash FILE... | verify FILE HASH | extract STREAM NAME [--namespace NS] [--hash H]",
+     "the file embedder: a file's hash, a check against one, an LZ stream unpacked to a file",
+     zb_cmd_embed},
     {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
      "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
     {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",

@@ -113,6 +113,7 @@ int zb_demo_cmdline(FILE *out);
 int zb_demo_keyvalue(FILE *out);
 int zb_demo_schema_load(FILE *out);
 int zb_demo_config(FILE *out);
+int zb_demo_lz(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -151,6 +152,8 @@ int zb_cmd_kv(int argc, char **argv);
 int zb_cmd_options(int argc, char **argv);
 int zb_cmd_catalog(int argc, char **argv);
 int zb_cmd_config(int argc, char **argv);
+int zb_cmd_lz(int argc, char **argv);
+int zb_cmd_embed(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -271,6 +274,10 @@ ZEL_RETCODE zb_catalog_open(const char *path, const ZbTags &tags, SCH_INFO *psch
 void zb_catalog_print(FILE *out, SCH_INFO_C sch);
 // "NAME: message" of a code.
 std::string zb_catalog_code(ZEL_RETCODE rc);
+
+// The codes of an LZ stream as a table (bit offset, bytes, width, code, the
+// string it stands for), the first `limit` of them, and a summary.
+void zb_lz_trace(FILE *out, const uint8_t *stream, size_t len, size_t limit);
 
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
