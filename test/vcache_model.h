@@ -36,7 +36,7 @@ constexpr uint64_t kVcLive = 0x11CEB00C0FFEEull, kVcDead = 0xDEADull;
 class VcHarness {
   public:
     static constexpr int kSubs = 3;
-    static constexpr uint64_t kIds = 16;
+    static constexpr uint64_t kIds = 8;
     static constexpr int kCtxs = 6;
 
     // Drawer types of the subcaches: two of one type, so that the address
@@ -70,53 +70,66 @@ class VcHarness {
     size_t holds() const { return holds_.size(); }
 
     // One operation, its arguments taken from the bytes a, b, c.
+    // One operation, its arguments taken from the bytes a, b, c. The mix
+    // favours writes and marks, so that chains of several images form.
     std::string step(uint8_t op, uint8_t a, uint8_t b, uint8_t c) {
+        enum Kind {
+            kAdd,
+            kFind,
+            kFindOr,
+            kVersion,
+            kWrite,
+            kRelease,
+            kDiscard,
+            kMark,
+            kReleaseMark,
+            kRename,
+            kRollback,
+            kCommit,
+            kClear,
+            kConvert
+        };
+        static constexpr Kind kMix[32] = {
+            kAdd,         kAdd,         kAdd,     kAdd,      kFind,     kFind,    kFind,  kFind,
+            kFind,        kFind,        kFind,    kFindOr,   kVersion,  kVersion, kWrite, kWrite,
+            kWrite,       kWrite,       kRelease, kRelease,  kDiscard,  kMark,    kMark,  kMark,
+            kReleaseMark, kReleaseMark, kRename,  kRollback, kRollback, kCommit,  kClear, kConvert};
         const int s = a % kSubs;
         const uint64_t id = b % kIds;
-        const ZEL_BOOL_T w = (c & 1) ? ZEL_TRUE : ZEL_FALSE;
-        switch (op % 26) {
-            case 0:
-            case 1:
-            case 2:
-            case 3:
-                fullMode_ = (c >> 1) % 8 < 6 ? 0 : 1 + (c >> 1) % 8 - 6;
-                return add(s, id, w);
-            case 4:
-            case 5:
-            case 6:
-            case 7:
+        const ZEL_BOOL_T w = (c & 3) != 0 ? ZEL_TRUE : ZEL_FALSE;
+        switch (kMix[op % 32]) {
+            case kAdd:
+                fullMode_ = (c >> 2) % 8 < 6 ? 0 : 1 + (c >> 2) % 8 - 6;
+                return add(s, id, (c & 1) ? ZEL_TRUE : ZEL_FALSE);
+            case kFind:
                 return find(s, id, w, 0);
-            case 8:
-                return findOr(s, id, (c & 2) ? ZEL_FORWARD : ZEL_REVERSE, w);
-            case 9:
+            case kFindOr:
+                return findOr(s, id, (c & 4) ? ZEL_FORWARD : ZEL_REVERSE, w);
+            case kVersion:
                 return find(s, id, ZEL_FALSE, c % 5);
-            case 10:
-            case 11:
-            case 12:
-                return end(a, 0);
-            case 13:
-            case 14:
-            case 15:
+            case kWrite:
                 return end(a, 1);
-            case 16:
+            case kRelease:
+                return end(a, 0);
+            case kDiscard:
                 return end(a, 2);
-            case 17:
-            case 18:
+            case kMark:
                 return setMark(a % kCtxs);
-            case 19:
+            case kReleaseMark:
                 return releaseMark(a % kCtxs);
-            case 20:
+            case kRename:
                 return renameMark(a % kCtxs, b % kCtxs);
-            case 21:
+            case kRollback:
                 return rollback(a % (kCtxs + 1));
-            case 22:
+            case kCommit:
                 return commitBoth((c & 1) ? B_VCACHE_BACKWARD : B_VCACHE_FORWARD,
                                   b % 4 == 0 ? 1 + a % 5 : 0);
-            case 23:
+            case kClear:
                 return clear(s);
-            default:
+            case kConvert:
                 return convertSub(s);
         }
+        return "";
     }
 
     // ---- operations on both

@@ -211,6 +211,23 @@ TEST_F(Vcache, ReleaseMarkFoldsTwoImagesIntoOne) {
     ASSERT_EQ(b_vcacheWrite(h), sOKAY);
 }
 
+// A mark below the top: its image, superseding the one below, is relinked
+// under the newer image.
+TEST_F(Vcache, ReleaseOfAMiddleMarkRelinksTheChain) {
+    make(10);
+    written(&A, 7, 1);
+    ASSERT_EQ(b_vcacheSetMark(&c, &a), sOKAY);
+    rewrite(&A, 7, 2);
+    ASSERT_EQ(b_vcacheSetMark(&c, &b), sOKAY);
+    rewrite(&A, 7, 3);
+    ASSERT_EQ(b_vcacheReleaseMark(&c, &a), sOKAY);
+    EXPECT_EQ(chainLength(&A, 7), 2);
+    EXPECT_EQ(n.live, 2);
+    ASSERT_EQ(b_vcacheRollback(&c, &b), sOKAY);
+    EXPECT_EQ(payload(&A, 7), 2u);
+    EXPECT_EQ(chainLength(&A, 7), 1);
+}
+
 TEST_F(Vcache, AllModifiedAtTheLimitAnAddStillSucceeds) {
     make(4);
     for (uint64_t id = 0; id < 4; ++id) written(&A, id, id);

@@ -353,17 +353,14 @@ B_VCACHE_MARK_T *vcache_findMark(B_VCACHE_T *c, const void *ctx, B_VCACHE_MARK_T
     return nullptr;
 }
 
-// Undoes one image: the next older one becomes current, or the entry, left
-// with none, is thrown away.
+// Undoes one image of the top mark, which is its entry's current one (the
+// marks above were undone first): the next older image becomes current, or
+// the entry, left with none, is thrown away.
 void vcache_undoVersion(B_VCACHE_T *c, B_VCACHE_VERSION_T *v) {
     B_VCACHE_ENTRY_T *e = v->entry;
     vcache_markUnlink(v);
-    if (e->curr_version == v) {
-        e->curr_version = v->older;
-    } else if (v->newer != nullptr) {
-        v->newer->older = v->older;
-    }
-    if (v->older != nullptr) v->older->newer = v->newer;
+    e->curr_version = v->older;
+    if (v->older != nullptr) v->older->newer = nullptr;
     vcache_releaseObj(c, v->obj);
     b_poolPut(&c->verPool, v);
     if (e->curr_version == nullptr) {
