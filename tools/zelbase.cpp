@@ -38,6 +38,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Queue and thread pool", zb_demo_queue},
     {"Parser driver", zb_demo_yyparse},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Versioned cache", zb_demo_vcache},
     {"Command line", zb_demo_cmdline},
 };
 
@@ -105,6 +106,8 @@ constexpr Command kCommands[] = {
      zb_cmd_parse},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"vcache", "[--max N] [SCRIPT|-]",
+     "a script on a versioned cache: entries, savepoints, commit order", zb_cmd_vcache},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
 };

@@ -103,6 +103,7 @@ int zb_demo_uri(FILE *out);
 int zb_demo_queue(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
+int zb_demo_vcache(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -124,6 +125,7 @@ int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
 int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
+int zb_cmd_vcache(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -139,6 +141,10 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Runs a script of `zelbase vcache` on a new cache of `max_entries`, printing
+// to `out` the cache after each line (`each`) or only before each comment
+// line and at the end; 0, or 2 (reported) at the first line it cannot read.
+int zb_vcache_run(FILE *out, const char *script, uint32_t max_entries, bool each);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
