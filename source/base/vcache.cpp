@@ -300,16 +300,38 @@ ZEL_RETCODE vcache_args(const B_VSUBCACHE_T *sc, const void *pobj, const void *p
                : sOKAY;
 }
 
-// vcacheFindEntry, vcacheFindOrNextEntry, vcacheFindOrPrevEntry: `last`
-// first, without touching the tree (whose cursor stays where it was).
-B_VCACHE_ENTRY_T *vcache_lookup(B_VSUBCACHE_T *sc, uint64_t id,
+// The tree's search, on a stack entry with only `id` set.
+B_VCACHE_ENTRY_T *vcache_search(B_VSUBCACHE_T *sc, uint64_t id,
                                 void *(*find)(B_BTREE_T *, const void *)) {
-    if (sc->last != nullptr && sc->last->id == id) return sc->last;  // kept: cursor untouched
     B_VCACHE_ENTRY_T key{};
     key.id = id;
     auto *e = static_cast<B_VCACHE_ENTRY_T *>(find(&sc->btree, &key));
     if (e != nullptr) sc->last = e;
     return e;
+}
+
+// vcacheFindEntry, vcacheFindOrNextEntry, vcacheFindOrPrevEntry: `last`
+// first, without touching the tree (whose cursor stays where it was).
+B_VCACHE_ENTRY_T *vcache_lookup(B_VSUBCACHE_T *sc, uint64_t id,
+                                void *(*find)(B_BTREE_T *, const void *)) {
+    if (sc->last != nullptr && sc->last->id == id) return sc->last;  // kept: cursor untouched
+    return vcache_search(sc, id, find);
+}
+
+// The oldest image of the first unbroken run that fcn calls visible,
+// counted from the newest, or null. An image under no mark is clean and
+// never visible.
+const B_VCACHE_VERSION_T *vcache_visible(const B_VCACHE_ENTRY_T *e, uint64_t version,
+                                         B_VCACHE_FIND_VERSION fcn) {
+    const B_VCACHE_VERSION_T *image = nullptr;
+    for (const B_VCACHE_VERSION_T *v = e->curr_version; v != nullptr; v = v->older) {
+        if (v->mark != nullptr && fcn(v->mark->markCtx, version)) {
+            image = v;
+        } else if (image != nullptr) {
+            break;
+        }
+    }
+    return image;
 }
 
 // ---------------------------------------------------------------- marks
@@ -382,6 +404,21 @@ void vcache_commitVersion(B_VCACHE_T *c, B_VCACHE_ENTRY_T *e) {
     vcache_markUnlink(v);
     c->num_modified--;
     e->modified = 0;
+}
+
+// A commit reaches, for each entry, the entry, its image and the object, one
+// through the next. The three entries after the cursor are fetched ahead,
+// each a stage further along that chain, so that the loads overlap; the
+// cursor is free to move, since each round starts again from the end.
+void vcache_prefetchAhead(B_BTREE_T *mod, bool back) {
+    void *(*step)(B_BTREE_T *) = back ? b_btPrev : b_btNext;
+    const auto *n1 = static_cast<const B_VCACHE_ENTRY_T *>(step(mod));
+    if (n1 == nullptr) return;
+    __builtin_prefetch(n1->curr_version->obj);
+    const auto *n2 = static_cast<const B_VCACHE_ENTRY_T *>(step(mod));
+    if (n2 == nullptr) return;
+    __builtin_prefetch(n2->curr_version);
+    if (const void *n3 = step(mod)) __builtin_prefetch(n3);
 }
 
 }  // namespace
@@ -524,17 +561,8 @@ ZEL_RETCODE b_vcacheFindVersion(B_VSUBCACHE_T *subcache, uint64_t id, ZEL_BOOL_T
     B_VCACHE_ENTRY_T *e = vcache_lookup(subcache, id, b_btFind);
     if (e == nullptr) return sNOTFOUND;
     const B_VCACHE_VERSION_T *image = nullptr;
-    if (version != 0 && fcn != nullptr) {
-        // The oldest image of the first unbroken visible run from the newest.
-        // An image under no mark is clean and never visible.
-        for (const B_VCACHE_VERSION_T *v = e->curr_version; v != nullptr; v = v->older) {
-            if (v->mark != nullptr && fcn(v->mark->markCtx, version)) {
-                image = v;
-            } else if (image != nullptr) {
-                break;
-            }
-        }
-        if (image == nullptr) return sNOTFOUND;
+    if (version != 0 && fcn != nullptr && (image = vcache_visible(e, version, fcn)) == nullptr) {
+        return sNOTFOUND;
     }
     return vcache_hold(subcache->cache, e, for_write, image, pobj, phandle);
 }
@@ -651,6 +679,7 @@ ZEL_RETCODE b_vcacheCommit(B_VCACHE_DIRECTION dir, B_VCACHE_T *cache) {
             atEnd = false;
         }
         if (e == nullptr) break;
+        vcache_prefetchAhead(mod, back);
         ZEL_DRAWER_INFO *di = vcache_drawer(e);
         if (di != seen) {
             di->add_list = ZEL_TRUE;
