@@ -515,7 +515,7 @@ class VcHarness {
         if (ents_[k].hold++ == 0) held_++;
     }
     // The entry leaves the model, with its holds.
-    void erase(const Key &k) {
+    void erase(Key k) {  // by value: callers pass keys of the containers it edits
         MEnt &e = ents_[k];
         if (e.hold != 0) held_--;
         if (e.modified == 0) age_.remove(k);
