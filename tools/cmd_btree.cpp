@@ -22,14 +22,6 @@ int zb_cmd_btree(int argc, char **argv);
 
 namespace {
 
-int zb_btree_usage() {
-    std::fprintf(stderr,
-                 "usage: zelbase btree [--slots N] [--seed S] [--add N] [--delete M]\n"
-                 "       slots 2 to 65535 (default 4), seed (1), keys added (1000) and\n"
-                 "       deleted again (250, at most the keys added)\n");
-    return 2;
-}
-
 bool zb_btree_number(const char *text, uint64_t max, uint64_t *v) {
     if (text == nullptr || *text < '0' || *text > '9') return false;
     errno = 0;
@@ -98,26 +90,39 @@ int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys) {
 }
 
 int zb_cmd_btree(int argc, char **argv) {
+    const ZEL_CMDLINE_OPT opts[] = {
+        {"n", "slots", "i:N", "Entries a node holds, 2 to 65535 (default 4)"},
+        {"s", "seed", "i:S", "Seed of the keys (default 1)"},
+        {"a", "add", "i:N", "Keys added (default 1000, at most 50000000)"},
+        {"d", "delete", "i:M", "Keys deleted again, at most those added (default 250)"},
+        {nullptr, nullptr, nullptr, nullptr}};
+    ZEL_CMDLINE cmd;
+    if (int code = zb_cmdline(&cmd, argc, argv,
+                              "Builds a B-tree of N distinct random 64-bit keys, deletes M of "
+                              "them in random\norder, and prints the tree level by level "
+                              "(nodes, entries, fill) with the\ndepth of its leaves and the "
+                              "structural checker's verdict; exit code 1 if it\nis not sound.",
+                              opts);
+        code != kZbGoOn)
+        return code;
     uint64_t slots = 4, seed = 1, adds = 1000, deletes = 250;
-    for (int i = 0; i < argc; i += 2) {
-        const char *value = i + 1 < argc ? argv[i + 1] : nullptr;
-        uint64_t *target = nullptr;
-        uint64_t max = UINT32_MAX;
-        if (std::strcmp(argv[i], "--slots") == 0) {
-            target = &slots;
-            max = 65535;
-        } else if (std::strcmp(argv[i], "--seed") == 0) {
-            target = &seed;
-            max = UINT64_MAX;
-        } else if (std::strcmp(argv[i], "--add") == 0) {
-            target = &adds;
-            max = 50000000;
-        } else if (std::strcmp(argv[i], "--delete") == 0) {
-            target = &deletes;
-        }
-        if (target == nullptr || !zb_btree_number(value, max, target)) return zb_btree_usage();
+    const char *arg = nullptr;
+    for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
+        const std::string opt = name;
+        bool ok;
+        if (opt == "slots")
+            ok = zb_btree_number(arg, 65535, &slots) && slots >= 2;
+        else if (opt == "seed")
+            ok = zb_btree_number(arg, UINT64_MAX, &seed);
+        else if (opt == "add")
+            ok = zb_btree_number(arg, 50000000, &adds);
+        else
+            ok = zb_btree_number(arg, UINT32_MAX, &deletes);
+        if (!ok) return zb_usageError("Out of range for --%s: %s", name, arg);
     }
-    if (slots < 2 || deletes > adds) return zb_btree_usage();
+    if (deletes > adds)
+        return zb_usageError("More deletes (%" PRIu64 ") than keys added (%" PRIu64 ")", deletes,
+                             adds);
 
     const ZbTags tags;
     if (!tags.ok()) return 1;
