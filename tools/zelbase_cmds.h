@@ -110,6 +110,7 @@ int zb_demo_queue(FILE *out);
 int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
+int zb_demo_vcache(FILE *out);
 int zb_demo_keyvalue(FILE *out);
 int zb_demo_schema_load(FILE *out);
 int zb_demo_config(FILE *out);
@@ -148,6 +149,7 @@ int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_lex(int argc, char **argv);
 int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
+int zb_cmd_vcache(int argc, char **argv);
 int zb_cmd_kv(int argc, char **argv);
 int zb_cmd_options(int argc, char **argv);
 int zb_cmd_catalog(int argc, char **argv);
@@ -169,6 +171,10 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Runs a script of `zelbase vcache` on a new cache of `max_entries`, printing
+// to `out` the cache after each line (`each`) or only before each comment
+// line and at the end; 0, or 2 (reported) at the first line it cannot read.
+int zb_vcache_run(FILE *out, const char *script, uint32_t max_entries, bool each);
 // Puts the (key, value) entries in a map of `kind` ("mapb" or "uintmap",
 // with `arraySize`) and prints where each landed; 0, or 1 on a failure.
 int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
