@@ -1,10 +1,14 @@
-// Threaded AVL tree against std::set: insert, find and erase of 1M keys in
-// random order. The peers are std::set<uint64_t> and, as the like-for-like
-// case, std::set of the same record ordered by its key.
+// Threaded AVL tree against std::set: insert, find and erase of 1k to 1M
+// keys in random order, so that a size where the tree falls behind shows
+// (small trees live in the cache, where the cost of a level is its compare;
+// large ones are bound by the memory of the path). The peers are
+// std::set<uint64_t> and, as the like-for-like case, std::set of the same
+// record ordered by its key. Times are per key.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <numeric>
 #include <random>
 #include <set>
@@ -13,8 +17,6 @@
 #include "avl.h"
 
 namespace {
-
-constexpr size_t kKeys = 1000000;
 
 struct Item {
     B_AVL_NODE_T link;
@@ -35,29 +37,34 @@ ZEL_COMPARE itemCompare(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node, vo
 // for lookups and erasure.
 struct Keys {
     std::vector<uint64_t> insert, probe;
-    Keys() : insert(kKeys), probe(kKeys) {
+    explicit Keys(size_t n) : insert(n), probe(n) {
         std::mt19937_64 rng(42);
-        std::vector<uint64_t> base(kKeys);
-        std::iota(base.begin(), base.end(), 0);
-        for (size_t i = 0; i < kKeys; ++i) insert[i] = base[i] * 2654435761u;  // spread out
+        for (size_t i = 0; i < n; ++i) insert[i] = i * 2654435761u;  // spread out
         std::shuffle(insert.begin(), insert.end(), rng);
         probe = insert;
         std::shuffle(probe.begin(), probe.end(), rng);
     }
 };
 
-const Keys &keys() {
-    static const Keys k;
-    return k;
+const Keys &keys(size_t n) {
+    static std::map<size_t, Keys> all;
+    auto it = all.find(n);
+    if (it == all.end()) it = all.emplace(n, Keys(n)).first;
+    return it->second;
+}
+
+size_t count(const benchmark::State &state) {
+    return static_cast<size_t>(state.range(0));
 }
 
 // The records are laid out in insertion order, as a caller allocating them
 // one by one would have them.
 struct AvlFixture {
-    std::vector<Item> items{kKeys};
+    const Keys &k;
+    std::vector<Item> items;
     B_AVL_T avl;
-    AvlFixture() {
-        for (size_t i = 0; i < kKeys; ++i) items[i].key = keys().insert[i];
+    explicit AvlFixture(size_t n) : k(keys(n)), items(n) {
+        for (size_t i = 0; i < n; ++i) items[i].key = k.insert[i];
         b_avlInit(&avl, itemCompare, nullptr);
     }
     void fill() {
@@ -68,80 +75,83 @@ struct AvlFixture {
 };
 
 void BM_AvlInsert(benchmark::State &state) {
-    AvlFixture f;
+    AvlFixture f(count(state));
     for (auto _ : state) {
         b_avlInit(&f.avl, itemCompare, nullptr);
         f.fill();
         benchmark::DoNotOptimize(f.avl.root);
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
 void BM_AvlFind(benchmark::State &state) {
-    AvlFixture f;
+    AvlFixture f(count(state));
     f.fill();
     Item lookup{};
     for (auto _ : state) {
-        for (uint64_t k : keys().probe) {
+        for (uint64_t k : f.k.probe) {
             lookup.key = k;
             benchmark::DoNotOptimize(b_avlFind(&f.avl, &lookup.link));
         }
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
 void BM_AvlErase(benchmark::State &state) {
-    AvlFixture f;
+    AvlFixture f(count(state));
     Item lookup{};
     for (auto _ : state) {
         state.PauseTiming();
         b_avlInit(&f.avl, itemCompare, nullptr);
         f.fill();
         state.ResumeTiming();
-        for (uint64_t k : keys().probe) {
+        for (uint64_t k : f.k.probe) {
             lookup.key = k;
             benchmark::DoNotOptimize(b_avlDelete(&f.avl, &lookup.link));
         }
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
-// The same three operations on a std::set; V is the element, make() builds
-// one from a key.
+// The same three operations on a std::set; make() builds an element from a
+// key.
 template <class Set, class Make>
 void setInsert(benchmark::State &state, Make make) {
+    const Keys &k = keys(count(state));
     for (auto _ : state) {
         Set s;
-        for (uint64_t k : keys().insert) s.insert(make(k));
+        for (uint64_t key : k.insert) s.insert(make(key));
         benchmark::DoNotOptimize(s.size());
         state.PauseTiming();  // freeing the nodes is not part of inserting
         s.clear();
         state.ResumeTiming();
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
 template <class Set, class Make>
 void setFind(benchmark::State &state, Make make) {
+    const Keys &k = keys(count(state));
     Set s;
-    for (uint64_t k : keys().insert) s.insert(make(k));
+    for (uint64_t key : k.insert) s.insert(make(key));
     for (auto _ : state) {
-        for (uint64_t k : keys().probe) benchmark::DoNotOptimize(s.find(make(k)));
+        for (uint64_t key : k.probe) benchmark::DoNotOptimize(s.find(make(key)));
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
 template <class Set, class Make>
 void setErase(benchmark::State &state, Make make) {
+    const Keys &k = keys(count(state));
     for (auto _ : state) {
         state.PauseTiming();
         Set s;
-        for (uint64_t k : keys().insert) s.insert(make(k));
+        for (uint64_t key : k.insert) s.insert(make(key));
         state.ResumeTiming();
-        for (uint64_t k : keys().probe) s.erase(make(k));
+        for (uint64_t key : k.probe) s.erase(make(key));
         benchmark::DoNotOptimize(s.size());
     }
-    state.SetItemsProcessed(state.iterations() * kKeys);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count(state)));
 }
 
 using U64Set = std::set<uint64_t>;
@@ -172,16 +182,22 @@ void BM_SetItemErase(benchmark::State &s) {
     setErase<ItemSet>(s, makeItem);
 }
 
+// 1k to 1M keys.
+void sizes(benchmark::internal::Benchmark *b) {
+    for (int64_t n : {1 << 10, 1 << 12, 1 << 15, 1 << 18, 1 << 20}) b->Arg(n);
+    b->Unit(benchmark::kMicrosecond);
+}
+
 }  // namespace
 
-BENCHMARK(BM_AvlInsert)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetU64Insert)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetItemInsert)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_AvlFind)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetU64Find)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetItemFind)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_AvlErase)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetU64Erase)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_SetItemErase)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AvlInsert)->Apply(sizes);
+BENCHMARK(BM_SetU64Insert)->Apply(sizes);
+BENCHMARK(BM_SetItemInsert)->Apply(sizes);
+BENCHMARK(BM_AvlFind)->Apply(sizes);
+BENCHMARK(BM_SetU64Find)->Apply(sizes);
+BENCHMARK(BM_SetItemFind)->Apply(sizes);
+BENCHMARK(BM_AvlErase)->Apply(sizes);
+BENCHMARK(BM_SetU64Erase)->Apply(sizes);
+BENCHMARK(BM_SetItemErase)->Apply(sizes);
 
 BENCHMARK_MAIN();

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <random>
 #include <string>
 
@@ -72,15 +73,23 @@ size_t baselineDecode(const char *in, size_t n, uint8_t *out) {
     return static_cast<size_t>(o - out);
 }
 
-// 64 KiB + 1 byte: not whole groups, so the library's text is the standard one.
-const std::string &input() {
-    static const std::string s = [] {
+// The argument's count of random bytes plus one: not whole groups, so the
+// library's text is the standard one.
+const std::string &input(const benchmark::State &state) {
+    static std::map<int64_t, std::string> all;
+    auto it = all.find(state.range(0));
+    if (it == all.end()) {
         std::mt19937 rng(3);
-        std::string r(64 * 1024 + 1, '\0');
+        std::string r(static_cast<size_t>(state.range(0)) + 1, '\0');
         for (char &c : r) c = static_cast<char>(rng());
-        return r;
-    }();
-    return s;
+        it = all.emplace(state.range(0), std::move(r)).first;
+    }
+    return it->second;
+}
+
+// 1 KiB to 1 MiB.
+void sizes(benchmark::internal::Benchmark *b) {
+    for (int64_t n : {1 << 10, 1 << 15, 1 << 20}) b->Arg(n);
 }
 
 struct Sink {
@@ -92,7 +101,7 @@ struct Sink {
 };
 
 void BM_Base64EncodeLibrary(benchmark::State &state) {
-    const std::string &in = input();
+    const std::string &in = input(state);
     std::string out(in.size() * 2, '\0');
     for (auto _ : state) {
         Sink sink{out.data()};
@@ -106,7 +115,7 @@ void BM_Base64EncodeLibrary(benchmark::State &state) {
 }
 
 void BM_Base64EncodeBaseline(benchmark::State &state) {
-    const std::string &in = input();
+    const std::string &in = input(state);
     std::string out(in.size() * 2, '\0');
     for (auto _ : state)
         benchmark::DoNotOptimize(
@@ -114,15 +123,15 @@ void BM_Base64EncodeBaseline(benchmark::State &state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size()));
 }
 
-std::string encoded() {
-    const std::string &in = input();
+std::string encoded(const benchmark::State &state) {
+    const std::string &in = input(state);
     std::string out(in.size() * 2, '\0');
     out.resize(baselineEncode(reinterpret_cast<const uint8_t *>(in.data()), in.size(), out.data()));
     return out;
 }
 
 void BM_Base64DecodeLibrary(benchmark::State &state) {
-    const std::string text = encoded();
+    const std::string text = encoded(state);
     std::string out(text.size(), '\0');
     for (auto _ : state) {
         Sink sink{out.data()};
@@ -135,7 +144,7 @@ void BM_Base64DecodeLibrary(benchmark::State &state) {
 }
 
 void BM_Base64DecodeBaseline(benchmark::State &state) {
-    const std::string text = encoded();
+    const std::string text = encoded(state);
     std::string out(text.size(), '\0');
     for (auto _ : state)
         benchmark::DoNotOptimize(
@@ -145,9 +154,9 @@ void BM_Base64DecodeBaseline(benchmark::State &state) {
 
 }  // namespace
 
-BENCHMARK(BM_Base64EncodeLibrary);
-BENCHMARK(BM_Base64EncodeBaseline);
-BENCHMARK(BM_Base64DecodeLibrary);
-BENCHMARK(BM_Base64DecodeBaseline);
+BENCHMARK(BM_Base64EncodeLibrary)->Apply(sizes);
+BENCHMARK(BM_Base64EncodeBaseline)->Apply(sizes);
+BENCHMARK(BM_Base64DecodeLibrary)->Apply(sizes);
+BENCHMARK(BM_Base64DecodeBaseline)->Apply(sizes);
 
 BENCHMARK_MAIN();
