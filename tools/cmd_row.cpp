@@ -33,6 +33,7 @@ struct ZbRowCol {
     ZEL_TYPE type;
     uint32_t len;  // byte length of text, or decimal precision
     bool notNull;
+    uint16_t elems = 0;  // array elements
 };
 
 ZEL_RETCODE zb_row_drawer(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl, ZEL_INDEX src,
@@ -73,6 +74,7 @@ ZEL_RETCODE zb_row_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
         if (cols[i].len) ZEL_CHECK(rc = sch_type_set_length(sch_col_type(ci), cols[i].len));
         if (cols[i].type == ZEL_BCD) ZEL_CHECK(rc = sch_type_set_scale(sch_col_type(ci), 2));
         if (cols[i].notNull) ZEL_CHECK(rc = sch_col_set_not_null(ci, nullptr));
+        if (cols[i].elems) ZEL_CHECK(rc = sch_type_set_elems(sch_col_type(ci), cols[i].elems));
         if (cols[i].type & ZEL_TYPE_LOB_BIT) {
             ZEL_CHECK(rc = zb_row_drawer(sch, ZEL_DRAWER_BLOB, id, i, &d));
             ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, d));
@@ -96,8 +98,10 @@ ZEL_RETCODE zb_row_key(SCH_TBL_INFO ti, ZEL_KEY_INDEX id, const char *name, ZEL_
     ZEL_CHECK(rc = sch_key_set_method(ki, method));
     if (method != ZEL_KEY_METHOD_AVL) {
         ZEL_DRAWER d;
-        ZEL_CHECK(
-            rc = zb_row_drawer(sch_tbl_schema(ti), ZEL_DRAWER_BTREE, sch_tbl_index(ti), id, &d));
+        const ZEL_DRAWER_TYPE type = method == ZEL_KEY_METHOD_HASH    ? ZEL_DRAWER_HASH
+                                     : method == ZEL_KEY_METHOD_RTREE ? ZEL_DRAWER_RTREE
+                                                                      : ZEL_DRAWER_BTREE;
+        ZEL_CHECK(rc = zb_row_drawer(sch_tbl_schema(ti), type, sch_tbl_index(ti), id, &d));
         ZEL_CHECK(rc = sch_key_set_drawer(ki, d));
     }
     ZEL_CHECK(rc = sch_key_set_num_elems(ki, static_cast<ZEL_COL_INDEX>(cols.size())));
@@ -112,9 +116,9 @@ ZEL_RETCODE zb_row_key(SCH_TBL_INFO ti, ZEL_KEY_INDEX id, const char *name, ZEL_
 ZEL_RETCODE zb_row_build(SCH_INFO sch) {
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = sch_set_name(sch, "shop"));
-    ZEL_CHECK(rc = sch_set_max_table(sch, 3));
-    ZEL_CHECK(rc = sch_set_next_table(sch, 3));
-    SCH_TBL_INFO cust = nullptr, ord = nullptr;
+    ZEL_CHECK(rc = sch_set_max_table(sch, 4));
+    ZEL_CHECK(rc = sch_set_next_table(sch, 4));
+    SCH_TBL_INFO cust = nullptr, ord = nullptr, site = nullptr;
     ZEL_CHECK(rc = zb_row_table(sch, 1, "customer",
                                 {{"id", ZEL_INT32, 0, true},
                                  {"name", ZEL_VARCHAR, 81, false},
@@ -156,8 +160,22 @@ ZEL_RETCODE zb_row_build(SCH_INFO sch) {
     ZEL_CHECK(rc = sch_ref_set_sort_col(ri, 0, 2));
     ZEL_CHECK(rc = sch_ref_finalize(ri));
     ZEL_CHECK(rc = sch_ref_finalize_locking(ri));
+    // site: a hash key over a nullable code and kind, and a spatial key over
+    // its area, the lows (x, y) then the highs.
+    ZEL_CHECK(rc = zb_row_table(sch, 3, "site",
+                                {{"id", ZEL_INT32, 0, true},
+                                 {"code", ZEL_VARCHAR, 9, false},
+                                 {"kind", ZEL_INT16, 0, false},
+                                 {"area", ZEL_INT32, 0, false, 4}},
+                                &site));
+    ZEL_CHECK(rc = zb_row_key(site, 0, "site_pk", ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, {0}));
+    ZEL_CHECK(rc = zb_row_key(site, 1, "by_code", ZEL_KEY_TYPE_NONUNIQUE, ZEL_KEY_METHOD_HASH,
+                              {1, 2, 0}));
+    ZEL_CHECK(
+        rc = zb_row_key(site, 2, "by_area", ZEL_KEY_TYPE_NONUNIQUE, ZEL_KEY_METHOD_RTREE, {3}));
     ZEL_CHECK(rc = sch_tbl_finalize(cust, ZEL_TRUE));
     ZEL_CHECK(rc = sch_tbl_finalize(ord, ZEL_TRUE));
+    ZEL_CHECK(rc = sch_tbl_finalize(site, ZEL_TRUE));
     sch_calc_num_refs(sch);
     return sOKAY;
 }
@@ -434,7 +452,7 @@ ZEL_RETCODE zb_row_from_text(SCH_TBL_INFO_C ti, const std::vector<std::string> &
 
 int zb_cmd_row(int argc, char **argv) {
     const ZEL_CMDLINE_OPT opts[] = {
-        {"t", "table", "s:T", "The table of the sample catalogue: customer or orders"},
+        {"t", "table", "s:T", "The table of the sample catalogue: customer, orders or site"},
         {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
         {"A", nullptr, "#:encode|decode",
          "encode: COL=VALUE assignments to stored bytes; decode: bytes to values"},
@@ -445,7 +463,7 @@ int zb_cmd_row(int argc, char **argv) {
     if (int code = zb_cmdline(&cmd, argc, argv,
                               "A row of a table of the built-in sample catalogue as stored, "
                               "compact or\nexpanded, as an annotated table of its bytes; or "
-                              "stored bytes read back.\nTables: customer, orders.",
+                              "stored bytes read back.\nTables: customer, orders, site.",
                               opts);
         code != kZbGoOn)
         return code;

@@ -100,7 +100,9 @@ int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
 int zb_demo_path(FILE *out);
 int zb_demo_uri(FILE *out);
+int zb_demo_bucket(FILE *out);
 int zb_demo_queue(FILE *out);
+int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
 
@@ -122,7 +124,13 @@ int zb_cmd_log(int argc, char **argv);
 int zb_cmd_path(int argc, char **argv);
 int zb_cmd_docroot(int argc, char **argv);
 int zb_cmd_uri(int argc, char **argv);
+int zb_cmd_bucket(int argc, char **argv);
+int zb_cmd_chunk(int argc, char **argv);
+int zb_cmd_iz(int argc, char **argv);
+int zb_cmd_rtree(int argc, char **argv);
 int zb_cmd_threads(int argc, char **argv);
+int zb_cmd_lex(int argc, char **argv);
+int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
@@ -151,7 +159,9 @@ ZEL_RETCODE zb_cmdline_show(FILE *out, int argc, char **argv, const char *banner
 // "shop": customer(id, name, email, vip, since, balance, photo BLOB, rid
 // ROWID) with keys customer_pk, by_name (AVL) and by_since (since, name);
 // orders(id, customer, placed, amount, note) with orders_pk and the
-// reference orders_customer, sorted by placed. Destroyed with sch_destroy.
+// reference orders_customer, sorted by placed; site(id, code, kind, area
+// INT32[4]) with site_pk, the hash key by_code (code, kind, id) and the
+// spatial key by_area. Destroyed with sch_destroy.
 ZEL_RETCODE zb_row_catalog(B_TAG_SUB sub, SCH_INFO *psch);
 std::string zb_row_hex(const uint8_t *p, size_t n);
 // Hex digits from the arguments, blanks, ':' and ',' allowed; false on
@@ -191,7 +201,42 @@ struct ZbAnnot {
 // The annotated table (offset, bytes, meaning) of a stored object of `len`
 // bytes whose body (the packed bytes, or the LZMA stream) is `body` bytes.
 void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
+// ---- Buckets, chunks, item zero and R-tree nodes (cmd_bucket.cpp,
+// cmd_rtree.cpp).
+
+// The command line of `zelbase bucket|chunk|iz|rtree`: decode [--key T.K]
+// [--expanded] HEX.
+struct ZbObjArgs {
+    bool expanded = false;
+    const char *key = nullptr;  // T.K, with a key
+    std::vector<uint8_t> bytes;
+};
+// As zb_cmdline, with the key's option (required) when keyHelp is not null:
+// kZbGoOn, or the exit code.
+int zb_obj_args(int argc, char **argv, const char *description, const char *keyHelp,
+                ZbObjArgs *out);
+// Key "T.K" of the sample catalogue with that method; null when none.
+SCH_KEY_INFO_C zb_obj_key(SCH_INFO_C sch, const char *name, ZEL_KEY_METHOD method);
+// Up to six slots, comma-separated.
+std::string zb_obj_slots(const ZEL_SLOT *ids, uint32_t n);
+// The annotated tables of a bucket of hash key `ki`, a chunk, an item zero
+// and an R-tree node of spatial key `ki`.
+void zb_bucket_table_of(FILE *out, SCH_KEY_INFO_C ki, const std::vector<uint8_t> &bytes,
+                        bool expanded, B_TAG_SUB sub);
+void zb_chunk_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expanded, B_TAG_SUB sub);
+void zb_iz_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expanded, B_TAG_SUB sub);
+void zb_rtree_table_of(FILE *out, SCH_KEY_INFO_C ki, const std::vector<uint8_t> &bytes,
+                       bool expanded, B_TAG_SUB sub);
+
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
+
+// One token on one line: line:column, type, value, tokbuf, and "reserved"
+// for a reserved identifier.
+std::string zb_lex_token(const struct B_LEX_S *lex, const struct B_TOKEN_S &t);
+
+// The pull walk of one JSON value, its events one a line indented by depth;
+// the reader's code.
+ZEL_RETCODE zb_json_walk(FILE *out, struct B_JSON_S *j);
 
 #endif

@@ -1,14 +1,17 @@
 /*
  * dbobj_types.h - the records of the stored objects as the engine holds them
  * decoded: a row (ZEL_ROW) in one of its in-memory formats, a B-tree node
- * (ZEL_NODE) of an index, a reference or a blob directory, and the minimal
- * database instance (DB_INSTANCE) that the row formats consult for their
- * buffer pool and configured format; and the vocabulary of the wrapping every
- * stored object gets (dbobj.h): the compression methods, the one-byte object
- * header and the record through which the engine deciphers what it read. The
- * formats that read and write them (row.h, node.h and the object kinds built
- * later) include this header, so none of them needs another's. Compiles as
- * C11 and as C++20.
+ * (ZEL_NODE) of an index, a reference or a blob directory, a hash key's
+ * bucket (ZEL_BUCKET), a large object's chunk (ZEL_CHUNK), a drawer's item
+ * zero (ZEL_ITEM_ZERO), a spatial key's node (ZEL_RTREE_NODE), the record
+ * that holds any of them (ZEL_DB_OBJ), and the minimal database instance
+ * (DB_INSTANCE) that the row formats consult for their buffer pool and
+ * configured format; and the vocabulary of the wrapping every stored object
+ * gets (dbobj.h): the compression methods, the one-byte object header and the
+ * record through which the engine deciphers what it read. The formats that
+ * read and write them (row.h, node.h, bucket.h, chunk.h, iz.h, rtree_node.h)
+ * include this header, so none of them needs another's. Compiles as C11 and
+ * as C++20.
  */
 #ifndef DBOBJ_TYPES_H
 #define DBOBJ_TYPES_H
@@ -174,6 +177,139 @@ typedef struct ZEL_NODE_S {
     ZEL_NODE_TYPE type;
     uint16_t used; /* entries in use */
 } ZEL_NODE;
+
+/* ---- Buckets of a hash key. */
+
+#define ZEL_BUCKET_ENTRIES 31
+
+/* One entry of a bucket: a key and the slots of the rows holding it. In a
+ * stored expanded image the two pointers are zeros, rebuilt on loading.
+ *
+ * OFFSET SIZE MEANING
+ *      0    8 data: this entry's key buffer, inside bucket_data
+ *      8    8 ids: this entry's slots, inside bucket_data
+ *     16    4 numIds: slots in use
+ *     20    4 maxIds: room in ids
+ *     24    4 hashIsValid
+ *     28    4 (padding, zero when stored)
+ *     32    8 hashValue */
+typedef struct ZEL_BUCKET_ENTRY_S {
+    uint8_t *data;
+    ZEL_SLOT *ids;
+    uint32_t numIds;
+    uint32_t maxIds;
+    ZEL_BOOL_T hashIsValid;
+    uint32_t padding;
+    uint64_t hashValue;
+} ZEL_BUCKET_ENTRY;
+
+/* A bucket: one allocation, bucket_data, of three regions sized by the key's
+ * ZEL_BUCKET_BUFFER_INFO: the 31 entry records (bucket_len bytes), the 31 key
+ * buffers (data_len bytes, key_byte_len each) and the slots (the rest). Entry
+ * i's ids follow the maxIds of the entries below it. The first numEntries
+ * entries are in use. */
+typedef struct ZEL_BUCKET_S {
+    B_TAG_SUB subTag; /* owns bucket_data */
+    SCH_KEY_INFO_C ki;
+    uint32_t depth;
+    uint32_t numEntries;
+    size_t bucket_data_len;
+    uint8_t *bucket_data;
+    ZEL_BUCKET_ENTRY *entries; /* at bucket_data */
+    uint8_t *key_data;         /* bucket_len bytes on */
+    ZEL_SLOT *slots;           /* data_len bytes further */
+} ZEL_BUCKET;
+
+/* ---- Chunks of a large object. */
+
+/* One piece of a large object's content. */
+typedef struct ZEL_CHUNK_S {
+    B_TAG_SUB subTag; /* owns bytes */
+    ZEL_SLOT owner;
+    ZEL_CHUNK_SEQ seq;
+    uint32_t len;
+    ZEL_BOOL_T unicode; /* not stored */
+    uint8_t *bytes;
+} ZEL_CHUNK;
+
+/* ---- Item zero: a drawer's own bookkeeping, in its slot 0. */
+
+#define ZEL_ITEM_ZERO_KEY_LEN 16
+
+typedef struct ZEL_ITEM_ZERO_S {
+    B_TAG_SUB subTag;    /* owns avlRoots */
+    ZEL_BOOL_T modified; /* not stored */
+    ZEL_SLOT next;       /* the next slot to give out */
+    ZEL_SLOT total;
+    ZEL_ENC_TYPE encType;
+    uint8_t dbKey[ZEL_ITEM_ZERO_KEY_LEN];     /* copied, never interpreted */
+    uint8_t drawerKey[ZEL_ITEM_ZERO_KEY_LEN]; /* likewise */
+    ZEL_KEY_INDEX numAvls;
+    ZEL_SLOT *avlRoots; /* one root per AVL key; never shrunk */
+} ZEL_ITEM_ZERO;
+
+/* ---- Stored nodes of a spatial key. */
+
+#define ZEL_RTREE_MAX_ENTRIES 32
+
+typedef double ZEL_RTREE_BOUNDARY;
+
+/* The content of an R-tree node, one allocation: 32 ids, then 32 boundaries
+ * of 2 * dim values each, the lows of every dimension, then the highs.
+ *
+ * OFFSET SIZE MEANING
+ *      0  256 ids: 32 slots
+ *    256    - boundary: entry i at 256 + i * 16 * dim */
+typedef struct ZEL_RTREE_SLOT_DATA_S {
+    ZEL_SLOT ids[ZEL_RTREE_MAX_ENTRIES];
+    ZEL_RTREE_BOUNDARY boundary[];
+} ZEL_RTREE_SLOT_DATA;
+
+typedef struct ZEL_RTREE_NODE_S {
+    uint16_t used; /* entries in use */
+    uint16_t level;
+    uint16_t dim;     /* not stored: half the element count of the key's column */
+    ZEL_SLOT slot;    /* the node's own slot */
+    B_TAG_SUB subTag; /* owns slotData */
+    SCH_KEY_INFO_C ki;
+    ZEL_RTREE_SLOT_DATA *slotData;
+} ZEL_RTREE_NODE;
+
+/* ---- Any decoded object, as the engine and its cache hold it. */
+
+typedef enum ZEL_DB_OBJ_TYPE_E {
+    ZEL_DB_ROW_OBJ = 0,
+    ZEL_DB_NODE_OBJ = 1,
+    ZEL_DB_BUCKET_OBJ = 2,
+    ZEL_DB_CHUNK_OBJ = 3,
+    ZEL_DB_IZ_OBJ = 4,
+    ZEL_DB_RTREE_OBJ = 5,
+    ZEL_DB_UNKNOWN_OBJ = 6
+} ZEL_DB_OBJ_TYPE;
+
+/* The state of a cached object; the numbers are the engine's. */
+typedef enum ZEL_DB_OBJ_STATUS_E {
+    ZEL_DB_OBJ_STATUS_UNKNOWN = 0,
+    ZEL_DB_OBJ_STATUS_CLEAN = 129,
+    ZEL_DB_OBJ_STATUS_NOTFOUND_CLEAN = 5,
+    ZEL_DB_OBJ_STATUS_INSERTED_DIRTY = 146,
+    ZEL_DB_OBJ_STATUS_UPDATED_DIRTY = 162,
+    ZEL_DB_OBJ_STATUS_DELETED_DIRTY = 66,
+    ZEL_DB_OBJ_STATUS_INSERTED_DELETED = 81
+} ZEL_DB_OBJ_STATUS;
+
+typedef struct ZEL_DB_OBJ_S {
+    union {
+        ZEL_ROW row;
+        ZEL_NODE node;
+        ZEL_BUCKET bucket;
+        ZEL_CHUNK chunk;
+        ZEL_ITEM_ZERO iz;
+        ZEL_RTREE_NODE rtree;
+    } obj;
+    ZEL_DB_OBJ_TYPE type; /* which member of obj is live */
+    ZEL_DB_OBJ_STATUS status;
+} ZEL_DB_OBJ;
 
 ZEL_EXTERN_C_END
 

@@ -150,6 +150,11 @@ ZEL_RETCODE b_decoderSeek(const B_DECODER_T *decoder, size_t newPos) {
     return b_bufferSeek(static_cast<B_BUFFER_T *>(decoder->ctx), newPos);
 }
 
+size_t b_decoderBytesLeft(const B_DECODER_T *decoder) {
+    const auto *buffer = static_cast<const B_BUFFER_T *>(decoder->ctx);
+    return buffer->pos < buffer->len ? buffer->len - buffer->pos : 0;
+}
+
 ZEL_RETCODE b_decoderDecodeBytes(const B_DECODER_T *decoder, void *data, size_t size) {
     if (size == 0) return sOKAY;
     if (const uint8_t *avail = b_vintAvail(decoder->fcn, decoder->ctx, size)) {

@@ -26,6 +26,9 @@ void b_decoderTerm(B_DECODER_T *decoder);
 B_INPUT_CTX b_decoderGetCtx(const B_DECODER_T *decoder);
 /* The context must be a B_BUFFER_T: pos becomes newPos; eEOD beyond len. */
 ZEL_NODISCARD ZEL_RETCODE b_decoderSeek(const B_DECODER_T *decoder, size_t newPos);
+/* The context must be a B_BUFFER_T: the bytes from pos to len, 0 past it. A
+ * reader bounds a stored count by it before allocating for the count. */
+size_t b_decoderBytesLeft(const B_DECODER_T *decoder);
 
 /* `size` raw bytes through fcn, each stored as it comes: on a failure the
  * bytes read before it are in `data`. Size 0 reads nothing. */

@@ -32,6 +32,8 @@
 
 #include <cstring>
 
+#include "node_internal.h"
+
 #include "decoder.h"
 #include "encoder.h"
 #include "schema.h"
@@ -118,32 +120,42 @@ ZEL_RETCODE node_assign(SCH_SORT_INFO_C si, ZEL_VALUE *v, const uint8_t *buff) {
     return sch_sort_assign_from_buff_fcn(si, v, buff);
 }
 
-template <class Item>
-bool node_holds_value(const Item *it, const uint8_t *buff) {
-    return !it->has_value_off || buff[it->has_value_off] != 0;
-}
+using zel::detail::NodePairs;
 
-// How the pairs of an entry are written: the items holding a value (compact
-// forms), or every item read raw with no test for null (expanded joins).
-enum class NodePairs { holding, all_raw };
+// Whether an item goes out: the pairs of the compact forms hold the items
+// with a value (expanded joins take every item, buckets those whose byte is
+// not exactly 1).
+template <class Item>
+bool node_writes(const Item *it, const uint8_t *buff, NodePairs which) {
+    if (!it->col) return false;
+    const ZEL_HAS_VALUE_OFFSET hvo = it->has_value_off;
+    switch (which) {
+        case NodePairs::holding:
+            return !hvo || buff[hvo] != 0;
+        case NodePairs::unset_raw:
+            return !hvo || buff[hvo] != 1;
+        default:
+            return true;
+    }
+}
 
 // n, then n pairs of column id and packed value, of the items of `owner`
 // (a key's elements or a reference's sort columns) in the buffer `buff`.
 template <class Owner>
 ZEL_RETCODE node_pack_pairs(Owner owner, const uint8_t *buff, NodePairs which,
                             const B_ENCODER_T *encoder) {
-    const bool all = which == NodePairs::all_raw;
+    const bool raw = which != NodePairs::holding;
     uint32_t n = 0;
     for (auto it = node_next(owner, nullptr); it; it = node_next(owner, it))
-        n += it->col && (all || node_holds_value(it, buff));
+        n += node_writes(it, buff, which);
     ZEL_RETCODE rc;
     B_STREAM_CHECK(rc = b_encoderEncodeUint32(encoder, n));
     for (auto it = node_next(owner, nullptr); it; it = node_next(owner, it)) {
-        if (!it->col || !(all || node_holds_value(it, buff))) continue;
+        if (!node_writes(it, buff, which)) continue;
         ZEL_VALUE v;
         zel_valueInit(&v);
         B_STREAM_CHECK(rc = b_encoderEncodeUint16(encoder, it->col->ndx));
-        B_STREAM_CHECK(rc = all ? sch_col_assign_from_buff_raw_fcn(it->col, &v, buff, it->ptr)
+        B_STREAM_CHECK(rc = raw ? sch_col_assign_from_buff_raw_fcn(it->col, &v, buff, it->ptr)
                                 : node_assign(it, &v, buff));
         B_STREAM_CHECK(rc = sch_col_pack_buffer_fcn(it->col, &v, encoder));
     }
@@ -409,6 +421,16 @@ ZEL_RETCODE node_pack_expanded(const ZEL_NODE *node, const B_ENCODER_T *encoder)
                                                 NodePairs::all_raw, encoder));
     }
     return sOKAY;
+}
+
+ZEL_RETCODE zel::detail::node_pack_key_pairs(SCH_KEY_INFO_C ki, const uint8_t *buff,
+                                             NodePairs which, const B_ENCODER_T *encoder) {
+    return node_pack_pairs(ki, buff, which, encoder);
+}
+
+ZEL_RETCODE zel::detail::node_unpack_key_pairs(SCH_KEY_INFO_C ki, uint8_t *buff,
+                                               const B_DECODER_T *decoder) {
+    return node_unpack_pairs(ki, buff, true, decoder);
 }
 
 void node_free(ZEL_NODE *node) {

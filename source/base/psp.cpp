@@ -836,8 +836,8 @@ int psp_strncmp(const char *a, const char *b, size_t n) {
 
 int psp_strcasecmp(const char *a, const char *b) {
     /* ASCII only, whatever locale the host process has set. Folded to lower
-     * case, as the C library folds: the sorted word tables searched with it
-     * ('_' sorts after the letters) are in order only under that fold. */
+     * case, as the C library folds: '_' then sorts before the letters, and
+     * the sorted word tables searched with it are in order only so. */
     for (;; ++a, ++b) {
         int ca = static_cast<unsigned char>(psp_asciiLower(*a));
         int cb = static_cast<unsigned char>(psp_asciiLower(*b));

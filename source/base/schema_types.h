@@ -139,7 +139,10 @@ typedef enum ZEL_ENC_TYPE_E {
     ZEL_ENC_AES128 = 2,
     ZEL_ENC_AES192 = 3,
     ZEL_ENC_AES256 = 4,
-    ZEL_ENC_DEFAULT = 5
+    ZEL_ENC_DEFAULT = 5,
+    /* Spans 32 bits, so that any type a drawer's item zero stores (up to
+     * this value) is representable in C++ too. */
+    ZEL_ENC_TYPE_FORCE_INT32 = 0x7FFFFFFF
 } ZEL_ENC_TYPE;
 
 /* Stored forms of index items. */

@@ -1,0 +1,78 @@
+// The reserved words: all 288 found in three letter cases, their neighbours
+// only where the list has them, and words that look close.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <set>
+#include <sstream>
+#include <string>
+
+#include "lex_words.h"
+
+namespace {
+
+TEST(LexReserved, AllWordsInThreeCases) {
+    const char *words =
+        "ABS ALL ALLOCATE ALTER AND ANY ARE ARRAY AS ASENSITIVE ASYMMETRIC AT ATOMIC AUTHORIZATION "
+        "AVG BEGIN BETWEEN BIGINT BINARY BLOB BOOLEAN BOTH BY CALL CALLED CARDINALITY CASCADED "
+        "CASE "
+        "CAST CEIL CEILING CHAR CHAR_LENGTH CHARACTER CHARACTER_LENGTH CHECK CLOB CLOSE COALESCE "
+        "COLLATE COLLECT COLUMN COMMIT CONDITION CONNECT CONSTRAINT CONVERT CORR CORRESPONDING "
+        "COUNT "
+        "COVAR_POP COVAR_SAMP CREATE CROSS CUBE CUME_DIST CURRENT CURRENT_DATE "
+        "CURRENT_DEFAULT_TRANSFORM_GROUP CURRENT_PATH CURRENT_ROLE CURRENT_TIME CURRENT_TIMESTAMP "
+        "CURRENT_TRANSFORM_GROUP_FOR_TYPE CURRENT_USER CURSOR DATE DAY DEALLOCATE DEC DECIMAL "
+        "DECLARE DEFAULT DELETE DENSE_RANK DEREF DESCRIBE DETERMINISTIC DISCONNECT DISTINCT DOUBLE "
+        "DROP DYNAMIC EACH ELEMENT ELSE END END-EXEC ESCAPE EVERY EXCEPT EXEC EXECUTE EXISTS EXP "
+        "EXTERNAL EXTRACT FALSE FETCH FILTER FLOAT FLOOR FOR FOREIGN FREE FROM FULL FUNCTION "
+        "FUSION "
+        "GET GLOBAL GRANT GROUP GROUPING HAVING HOLD HOUR IDENTITY IN INDICATOR INNER INOUT "
+        "INSENSITIVE INSERT INT INTEGER INTERSECT INTERSECTION INTERVAL INTO IS JOIN LANGUAGE "
+        "LARGE "
+        "LATERAL LEADING LEFT LIKE LN LOCAL LOCALTIME LOCALTIMESTAMP LOWER MATCH MAX MEMBER MERGE "
+        "METHOD MIN MINUTE MOD MODIFIES MODULE MONTH MULTISET NATIONAL NATURAL NCHAR NCLOB NEW NO "
+        "NONE NORMALIZE NOT NULL NULLIF NUMERIC OCTET_LENGTH OF OLD ON ONLY OPEN OR ORDER OUT "
+        "OUTER "
+        "OVER OVERLAPS OVERLAY PARAMETER PARTITION PERCENT_RANK PERCENTILE_CONT PERCENTILE_DISC "
+        "POSITION POWER PRECISION PREPARE PRIMARY PROCEDURE RANGE READ READS REAL RECURSIVE REF "
+        "REFERENCES REFERENCING REGR_AVGX REGR_AVGY REGR_COUNT REGR_INTERCEPT REGR_R2 REGR_SLOPE "
+        "REGR_SXX REGR_SXY REGR_SYY RELEASE RESULT RETURN RETURNS REVOKE RIGHT ROLLBACK ROLLUP ROW "
+        "ROW_NUMBER ROWS SAVEPOINT SCOPE SCROLL SEARCH SECOND SELECT SENSITIVE SESSION_USER SET "
+        "SIMILAR SMALLINT SOME SPECIFIC SPECIFICTYPE SQL SQLEXCEPTION SQLSTATE SQLWARNING SQRT "
+        "START "
+        "STATIC STDDEV_POP STDDEV_SAMP SUBMULTISET SUBSTRING SUM SYMMETRIC SYSTEM SYSTEM_USER "
+        "TABLE "
+        "TABLESAMPLE THEN TIME TIMESTAMP TIMEZONE_HOUR TIMEZONE_MINUTE TO TRAILING TRANSACTION "
+        "TRANSLATE TRANSLATION TREAT TRIGGER TRIM TRUE UESCAPE UNION UNIQUE UNKNOWN UNNEST UPDATE "
+        "UPPER USER USING VALUE VALUES VAR_POP VAR_SAMP VARCHAR VARYING WHEN WHENEVER WHERE "
+        "WIDTH_BUCKET WINDOW WITH WITHIN WITHOUT YEAR";
+    std::set<std::string> all;
+    std::istringstream list(words);
+    for (std::string w; list >> w;) all.insert(w);
+    std::istringstream in(words);
+    std::string w;
+    int n = 0;
+    while (in >> w) {
+        ++n;
+        std::string lower = w, mixed = w;
+        for (size_t i = 0; i < w.size(); ++i) {
+            lower[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(w[i])));
+            if (i % 2 == 1) mixed[i] = lower[i];
+        }
+        EXPECT_TRUE(b_lexSQLReserved(w.c_str())) << w;
+        EXPECT_TRUE(b_lexSQLReserved(lower.c_str())) << lower;
+        EXPECT_TRUE(b_lexSQLReserved(mixed.c_str())) << mixed;
+        // Neighbours are words only where the list has them.
+        EXPECT_FALSE(b_lexSQLReserved((w + "_").c_str())) << w;
+        const std::string shorter = w.substr(0, w.size() - 1);
+        EXPECT_EQ(b_lexSQLReserved(shorter.c_str()) == ZEL_TRUE, all.count(shorter) == 1) << w;
+    }
+    EXPECT_EQ(n, 288);
+    for (const char *no : {"LIMIT", "", "A", "ZZZ", "_ABS", "END-", "1ABS", "\xC3\xA9"})
+        EXPECT_FALSE(b_lexSQLReserved(no)) << no;
+    EXPECT_FALSE(b_lexSQLReserved(nullptr));
+    EXPECT_TRUE(b_lexSQLReserved("select"));
+    EXPECT_TRUE(b_lexSQLReserved("End-Exec"));
+}
+
+}  // namespace
