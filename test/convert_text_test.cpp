@@ -301,39 +301,25 @@ TEST(ConvertNumberText, MatchesOracleVectors) {
     EXPECT_GT(rows.size(), 5000u);
 }
 
-// {type, text, code, the value as the oracle test prints it}; a failure
-// writes nothing, a success nothing past the type's size. More than 18
-// characters of integer part are converted alone, blanks in front.
+// What the vectors leave out: {type, text, code, the value as the oracle
+// test prints it}; a failure writes nothing, a success nothing past the
+// type's size. More than 18 characters of integer part are converted alone,
+// blanks in front; no exponent without a fraction; the written exponent
+// counts; a row id takes no fraction.
 TEST(ConvertNumberText, Examples) {
     // clang-format off
     const std::tuple<const char *, const char *, ZEL_RETCODE, const char *> cases[] = {
-        {"int32", " 42", sOKAY, "42"},          {"int32", "42 ", eINVLITERAL, ""},
-        {"int32", "12.7", sTRUNCATE, "12"},     {"int32", "-12.7", sTRUNCATE, "-12"},
-        {"uint8", "300", eRANGE, ""},           {"uint16", "-1", eRANGE, ""},
-        {"int8", "1e2", eINVLITERAL, ""},  // no exponent without a fraction
-        {"int16", "1.5e3", sTRUNCATE, "1500"},  // ... but the double path reads it
+        {"int32", " 42", sOKAY, "42"}, {"int32", "42 ", eINVLITERAL, ""},
+        {"uint8", "300", eRANGE, ""}, {"int8", "1e2", eINVLITERAL, ""},
         {"int64", "  -1234567890123456789.99e-30", sTRUNCATE, "-1234567890123456789"},
-        {"int64", "1.5e300", eRANGE, ""},       {"int64", "+", eINVLITERAL, ""},
-        {"uint64", "-0", eRANGE, ""},           {"uint64", "-0.5", sTRUNCATE, "0"},
         {"uint64", "-1.5", eRANGE, ""},
         {"uint64", "18446744073709551615.5", sTRUNCATE, "18446744073709551615"},
-        {"uint64", "018446744073709551615", eRANGE, ""},  // 21 digits
-        {"double", "1e400", eRANGE, ""},        {"float", "1e39", eRANGE, ""},
-        {"double", "1x1e400", eINVLITERAL, ""},  // the scan stops at the x
-        {"float", "1000e-40", eRANGE, ""},  // the written exponent counts
-        {"double", "-2.5", sOKAY, "c004000000000000"},
-        {"rowid", "5", sOKAY, "5"},             {"rowid", "5.5", eTYPEMISMATCH, ""},  // a fraction
-        {"rowid", "12345678901234567890", eRANGE, ""},
-        {"rowid", "five", eINVLITERAL, ""},     {"boolean", "yes", sOKAY, "1"},
-        {"boolean", "YES", sOKAY, "1"},         {"boolean", "True", sOKAY, "1"},
-        {"boolean", "no", sOKAY, "0"},          {"boolean", "FaLsE", sOKAY, "0"},
-        {"boolean", "0.0", sOKAY, "0"},         {"boolean", "-7", sOKAY, "1"},
-        {"boolean", "0.25", sOKAY, "1"},        {"boolean", "maybe", eINVLITERAL, ""},
-        {"boolean", " yes", eINVLITERAL, ""},   {"boolean", "1e5", eINVLITERAL, ""},
-        {"boolean", "1e400", eRANGE, ""},       {"boolean", "+", eINVLITERAL, ""},
-        {"boolean", "", eINVLITERAL, ""},
-        {"boolean", "99999999999999999999", eRANGE, ""}
-    };
+        {"uint64", "018446744073709551615", eRANGE, ""}, {"float", "1000e-40", eRANGE, ""},
+        {"double", "-2.5", sOKAY, "c004000000000000"}, {"rowid", "5.5", eTYPEMISMATCH, ""},
+        {"rowid", "12345678901234567890", eRANGE, ""}, {"rowid", "five", eINVLITERAL, ""},
+        {"boolean", "True", sOKAY, "1"}, {"boolean", "no", sOKAY, "0"},
+        {"boolean", "FaLsE", sOKAY, "0"}, {"boolean", "0.25", sOKAY, "1"},
+        {"boolean", " yes", eINVLITERAL, ""}};
     // clang-format on
     for (const auto &[type, text, rc, value] : cases) {
         const Result r = Convert(FcnOf(type), text);
