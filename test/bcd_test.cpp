@@ -12,32 +12,10 @@
 #include <tuple>
 #include <vector>
 
+#include "bcd_text.h"
 #include "vectors.h"
 
 namespace {
-
-ZEL_BCD_T Parse(const std::string &s, ZEL_RETCODE expect = sOKAY) {
-    ZEL_BCD_T b;
-    EXPECT_EQ(zel_bcdFromString(s.c_str(), &b), expect) << s;
-    return b;
-}
-
-std::string Text(const ZEL_BCD_T &b, bool use_exp = false, uint8_t scale = 255) {
-    char buf[400];
-    uint32_t n = 0;
-    EXPECT_EQ(
-        zel_bcdToStringWithScale(&b, scale, use_exp ? ZEL_TRUE : ZEL_FALSE, buf, sizeof buf, &n),
-        sOKAY);
-    EXPECT_EQ(n, std::strlen(buf) + 1);
-    return buf;
-}
-
-std::string CodeName(ZEL_RETCODE rc) {
-    return rc == sOKAY            ? "OK"
-           : rc == sPRECISIONLOSS ? "LOSS"
-           : rc == eRANGE         ? "RANGE"
-                                  : std::to_string(rc);
-}
 
 using BinOp = ZEL_RETCODE (*)(const ZEL_BCD_T *, const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE,
                               ZEL_BCD_T *);
