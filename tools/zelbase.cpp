@@ -41,6 +41,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Maps of 64-bit keys", zb_demo_map},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -119,6 +120,8 @@ constexpr Command kCommands[] = {
      zb_cmd_cmdline},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"map", "[--kind mapb|uintmap] [--array-size N] KEY[=VALUE]...",
+     "where keys land in a block map or an array map", zb_cmd_map},
 };
 
 // What the tool is, and its commands, for its usage.

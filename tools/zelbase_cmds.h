@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "btree_types.h"
@@ -95,6 +96,7 @@ int zb_demo_convert_text(FILE *out);
 int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_btree(FILE *out);
+int zb_demo_map(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -115,6 +117,7 @@ int zb_cmd_varint(int argc, char **argv);
 int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_btree(int argc, char **argv);
+int zb_cmd_map(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -147,6 +150,10 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Puts the (key, value) entries in a map of `kind` ("mapb" or "uintmap",
+// with `arraySize`) and prints where each landed; 0, or 1 on a failure.
+int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
+                const std::vector<std::pair<uint64_t, uint64_t>> &entries);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
