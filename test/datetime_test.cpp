@@ -165,6 +165,14 @@ TEST(DateCalendar, EdgeCases) {
     EXPECT_STREQ(zel_timestampMonthAbr(ZEL_PACKED_TIMESTAMP_T{Pack(2021, 12, 9), 0}), "Dec");
 }
 
+// The UTC time word decides; the zone is deliberately not compared.
+TEST(TimetzCompare, TimeWordOnly) {
+    const ZEL_PACKED_TIMETZ_T a{100, 60}, b{100, -300}, c{101, -840};
+    EXPECT_EQ(dt_timetzCompare(&a, &b), ZEL_EQ);
+    EXPECT_EQ(dt_timetzCompare(&a, &c), ZEL_LT);
+    EXPECT_EQ(dt_timetzCompare(&c, &b), ZEL_GT);
+}
+
 TEST(DatePack, RefusesFieldsOutOfRange) {
     ZEL_PACKED_DATE_T dt = 77;
     const ZEL_DATE_T bad[] = {{0, 1, 1},     {-5, 1, 1},   {2021, 0, 1},

@@ -42,6 +42,8 @@ constexpr DemoSection kDemoSections[] = {
     {"Command line", zb_demo_cmdline},
     {"Ordered index and block cache", zb_demo_btree},
     {"Maps of 64-bit keys", zb_demo_map},
+    {"Spatial index", zb_demo_rtree},
+    {"External sort", zb_demo_sort},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -106,8 +108,12 @@ constexpr Command kCommands[] = {
      "a bucket of a hash key of the sample catalogue as stored", zb_cmd_bucket},
     {"chunk", "decode [--expanded] HEX", "a chunk of a large object as stored", zb_cmd_chunk},
     {"iz", "decode [--expanded] HEX", "a drawer's item zero as stored", zb_cmd_iz},
-    {"rtree", "decode --key T.K [--expanded] HEX",
-     "an R-tree node of a spatial key of the sample catalogue as stored", zb_cmd_rtree},
+    {"rtree",
+     "decode --key T.K [--expanded] HEX | [--dim D] [--random N] [--seed S] [--window BOX] "
+     "[--knn P,K] [--dump]",
+     "an R-tree node of a spatial key of the sample catalogue as stored; or a random R-tree "
+     "level by level, windows and nearest neighbours against brute force",
+     zb_cmd_rtree_any},
     {"threads", "[--threads N] [--jobs M] [--work-us U] [--close-early]",
      "run jobs on a thread pool: jobs per worker, wall time, results", zb_cmd_threads},
     {"lex", "[--other] [--dq-ident] [--keyvalue] [TEXT]",
@@ -122,6 +128,8 @@ constexpr Command kCommands[] = {
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
     {"map", "[--kind mapb|uintmap] [--array-size N] KEY[=VALUE]...",
      "where keys land in a block map or an array map", zb_cmd_map},
+    {"sort", "--field TYPE[:LEN][:desc]... [--max-pages N] [--stats] [FILE]",
+     "sort |-separated lines with the external sort; geometry, page traffic, memory", zb_cmd_sort},
 };
 
 // What the tool is, and its commands, for its usage.

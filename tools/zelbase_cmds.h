@@ -97,6 +97,8 @@ int zb_demo_types(FILE *out);
 int zb_demo_schema(FILE *out);
 int zb_demo_btree(FILE *out);
 int zb_demo_map(FILE *out);
+int zb_demo_rtree(FILE *out);
+int zb_demo_sort(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -118,6 +120,11 @@ int zb_cmd_convert(int argc, char **argv);
 int zb_cmd_types(int argc, char **argv);
 int zb_cmd_btree(int argc, char **argv);
 int zb_cmd_map(int argc, char **argv);
+// `zelbase rtree`: `decode ...` goes to zb_cmd_rtree (a stored node), the
+// rest to zb_cmd_rtree_index (a random in-memory tree).
+int zb_cmd_rtree_any(int argc, char **argv);
+int zb_cmd_rtree_index(int argc, char **argv);
+int zb_cmd_sort(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -154,6 +161,9 @@ int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
 // with `arraySize`) and prints where each landed; 0, or 1 on a failure.
 int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
                 const std::vector<std::pair<uint64_t, uint64_t>> &entries);
+// Prints an R-tree's levels (nodes, branches, fill), with `dump` each node
+// and its coverage box, and the validator's verdict; 0 when sound.
+int zb_rtree_print(FILE *out, struct B_RTREE_S *rt, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and

@@ -537,6 +537,9 @@ ZEL_PACKED_TIME_T zel_timeZero(void) {
 ZEL_PACKED_TIMETZ_T zel_timetzZero(void) {
     return ZEL_PACKED_TIMETZ_T{0, 0};
 }
+ZEL_COMPARE dt_timetzCompare(const ZEL_PACKED_TIMETZ_T *a, const ZEL_PACKED_TIMETZ_T *b) {
+    return a->time < b->time ? ZEL_LT : (a->time > b->time ? ZEL_GT : ZEL_EQ);
+}
 ZEL_PACKED_TIMESTAMP_T zel_timestampZero(void) {
     return ZEL_PACKED_TIMESTAMP_T{1, 0};
 }

@@ -67,6 +67,10 @@ ZEL_PACKED_TIMETZ_T zel_timetzZero(void);
 ZEL_PACKED_TIMESTAMP_T zel_timestampZero(void);
 ZEL_PACKED_TIMESTAMPTZ_T zel_timestamptzZero(void);
 
+/* Orders two times with zone by their UTC time word alone. Deliberate: the
+ * zone only says how to show the instant, so it is not compared. */
+ZEL_COMPARE dt_timetzCompare(const ZEL_PACKED_TIMETZ_T *a, const ZEL_PACKED_TIMETZ_T *b);
+
 /* ---- Pack and unpack. eINVNULLARG for a null pointer. */
 
 /* eBASE_INVDATE for year below 1, month outside 1-12 or day outside 1-31. The
