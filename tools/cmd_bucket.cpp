@@ -30,12 +30,14 @@ int zb_obj_args(int argc, char **argv, const char *description, const char *keyH
                 ZbObjArgs *out) {
     const ZEL_CMDLINE_OPT opts[] = {
         {"k", "key", "s:T.K", keyHelp},
+        {"c", "catalog", "s:F", "A JSON catalogue to read instead of the built-in sample one"},
         {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
         {"A", nullptr, "#:decode", "The action"},
         {"H", nullptr, "*:HEX", "The object's bytes in hex; blanks, ':' and ',' allowed"},
         {nullptr, nullptr, nullptr, nullptr}};
     ZEL_CMDLINE cmd;
-    if (int code = zb_cmdline(&cmd, argc, argv, description, keyHelp ? opts : opts + 1);
+    // Without a key the command reads no catalogue: the first two rows go.
+    if (int code = zb_cmdline(&cmd, argc, argv, description, keyHelp ? opts : opts + 2);
         code != kZbGoOn)
         return code;
     std::vector<char *> hex;
@@ -43,6 +45,8 @@ int zb_obj_args(int argc, char **argv, const char *description, const char *keyH
     for (const char *row; (row = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
         if (!std::strcmp(row, "expanded")) {
             out->expanded = true;
+        } else if (!std::strcmp(row, "catalog")) {
+            out->catalog = arg;
         } else if (!std::strcmp(row, "A")) {
             if (std::strcmp(arg, "decode") != 0)
                 return zb_usageError("Unknown action '%s': decode", arg);
@@ -337,11 +341,11 @@ int zb_cmd_bucket(int argc, char **argv) {
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
-    if (zb_row_catalog(tags.sub, &sch) != sOKAY) return 1;
+    if (zb_catalog_open(args.catalog, tags, &sch) != sOKAY) return 1;
     SCH_KEY_INFO_C ki = zb_obj_key(sch, args.key, ZEL_KEY_METHOD_HASH);
     int status = 0;
     if (!ki) {
-        status = zb_usageError("No hash key '%s' in the sample catalogue", args.key);
+        status = zb_usageError("No hash key '%s' in the catalogue", args.key);
     } else {
         std::printf("%s bucket of %s, %zu bytes:\n", args.expanded ? "expanded" : "compact",
                     args.key, args.bytes.size());

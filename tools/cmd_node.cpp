@@ -140,6 +140,7 @@ int zb_cmd_node(int argc, char **argv) {
         {"r", "ref", "s:T.R", "A join node of reference R of table T"},
         {"b", "blob", "s:T.C", "A blob node of large-object column C of table T"},
         {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
+        {"c", "catalog", "s:F", "A JSON catalogue to read instead of the built-in sample one"},
         {"A", nullptr, "#:decode", "The action"},
         {"H", nullptr, "*:HEX", "The node's bytes in hex; blanks, ':' and ',' allowed"},
         {nullptr, nullptr, nullptr, nullptr}};
@@ -155,13 +156,15 @@ int zb_cmd_node(int argc, char **argv) {
         code != kZbGoOn)
         return code;
     std::string opt;
-    const char *name = nullptr;
+    const char *name = nullptr, *catalog = nullptr;
     bool expanded = false;
     std::vector<char *> hex;
     const char *arg = nullptr;
     for (const char *row; (row = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
         if (!std::strcmp(row, "expanded")) {
             expanded = true;
+        } else if (!std::strcmp(row, "catalog")) {
+            catalog = arg;
         } else if (!std::strcmp(row, "A")) {
             if (std::strcmp(arg, "decode") != 0)
                 return zb_usageError("Unknown action '%s': decode", arg);
@@ -181,7 +184,7 @@ int zb_cmd_node(int argc, char **argv) {
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
-    if (zb_row_catalog(tags.sub, &sch) != sOKAY) return 1;
+    if (zb_catalog_open(catalog, tags, &sch) != sOKAY) return 1;
     const std::string table(name, dot), item(dot + 1);
     SCH_TBL_INFO ti = sch_find_table_by_name(sch, table.c_str(), nullptr);
     ZEL_NODE node{};
@@ -208,7 +211,7 @@ int zb_cmd_node(int argc, char **argv) {
     }
     int status = 0;
     if (!node.ptr.ki) {
-        status = zb_usageError("No such item in the sample catalogue: '%s'", name);
+        status = zb_usageError("No such item in the catalogue: '%s'", name);
     } else {
         std::printf("%s %s node of %s, %zu bytes:\n", expanded ? "expanded" : "compact",
                     node.type == ZEL_INDEX_NODE  ? "index"

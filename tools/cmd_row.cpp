@@ -453,6 +453,7 @@ ZEL_RETCODE zb_row_from_text(SCH_TBL_INFO_C ti, const std::vector<std::string> &
 int zb_cmd_row(int argc, char **argv) {
     const ZEL_CMDLINE_OPT opts[] = {
         {"t", "table", "s:T", "The table of the sample catalogue: customer, orders or site"},
+        {"c", "catalog", "s:F", "A JSON catalogue to read instead of the built-in sample one"},
         {"e", "expanded", nullptr, "The expanded stored form instead of the compact one"},
         {"A", nullptr, "#:encode|decode",
          "encode: COL=VALUE assignments to stored bytes; decode: bytes to values"},
@@ -468,13 +469,15 @@ int zb_cmd_row(int argc, char **argv) {
         code != kZbGoOn)
         return code;
     std::string verb;
-    const char *table = nullptr;
+    const char *table = nullptr, *catalog = nullptr;
     bool expanded = false;
     std::vector<std::string> rest;
     const char *arg = nullptr;
     for (const char *name; (name = zel_cmdlineNextLongOption(&cmd, &arg)) != nullptr;) {
         if (std::strcmp(name, "table") == 0)
             table = arg;
+        else if (std::strcmp(name, "catalog") == 0)
+            catalog = arg;
         else if (std::strcmp(name, "expanded") == 0)
             expanded = true;
         else if (std::strcmp(name, "A") == 0)
@@ -489,12 +492,12 @@ int zb_cmd_row(int argc, char **argv) {
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
-    if (zb_row_catalog(tags.sub, &sch) != sOKAY) return 1;
+    if (zb_catalog_open(catalog, tags, &sch) != sOKAY) return 1;
     int status = 0;
     SCH_TBL_INFO ti = sch_find_table_by_name(sch, table, nullptr);
     ZEL_ROW row;
     if (!ti) {
-        status = zb_usageError("No table '%s' in the sample catalogue", table);
+        status = zb_usageError("No table '%s' in the catalogue", table);
     } else if (verb == "encode") {
         std::string err;
         if (zb_row_from_text(ti, rest, tags.sub, &row, &err) != sOKAY) {

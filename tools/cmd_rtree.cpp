@@ -91,11 +91,11 @@ int zb_cmd_rtree(int argc, char **argv) {
     const ZbTags tags;
     if (!tags.ok()) return 1;
     SCH_INFO sch = nullptr;
-    if (zb_row_catalog(tags.sub, &sch) != sOKAY) return 1;
+    if (zb_catalog_open(args.catalog, tags, &sch) != sOKAY) return 1;
     SCH_KEY_INFO_C ki = zb_obj_key(sch, args.key, ZEL_KEY_METHOD_RTREE);
     int status = 0;
     if (!ki) {
-        status = zb_usageError("No spatial key '%s' in the sample catalogue", args.key);
+        status = zb_usageError("No spatial key '%s' in the catalogue", args.key);
     } else {
         std::printf("%s R-tree node of %s, %zu bytes:\n", args.expanded ? "expanded" : "compact",
                     args.key, args.bytes.size());

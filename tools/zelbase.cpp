@@ -30,6 +30,7 @@ constexpr DemoSection kDemoSections[] = {
     {"Text parsers of the conversions", zb_demo_convert_text},
     {"Type descriptors and stored bytes", zb_demo_types},
     {"A catalogue of two related tables", zb_demo_schema},
+    {"The JSON catalogue", zb_demo_schema_load},
     {"Files, streams and the log", zb_demo_file},
     {"Paths and the document root", zb_demo_path},
     {"Rows and index nodes as stored", zb_demo_row},
@@ -40,10 +41,12 @@ constexpr DemoSection kDemoSections[] = {
     {"Lexer and JSON reader", zb_demo_lex},
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
+    {"Key/value strings and options", zb_demo_keyvalue},
     {"Ordered index and block cache", zb_demo_btree},
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"Spilling B-tree and item lists", zb_demo_cbtree},
 };
 
 int zb_cmd_demo(int argc, char **argv) {
@@ -122,6 +125,8 @@ constexpr Command kCommands[] = {
      zb_cmd_json},
     {"parse", "calc|parens TEXT", "run the parser driver: shifts, reductions and states",
      zb_cmd_parse},
+    {"catalog", "FILE [--json] [--narrow]",
+     "load a JSON catalogue and print what was built, or write it back canonical", zb_cmd_catalog},
     {"cmdline", "ARGS...", "parse ARGS against a sample table with every kind of row",
      zb_cmd_cmdline},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
@@ -130,6 +135,13 @@ constexpr Command kCommands[] = {
      "where keys land in a block map or an array map", zb_cmd_map},
     {"sort", "--field TYPE[:LEN][:desc]... [--max-pages N] [--stats] [FILE]",
      "sort |-separated lines with the external sort; geometry, page traffic, memory", zb_cmd_sort},
+    {"kv", "[--case] STRING", "a key/value option string: keys, elements, every typed getter",
+     zb_cmd_kv},
+    {"options", "[--scope S] [--words]",
+     "the option keywords: scope, serial, class, kind, default, bounds; word tables",
+     zb_cmd_options},
+    {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
+     "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
 };
 
 // What the tool is, and its commands, for its usage.

@@ -99,6 +99,7 @@ int zb_demo_btree(FILE *out);
 int zb_demo_map(FILE *out);
 int zb_demo_rtree(FILE *out);
 int zb_demo_sort(FILE *out);
+int zb_demo_cbtree(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -109,6 +110,8 @@ int zb_demo_queue(FILE *out);
 int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
+int zb_demo_keyvalue(FILE *out);
+int zb_demo_schema_load(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -125,6 +128,7 @@ int zb_cmd_map(int argc, char **argv);
 int zb_cmd_rtree_any(int argc, char **argv);
 int zb_cmd_rtree_index(int argc, char **argv);
 int zb_cmd_sort(int argc, char **argv);
+int zb_cmd_cbtree(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -142,6 +146,9 @@ int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_lex(int argc, char **argv);
 int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
+int zb_cmd_kv(int argc, char **argv);
+int zb_cmd_options(int argc, char **argv);
+int zb_cmd_catalog(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -164,6 +171,10 @@ int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
 // Prints an R-tree's levels (nodes, branches, fill), with `dump` each node
 // and its coverage box, and the validator's verdict; 0 when sound.
 int zb_rtree_print(FILE *out, struct B_RTREE_S *rt, bool dump);
+// Adds the keys 1..count shuffled to a cached B-tree, finds each and walks it,
+// printing the loads, writes and evictions; with `dump` the node file as an
+// annotated table. 0, or the exit code of a failure.
+int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
@@ -225,11 +236,12 @@ void zb_dbobj_table(FILE *out, const uint8_t *stored, size_t len, size_t body);
 // [--expanded] HEX.
 struct ZbObjArgs {
     bool expanded = false;
-    const char *key = nullptr;  // T.K, with a key
+    const char *key = nullptr;      // T.K, with a key
+    const char *catalog = nullptr;  // --catalog F, with a key
     std::vector<uint8_t> bytes;
 };
-// As zb_cmdline, with the key's option (required) when keyHelp is not null:
-// kZbGoOn, or the exit code.
+// As zb_cmdline, with the key's option (required) and --catalog when keyHelp
+// is not null: kZbGoOn, or the exit code.
 int zb_obj_args(int argc, char **argv, const char *description, const char *keyHelp,
                 ZbObjArgs *out);
 // Key "T.K" of the sample catalogue with that method; null when none.
@@ -245,12 +257,31 @@ void zb_iz_table_of(FILE *out, const std::vector<uint8_t> &bytes, bool expanded,
 void zb_rtree_table_of(FILE *out, SCH_KEY_INFO_C ki, const std::vector<uint8_t> &bytes,
                        bool expanded, B_TAG_SUB sub);
 
+// ---- JSON catalogues (cmd_catalog.cpp).
+
+// Loads the catalogue file at `path` (unicode on or off) from the tags.
+ZEL_RETCODE zb_catalog_load(const char *path, bool unicode, const ZbTags &tags, SCH_INFO *psch);
+// The catalogue of a subcommand's --catalog: the file when `path` is given
+// (a failure is reported on standard error), else the sample catalogue.
+ZEL_RETCODE zb_catalog_open(const char *path, const ZbTags &tags, SCH_INFO *psch);
+// Drawers, domains, tables, columns, keys and references, as the loader
+// built them.
+void zb_catalog_print(FILE *out, SCH_INFO_C sch);
+// "NAME: message" of a code.
+std::string zb_catalog_code(ZEL_RETCODE rc);
+
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);
 
 // One token on one line: line:column, type, value, tokbuf, and "reserved"
 // for a reserved identifier.
 std::string zb_lex_token(const struct B_LEX_S *lex, const struct B_TOKEN_S &t);
+
+// A code's name ("sOKAY", "eRANGE"), or its number when it has none.
+std::string zb_kv_code(ZEL_RETCODE rc);
+// Every key of a key/value map in tree order: its elements, then each typed
+// getter's code and value, indented (cmd_kv.cpp).
+void zb_kv_print(FILE *out, const struct B_KEYVALUE_S *kv, B_TAG_SUB sub);
 
 // The pull walk of one JSON value, its events one a line indented by depth;
 // the reader's code.
