@@ -1,13 +1,16 @@
 // Decimal arithmetic against GCC's _Decimal128 (the type a user would pick
 // instead; in C++ it is spelled float __attribute__((mode(TD)))) and against
-// plain __int128 coefficients as a floor. Operands are random decimals of 20
-// to 32 digits with a random scale, the same values for every contender.
+// plain __int128 coefficients as a floor. Operands are random decimals of a
+// given number of digits (the argument: 4 to 32, from prices and quantities
+// to the full width) with a random scale, the same values for every
+// contender.
 #include <benchmark/benchmark.h>
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -29,50 +32,56 @@ struct Operands {
     std::vector<int> scale;
 };
 
-const Operands &zb_bench_operands() {
-    static const Operands ops = [] {
-        Operands o;
-        std::mt19937_64 rng(42);
-        for (size_t i = 0; i < kCount; ++i) {
-            int digits = 20 + static_cast<int>(rng() % 13);
-            int scale = static_cast<int>(rng() % (digits + 1));
-            std::string d(1, static_cast<char>('1' + rng() % 9));
-            for (int k = 1; k < digits; ++k) d += static_cast<char>('0' + rng() % 10);
-            bool neg = rng() & 1;
-            __int128 c = 0;
-            for (char ch : d) c = c * 10 + (ch - '0');
-            std::string t;
-            if (neg) t.push_back('-');
-            for (int k = 0; k < digits; ++k) {
-                if (k == digits - scale) t.push_back('.');
-                t.push_back(d[static_cast<size_t>(k)]);
-            }
-            ZEL_BCD_T b;
-            if (zel_bcdFromString(t.c_str(), &b) != sOKAY) std::abort();
-            // The coefficient in two exact halves, then the scale by exact powers of ten.
-            Dec128 v = static_cast<Dec128>(static_cast<long long>(c / 10000000000000000)) *
-                           static_cast<Dec128>(10000000000000000ll) +
-                       static_cast<Dec128>(static_cast<long long>(c % 10000000000000000));
-            for (int k = 0; k < scale; ++k) v /= 10;
-            if (neg) {
-                v = -v;
-                c = -c;
-            }
-            o.bcd.push_back(b);
-            o.dec.push_back(v);
-            o.coef.push_back(c);
-            o.text.push_back(t);
-            o.scale.push_back(scale);
+Operands zb_bench_make(int width) {
+    Operands o;
+    std::mt19937_64 rng(42);
+    for (size_t i = 0; i < kCount; ++i) {
+        int digits = width;
+        int scale = static_cast<int>(rng() % (digits + 1));
+        std::string d(1, static_cast<char>('1' + rng() % 9));
+        for (int k = 1; k < digits; ++k) d += static_cast<char>('0' + rng() % 10);
+        bool neg = rng() & 1;
+        __int128 c = 0;
+        for (char ch : d) c = c * 10 + (ch - '0');
+        std::string t;
+        if (neg) t.push_back('-');
+        for (int k = 0; k < digits; ++k) {
+            if (k == digits - scale) t.push_back('.');
+            t.push_back(d[static_cast<size_t>(k)]);
         }
-        return o;
-    }();
-    return ops;
+        ZEL_BCD_T b;
+        if (zel_bcdFromString(t.c_str(), &b) != sOKAY) std::abort();
+        // The coefficient in two exact halves, then the scale by exact powers of ten.
+        Dec128 v = static_cast<Dec128>(static_cast<long long>(c / 10000000000000000)) *
+                       static_cast<Dec128>(10000000000000000ll) +
+                   static_cast<Dec128>(static_cast<long long>(c % 10000000000000000));
+        for (int k = 0; k < scale; ++k) v /= 10;
+        if (neg) {
+            v = -v;
+            c = -c;
+        }
+        o.bcd.push_back(b);
+        o.dec.push_back(v);
+        o.coef.push_back(c);
+        o.text.push_back(t);
+        o.scale.push_back(scale);
+    }
+    return o;
+}
+
+// The operands of `state`'s digit count.
+const Operands &zb_bench_operands(const benchmark::State &state) {
+    static std::map<int64_t, Operands> all;
+    auto it = all.find(state.range(0));
+    if (it == all.end())
+        it = all.emplace(state.range(0), zb_bench_make(static_cast<int>(state.range(0)))).first;
+    return it->second;
 }
 
 template <ZEL_RETCODE (*Op)(const ZEL_BCD_T *, const ZEL_BCD_T *, ZEL_BCD_ROUNDING_MODE,
                             ZEL_BCD_T *)>
 void BM_Bcd(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     ZEL_BCD_T r;
     for (auto _ : state) {
@@ -106,42 +115,42 @@ void BM_BcdDiv(benchmark::State &s) {
     BM_Bcd<zel_bcdDiv>(s);
 }
 void BM_BcdCompare(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().bcd,
+    zb_bench_pairs(s, zb_bench_operands(s).bcd,
                    [](const ZEL_BCD_T &a, const ZEL_BCD_T &b) { return zel_bcdCompare(&a, &b); });
 }
 
 void BM_Dec128Add(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a + b; });
+    zb_bench_pairs(s, zb_bench_operands(s).dec, [](Dec128 a, Dec128 b) { return a + b; });
 }
 void BM_Dec128Sub(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a - b; });
+    zb_bench_pairs(s, zb_bench_operands(s).dec, [](Dec128 a, Dec128 b) { return a - b; });
 }
 void BM_Dec128Mult(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a * b; });
+    zb_bench_pairs(s, zb_bench_operands(s).dec, [](Dec128 a, Dec128 b) { return a * b; });
 }
 void BM_Dec128Div(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().dec, [](Dec128 a, Dec128 b) { return a / b; });
+    zb_bench_pairs(s, zb_bench_operands(s).dec, [](Dec128 a, Dec128 b) { return a / b; });
 }
 void BM_Dec128Compare(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().dec,
+    zb_bench_pairs(s, zb_bench_operands(s).dec,
                    [](Dec128 a, Dec128 b) { return (a > b) - (a < b); });
 }
 
 void BM_Int128Add(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().coef, [](__int128 a, __int128 b) { return a + b; });
+    zb_bench_pairs(s, zb_bench_operands(s).coef, [](__int128 a, __int128 b) { return a + b; });
 }
 void BM_Int128Mult(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().coef, [](__int128 a, __int128 b) {
+    zb_bench_pairs(s, zb_bench_operands(s).coef, [](__int128 a, __int128 b) {
         return static_cast<__int128>(static_cast<unsigned __int128>(a) *
                                      static_cast<unsigned __int128>(b));
     });
 }
 void BM_Int128Div(benchmark::State &s) {
-    zb_bench_pairs(s, zb_bench_operands().coef, [](__int128 a, __int128 b) { return a / b; });
+    zb_bench_pairs(s, zb_bench_operands(s).coef, [](__int128 a, __int128 b) { return a / b; });
 }
 
 void BM_BcdFromString(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     ZEL_BCD_T b;
     for (auto _ : state) {
@@ -154,7 +163,7 @@ void BM_BcdFromString(benchmark::State &state) {
 
 // The floor: digits into an __int128 coefficient and a scale.
 void BM_Int128FromString(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     for (auto _ : state) {
         const char *p = o.text[i].c_str();
@@ -177,7 +186,7 @@ void BM_Int128FromString(benchmark::State &state) {
 }
 
 void BM_DoubleFromString(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     for (auto _ : state) {
         double d = std::strtod(o.text[i].c_str(), nullptr);
@@ -187,7 +196,7 @@ void BM_DoubleFromString(benchmark::State &state) {
 }
 
 void BM_BcdToString(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     char buf[80];
     for (auto _ : state) {
@@ -199,7 +208,7 @@ void BM_BcdToString(benchmark::State &state) {
 }
 
 void BM_DoubleToString(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     std::vector<double> d;
     for (const std::string &t : o.text) d.push_back(std::strtod(t.c_str(), nullptr));
     size_t i = 0;
@@ -213,7 +222,7 @@ void BM_DoubleToString(benchmark::State &state) {
 }
 
 void BM_BcdPack(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     ZEL_PACKED_BCD_T p[17];
     for (auto _ : state) {
@@ -225,7 +234,7 @@ void BM_BcdPack(benchmark::State &state) {
 }
 
 void BM_BcdUnpack(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     std::vector<std::array<ZEL_PACKED_BCD_T, 17>> packed(kCount);
     for (size_t k = 0; k < kCount; ++k)
         if (zel_bcdPack(&o.bcd[k], packed[k].data(), 32, static_cast<uint8_t>(o.scale[k])) < 0)
@@ -243,7 +252,7 @@ void BM_BcdUnpack(benchmark::State &state) {
 // Storing an __int128 coefficient big-endian with its sign bit flipped, which
 // also sorts by memcmp: the floor for the stored form.
 void BM_Int128Pack(benchmark::State &state) {
-    const Operands &o = zb_bench_operands();
+    const Operands &o = zb_bench_operands(state);
     size_t i = 0;
     unsigned char p[16];
     for (auto _ : state) {
@@ -258,27 +267,32 @@ void BM_Int128Pack(benchmark::State &state) {
     }
 }
 
-BENCHMARK(BM_BcdAdd);
-BENCHMARK(BM_Dec128Add);
-BENCHMARK(BM_Int128Add);
-BENCHMARK(BM_BcdSub);
-BENCHMARK(BM_Dec128Sub);
-BENCHMARK(BM_BcdCompare);
-BENCHMARK(BM_Dec128Compare);
-BENCHMARK(BM_BcdMult);
-BENCHMARK(BM_Dec128Mult);
-BENCHMARK(BM_Int128Mult);
-BENCHMARK(BM_BcdDiv);
-BENCHMARK(BM_Dec128Div);
-BENCHMARK(BM_Int128Div);
-BENCHMARK(BM_BcdFromString);
-BENCHMARK(BM_DoubleFromString);
-BENCHMARK(BM_Int128FromString);
-BENCHMARK(BM_BcdToString);
-BENCHMARK(BM_DoubleToString);
-BENCHMARK(BM_BcdPack);
-BENCHMARK(BM_BcdUnpack);
-BENCHMARK(BM_Int128Pack);
+// 4 to 32 digits per operand.
+void zb_bench_digits(benchmark::internal::Benchmark *b) {
+    for (int64_t d : {4, 8, 12, 16, 20, 24, 32}) b->Arg(d);
+}
+
+BENCHMARK(BM_BcdAdd)->Apply(zb_bench_digits);
+BENCHMARK(BM_Dec128Add)->Apply(zb_bench_digits);
+BENCHMARK(BM_Int128Add)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdSub)->Apply(zb_bench_digits);
+BENCHMARK(BM_Dec128Sub)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdCompare)->Apply(zb_bench_digits);
+BENCHMARK(BM_Dec128Compare)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdMult)->Apply(zb_bench_digits);
+BENCHMARK(BM_Dec128Mult)->Apply(zb_bench_digits);
+BENCHMARK(BM_Int128Mult)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdDiv)->Apply(zb_bench_digits);
+BENCHMARK(BM_Dec128Div)->Apply(zb_bench_digits);
+BENCHMARK(BM_Int128Div)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdFromString)->Apply(zb_bench_digits);
+BENCHMARK(BM_DoubleFromString)->Apply(zb_bench_digits);
+BENCHMARK(BM_Int128FromString)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdToString)->Apply(zb_bench_digits);
+BENCHMARK(BM_DoubleToString)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdPack)->Apply(zb_bench_digits);
+BENCHMARK(BM_BcdUnpack)->Apply(zb_bench_digits);
+BENCHMARK(BM_Int128Pack)->Apply(zb_bench_digits);
 
 }  // namespace
 

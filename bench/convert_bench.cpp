@@ -1,11 +1,12 @@
 // Conversions between text and numbers: the engine's functions on a control
 // block (the path every value conversion ends in) against what a user would
 // pick instead in the same binary - std::from_chars / std::to_chars for
-// integers, strtod / snprintf("%.15G") for doubles - and the whole value
-// conversion with its allocation. Inputs are 1024 random numbers of mixed
-// lengths, the same for every contender.
+// integers, strtod / std::to_chars(general, 15) / snprintf("%.15G") for
+// doubles - and the whole value conversion with its allocation. Inputs are
+// 1024 random numbers of mixed lengths, the same for every contender.
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -152,32 +153,71 @@ void BM_Int64ToText_ToChars(benchmark::State &state) {
 }
 BENCHMARK(BM_Int64ToText_ToChars);
 
+// Doubles to text by kind (the argument): 0 prices (two decimals, below a
+// million), 1 full 53-bit mantissas scaled by 1e-20 to 1e20 (the mix above),
+// 2 any bits (the whole range, subnormals included).
+const std::vector<double> &doublesOfKind(int64_t kind) {
+    static const std::array<std::vector<double>, 3> kinds = [] {
+        std::array<std::vector<double>, 3> k;
+        std::mt19937_64 rng(7);
+        for (size_t i = 0; i < kCount; ++i) {
+            k[0].push_back(static_cast<double>(rng() % 100000000) / 100);
+            k[1].push_back(inputs().doubles[i]);
+            double d;
+            do {
+                const uint64_t bits = rng();
+                std::memcpy(&d, &bits, sizeof d);
+            } while (!std::isfinite(d));
+            k[2].push_back(d);
+        }
+        return k;
+    }();
+    return kinds[kind];
+}
+
+void doubleKinds(benchmark::internal::Benchmark *b) {
+    b->DenseRange(0, 2);
+}
+
 void BM_DoubleToText_Engine(benchmark::State &state) {
-    const Inputs &in = inputs();
+    const std::vector<double> &in = doublesOfKind(state.range(0));
     size_t i = 0;
     char buf[32];
     CNVCB cb{};
     cb.pvDst = buf;
     cb.tDstLen = sizeof buf;
     for (auto _ : state) {
-        cb.pvSrc = &in.doubles[i++ & (kCount - 1)];
+        cb.pvSrc = &in[i++ & (kCount - 1)];
         benchmark::DoNotOptimize(cnv_doubleToStringTrunc(&cb));
         benchmark::DoNotOptimize(buf);
     }
 }
-BENCHMARK(BM_DoubleToText_Engine);
+BENCHMARK(BM_DoubleToText_Engine)->Apply(doubleKinds);
 
-void BM_DoubleToText_Snprintf(benchmark::State &state) {
-    const Inputs &in = inputs();
+// The peer: the same text but for the case of the exponent's "e".
+void BM_DoubleToText_ToChars(benchmark::State &state) {
+    const std::vector<double> &in = doublesOfKind(state.range(0));
     size_t i = 0;
     char buf[32];
     for (auto _ : state) {
-        benchmark::DoNotOptimize(
-            std::snprintf(buf, sizeof buf, "%.15G", in.doubles[i++ & (kCount - 1)]));
+        auto r = std::to_chars(buf, buf + sizeof buf - 1, in[i++ & (kCount - 1)],
+                               std::chars_format::general, 15);
+        *r.ptr = '\0';
         benchmark::DoNotOptimize(buf);
     }
 }
-BENCHMARK(BM_DoubleToText_Snprintf);
+BENCHMARK(BM_DoubleToText_ToChars)->Apply(doubleKinds);
+
+void BM_DoubleToText_Snprintf(benchmark::State &state) {
+    const std::vector<double> &in = doublesOfKind(state.range(0));
+    size_t i = 0;
+    char buf[32];
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(std::snprintf(buf, sizeof buf, "%.15G", in[i++ & (kCount - 1)]));
+        benchmark::DoNotOptimize(buf);
+    }
+}
+BENCHMARK(BM_DoubleToText_Snprintf)->Apply(doubleKinds);
 
 // The whole value path: look the pair up, size, allocate, convert, free.
 void BM_ValueTextToInt64(benchmark::State &state) {

@@ -1,11 +1,15 @@
 // Sub tag allocation against the allocators a user would pick instead: glibc
-// malloc/free and, where it is installed, mimalloc. Two patterns: small blocks
-// of mixed sizes (16 to 2032 bytes), and page runs of 4 KiB to 600 KiB; in
-// both, a batch is allocated and then freed in a random order.
+// malloc/free and, where it is installed, mimalloc. Two patterns, each at
+// several sizes so that a size where the tag falls behind shows: small blocks
+// of mixed sizes (16 to 2032 bytes) with 1k to 1M blocks live at the peak,
+// and page runs of 4 KiB to 600 KiB, 16 to 1024 of them. In both, a batch is
+// allocated (each buffer touched once) and then freed in a random order; the
+// time is per block, allocation and release together.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <numeric>
 #include <random>
 #include <vector>
@@ -35,14 +39,20 @@ Pattern make_pattern(size_t count, size_t lo, size_t hi, uint32_t seed) {
     return p;
 }
 
-const Pattern &small_pattern() {
-    static const Pattern p = make_pattern(1000, 16, 2032, 1);
-    return p;
+// One pattern per size, shared by the three contenders.
+const Pattern &small_pattern(size_t count) {
+    static std::map<size_t, Pattern> patterns;
+    auto it = patterns.find(count);
+    if (it == patterns.end()) it = patterns.emplace(count, make_pattern(count, 16, 2032, 1)).first;
+    return it->second;
 }
 
-const Pattern &run_pattern() {
-    static const Pattern p = make_pattern(64, 4096, 600 * 1024, 2);
-    return p;
+const Pattern &run_pattern(size_t count) {
+    static std::map<size_t, Pattern> patterns;
+    auto it = patterns.find(count);
+    if (it == patterns.end())
+        it = patterns.emplace(count, make_pattern(count, 4096, 600 * 1024, 2)).first;
+    return it->second;
 }
 
 #ifdef ZELBASE_HAVE_MIMALLOC
@@ -67,18 +77,21 @@ const Mimalloc &mimalloc() {
 #endif
 
 // Allocates the batch (touching each buffer once), then frees it in the
-// pattern's order.
+// pattern's order. One batch runs untimed first, so that every contender is
+// measured in its steady state, not on memory the system hands out fresh.
 template <typename Alloc, typename Free>
 void run_batches(benchmark::State &state, const Pattern &p, Alloc alloc, Free release) {
     std::vector<void *> held(p.sizes.size());
-    for (auto _ : state) {
+    auto batch = [&] {
         for (size_t i = 0; i < p.sizes.size(); i++) {
             held[i] = alloc(p.sizes[i]);
             static_cast<char *>(held[i])[0] = 1;
         }
         benchmark::ClobberMemory();
         for (size_t i : p.free_order) release(held[i]);
-    }
+    };
+    batch();
+    for (auto _ : state) batch();
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * p.sizes.size()));
 }
 
@@ -102,61 +115,71 @@ struct SubTag {
     B_TAG_SUB sub = nullptr;
 };
 
-void BM_SmallChurn_SubTag(benchmark::State &state) {
+template <const Pattern &(*Make)(size_t)>
+void sub_tag(benchmark::State &state) {
     SubTag tag;
     run_batches(
-        state, small_pattern(), [&](size_t n) { return tag.alloc(n); },
+        state, Make(static_cast<size_t>(state.range(0))), [&](size_t n) { return tag.alloc(n); },
         [&](void *p) { b_tag_subFree(tag.sub, p); });
 }
-BENCHMARK(BM_SmallChurn_SubTag);
 
-void BM_SmallChurn_GlibcMalloc(benchmark::State &state) {
+template <const Pattern &(*Make)(size_t)>
+void glibc(benchmark::State &state) {
     run_batches(
-        state, small_pattern(), [](size_t n) { return std::malloc(n); },
+        state, Make(static_cast<size_t>(state.range(0))), [](size_t n) { return std::malloc(n); },
         [](void *p) { std::free(p); });
 }
-BENCHMARK(BM_SmallChurn_GlibcMalloc);
 
 #ifdef ZELBASE_HAVE_MIMALLOC
-void BM_SmallChurn_Mimalloc(benchmark::State &state) {
-    const Mimalloc &mi = mimalloc();
-    if (mi.malloc == nullptr || mi.free == nullptr) {
+template <const Pattern &(*Make)(size_t)>
+void mi(benchmark::State &state) {
+    const Mimalloc &m = mimalloc();
+    if (m.malloc == nullptr || m.free == nullptr) {
         state.SkipWithError("mimalloc could not be opened");
         return;
     }
     run_batches(
-        state, small_pattern(), [&](size_t n) { return mi.malloc(n); },
-        [&](void *p) { mi.free(p); });
+        state, Make(static_cast<size_t>(state.range(0))), [&](size_t n) { return m.malloc(n); },
+        [&](void *p) { m.free(p); });
 }
-BENCHMARK(BM_SmallChurn_Mimalloc);
 #endif
 
-void BM_PageRuns_SubTag(benchmark::State &state) {
-    SubTag tag;
-    run_batches(
-        state, run_pattern(), [&](size_t n) { return tag.alloc(n); },
-        [&](void *p) { b_tag_subFree(tag.sub, p); });
+// Live blocks at the peak: 1k to 1M.
+void small_sizes(benchmark::internal::Benchmark *b) {
+    for (int64_t n : {1 << 10, 1 << 12, 1 << 15, 1 << 18, 1 << 19, 1 << 20}) b->Arg(n);
 }
-BENCHMARK(BM_PageRuns_SubTag);
-
-void BM_PageRuns_GlibcMalloc(benchmark::State &state) {
-    run_batches(
-        state, run_pattern(), [](size_t n) { return std::malloc(n); },
-        [](void *p) { std::free(p); });
+// Page runs held at the peak.
+void run_counts(benchmark::internal::Benchmark *b) {
+    for (int64_t n : {16, 64, 256, 1024}) b->Arg(n);
 }
-BENCHMARK(BM_PageRuns_GlibcMalloc);
 
+void BM_SmallChurn_SubTag(benchmark::State &s) {
+    sub_tag<small_pattern>(s);
+}
+void BM_SmallChurn_Glibc(benchmark::State &s) {
+    glibc<small_pattern>(s);
+}
+void BM_PageRuns_SubTag(benchmark::State &s) {
+    sub_tag<run_pattern>(s);
+}
+void BM_PageRuns_Glibc(benchmark::State &s) {
+    glibc<run_pattern>(s);
+}
+BENCHMARK(BM_SmallChurn_SubTag)->Apply(small_sizes);
+BENCHMARK(BM_SmallChurn_Glibc)->Apply(small_sizes);
 #ifdef ZELBASE_HAVE_MIMALLOC
-void BM_PageRuns_Mimalloc(benchmark::State &state) {
-    const Mimalloc &mi = mimalloc();
-    if (mi.malloc == nullptr || mi.free == nullptr) {
-        state.SkipWithError("mimalloc could not be opened");
-        return;
-    }
-    run_batches(
-        state, run_pattern(), [&](size_t n) { return mi.malloc(n); }, [&](void *p) { mi.free(p); });
+void BM_SmallChurn_Mimalloc(benchmark::State &s) {
+    mi<small_pattern>(s);
 }
-BENCHMARK(BM_PageRuns_Mimalloc);
+void BM_PageRuns_Mimalloc(benchmark::State &s) {
+    mi<run_pattern>(s);
+}
+BENCHMARK(BM_SmallChurn_Mimalloc)->Apply(small_sizes);
+#endif
+BENCHMARK(BM_PageRuns_SubTag)->Apply(run_counts);
+BENCHMARK(BM_PageRuns_Glibc)->Apply(run_counts);
+#ifdef ZELBASE_HAVE_MIMALLOC
+BENCHMARK(BM_PageRuns_Mimalloc)->Apply(run_counts);
 #endif
 
 }  // namespace

@@ -1,5 +1,6 @@
 // Variable integers: encode and decode of a realistic mix of magnitudes
-// (mostly small numbers, a tail of large ones) against a plain LEB128 codec
+// (mostly small numbers, a tail of large ones; 1k to 1M values, so that a
+// size where the library falls behind shows) against a plain LEB128 codec
 // written here, the library's callback path against the same format written
 // straight into a raw buffer, and one form at a time to show that choosing a
 // form is a few comparisons with no loop: the time per value follows the
@@ -9,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <map>
 #include <random>
 #include <vector>
 
@@ -22,9 +24,9 @@ namespace {
 constexpr size_t kCount = 4096;
 
 // 50% below 2^7, 25% below 2^14, 15% below 2^27, 7% below 2^43, 3% any.
-std::vector<uint64_t> makeMix() {
+std::vector<uint64_t> makeMix(size_t count) {
     std::mt19937_64 rng(42);
-    std::vector<uint64_t> v(kCount);
+    std::vector<uint64_t> v(count);
     for (auto &x : v) {
         const int r = static_cast<int>(rng() % 100);
         const int bits = r < 50 ? 7 : r < 75 ? 14 : r < 90 ? 27 : r < 97 ? 43 : 64;
@@ -33,9 +35,21 @@ std::vector<uint64_t> makeMix() {
     return v;
 }
 
-const std::vector<uint64_t> &mix() {
-    static const std::vector<uint64_t> v = makeMix();
-    return v;
+// The mix of `count` values: the benchmarks of the mix take the count as
+// their argument, 1k to 1M.
+const std::vector<uint64_t> &mix(size_t count = kCount) {
+    static std::map<size_t, std::vector<uint64_t>> all;
+    auto it = all.find(count);
+    if (it == all.end()) it = all.emplace(count, makeMix(count)).first;
+    return it->second;
+}
+
+const std::vector<uint64_t> &mix(const benchmark::State &state) {
+    return mix(static_cast<size_t>(state.range(0)));
+}
+
+void mixCounts(benchmark::internal::Benchmark *b) {
+    for (int64_t n : {1 << 10, 1 << 15, 1 << 20}) b->Arg(n);
 }
 
 // Values that all take `bytes` bytes in the nine-form format.
@@ -178,8 +192,8 @@ bool rawAgrees() {
     return true;
 }
 
-void finish(benchmark::State &state, size_t bytes) {
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kCount));
+void finish(benchmark::State &state, size_t bytes, size_t count = kCount) {
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * count));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
 }
 
@@ -189,60 +203,61 @@ void BM_EncodeMix_Leb128(benchmark::State &state) {
         state.SkipWithError("the raw codec disagrees with the library");
         return;
     }
-    std::vector<uint8_t> out(kCount * 10);
+    std::vector<uint8_t> out(mix(state).size() * 10);
     size_t n = 0;
     for (auto _ : state) {
         uint8_t *p = out.data();
-        for (uint64_t v : mix()) p = leb128Encode(v, p);
+        for (uint64_t v : mix(state)) p = leb128Encode(v, p);
         n = static_cast<size_t>(p - out.data());
         benchmark::DoNotOptimize(out.data());
     }
-    finish(state, n);
+    finish(state, n, mix(state).size());
 }
-BENCHMARK(BM_EncodeMix_Leb128);
+BENCHMARK(BM_EncodeMix_Leb128)->Apply(mixCounts);
 
 void BM_EncodeMix_RawBuffer(benchmark::State &state) {
-    std::vector<uint8_t> out(kCount * 10);
+    std::vector<uint8_t> out(mix(state).size() * 10);
     size_t n = 0;
     for (auto _ : state) {
         uint8_t *p = out.data();
-        for (uint64_t v : mix()) p = rawEncode(v, p);
+        for (uint64_t v : mix(state)) p = rawEncode(v, p);
         n = static_cast<size_t>(p - out.data());
         benchmark::DoNotOptimize(out.data());
     }
-    finish(state, n);
+    finish(state, n, mix(state).size());
 }
-BENCHMARK(BM_EncodeMix_RawBuffer);
+BENCHMARK(BM_EncodeMix_RawBuffer)->Apply(mixCounts);
 
 void BM_EncodeMix_Callback(benchmark::State &state) {
-    std::vector<uint8_t> out(kCount * 10);
+    std::vector<uint8_t> out(mix(state).size() * 10);
     size_t n = 0;
     for (auto _ : state) {
         RawSink sink{out.data()};
-        for (uint64_t v : mix()) benchmark::DoNotOptimize(b_vintEncodeUIntmax(v, rawPut, &sink));
+        for (uint64_t v : mix(state))
+            benchmark::DoNotOptimize(b_vintEncodeUIntmax(v, rawPut, &sink));
         n = static_cast<size_t>(sink.p - out.data());
     }
-    finish(state, n);
+    finish(state, n, mix(state).size());
 }
-BENCHMARK(BM_EncodeMix_Callback);
+BENCHMARK(BM_EncodeMix_Callback)->Apply(mixCounts);
 
 // The way rows are written: a B_ENCODER_T over a B_BUFFER_T.
 void BM_EncodeMix_EncoderBuffer(benchmark::State &state) {
-    std::vector<uint8_t> store(kCount * 10 + 16);
+    std::vector<uint8_t> store(mix(state).size() * 10 + 16);
     B_BUFFER_T buffer;
     B_ENCODER_T e;
     b_encoderInit(&e, b_bufferEmitByte, b_bufferEmitBytesBulk, &buffer, nullptr);
     for (auto _ : state) {
         b_bufferInitStatic(&buffer, store.data(), store.size(), 0);
-        for (uint64_t v : mix()) benchmark::DoNotOptimize(b_encoderEncodeUint64(&e, v));
+        for (uint64_t v : mix(state)) benchmark::DoNotOptimize(b_encoderEncodeUint64(&e, v));
     }
-    finish(state, buffer.len);
+    finish(state, buffer.len, mix(state).size());
 }
-BENCHMARK(BM_EncodeMix_EncoderBuffer);
+BENCHMARK(BM_EncodeMix_EncoderBuffer)->Apply(mixCounts);
 
 // ---- decode of the mix
 void BM_DecodeMix_Leb128(benchmark::State &state) {
-    const std::vector<uint8_t> in = encodedMix(mix(), true);
+    const std::vector<uint8_t> in = encodedMix(mix(state), true);
     for (auto _ : state) {
         const uint8_t *p = in.data();
         uint64_t v = 0, sum = 0;
@@ -252,12 +267,12 @@ void BM_DecodeMix_Leb128(benchmark::State &state) {
         }
         benchmark::DoNotOptimize(sum);
     }
-    finish(state, in.size());
+    finish(state, in.size(), mix(state).size());
 }
-BENCHMARK(BM_DecodeMix_Leb128);
+BENCHMARK(BM_DecodeMix_Leb128)->Apply(mixCounts);
 
 void BM_DecodeMix_RawBuffer(benchmark::State &state) {
-    std::vector<uint8_t> in = encodedMix(mix(), false);
+    std::vector<uint8_t> in = encodedMix(mix(state), false);
     const size_t len = in.size();
     in.resize(len + 8);  // slack for the 8-byte loads
     for (auto _ : state) {
@@ -269,24 +284,24 @@ void BM_DecodeMix_RawBuffer(benchmark::State &state) {
         }
         benchmark::DoNotOptimize(sum);
     }
-    finish(state, len);
+    finish(state, len, mix(state).size());
 }
-BENCHMARK(BM_DecodeMix_RawBuffer);
+BENCHMARK(BM_DecodeMix_RawBuffer)->Apply(mixCounts);
 
 void BM_DecodeMix_Callback(benchmark::State &state) {
-    const std::vector<uint8_t> in = encodedMix(mix(), false);
+    const std::vector<uint8_t> in = encodedMix(mix(state), false);
     for (auto _ : state) {
         RawSource src{in.data(), in.data() + in.size()};
         uintmax_t v = 0, sum = 0;
         while (b_vintDecodeUIntmax(rawGet, &src, &v) == sOKAY) sum += v;
         benchmark::DoNotOptimize(sum);
     }
-    finish(state, in.size());
+    finish(state, in.size(), mix(state).size());
 }
-BENCHMARK(BM_DecodeMix_Callback);
+BENCHMARK(BM_DecodeMix_Callback)->Apply(mixCounts);
 
 void BM_DecodeMix_DecoderBuffer(benchmark::State &state) {
-    std::vector<uint8_t> in = encodedMix(mix(), false);
+    std::vector<uint8_t> in = encodedMix(mix(state), false);
     B_BUFFER_T buffer;
     b_bufferInitStatic(&buffer, in.data(), 0, 0);
     b_bufferSetStatic(&buffer, in.data(), in.size());
@@ -298,9 +313,9 @@ void BM_DecodeMix_DecoderBuffer(benchmark::State &state) {
         while (b_decoderDecodeUint64(&d, &v) == sOKAY) sum += v;
         benchmark::DoNotOptimize(sum);
     }
-    finish(state, in.size());
+    finish(state, in.size(), mix(state).size());
 }
-BENCHMARK(BM_DecodeMix_DecoderBuffer);
+BENCHMARK(BM_DecodeMix_DecoderBuffer)->Apply(mixCounts);
 
 // ---- one form at a time: the argument is the byte count of every value.
 void BM_EncodeForm_Callback(benchmark::State &state) {

@@ -95,6 +95,17 @@ std::string toText(const ZEL_VALUE &v) {
     return buf;
 }
 
+// A frame for the piecewise functions.
+CNVCB frame(const void *src, size_t srcLen, void *dst, size_t dstLen, uint32_t elems = 0) {
+    CNVCB cb{};
+    cb.pvSrc = src;
+    cb.tSrcLen = srcLen;
+    cb.uSrcNumElems = elems;
+    cb.pvDst = dst;
+    cb.tDstLen = dstLen;
+    return cb;
+}
+
 TEST(ConvertMatrix, EveryPairIsAllowedOrRefusedAsListed) {
     for (ZEL_TYPE s : kRows) {
         for (ZEL_TYPE d : kRows) {
@@ -189,28 +200,11 @@ std::vector<Src> sources(const NumType &t) {
             if (v >= t.lo && v <= t.hi) out.push_back({intValue(t.type, v), false, v, 0});
         return out;
     }
-    std::vector<long double> vals = {0,
-                                     1.9,
-                                     -1.9,
-                                     42.5,
-                                     127.9,
-                                     128.0,
-                                     -129.0,
-                                     255.0,
-                                     256.0,
-                                     65535.5,
-                                     -32768.9,
-                                     2147483647.0,
-                                     4294967296.0,
-                                     9223372036854775808.0L,
-                                     18446744073709551616.0L,
-                                     -1.0,
-                                     3e38,
-                                     -3e38,
-                                     1e300,
-                                     NAN,
-                                     INFINITY,
-                                     -INFINITY};
+    // clang-format off
+    std::vector<long double> vals = {0, 1.9, -1.9, 42.5, 127.9, 128.0, -129.0, 255.0, 256.0,
+        65535.5, -32768.9, 2147483647.0, 4294967296.0, 9223372036854775808.0L,
+        18446744073709551616.0L, -1.0, 3e38, -3e38, 1e300, NAN, INFINITY, -INFINITY};
+    // clang-format on
     if (t.type == ZEL_DOUBLE) {
         vals.push_back(18446744073709549568.0L);  // the largest double below 2^64
         vals.push_back(-9223372036854775808.0L);
@@ -336,51 +330,44 @@ TEST(ConvertDecimal, IntoAndOutOfDecimals) {
                             : std::to_string((unsigned long long)v));
         }
     }
-    zel_valueSetFloat(&s, 42.5f);
-    ASSERT_EQ(intoDecimal(s), sOKAY);
-    EXPECT_EQ(bcdText(&out), "42.5");
-    zel_valueSetDouble(&s, -42.25);
-    ASSERT_EQ(intoDecimal(s), sOKAY);
-    EXPECT_EQ(bcdText(&out), "-42.25");
-    for (ZEL_TYPE ft : {ZEL_FLOAT, ZEL_DOUBLE}) {
-        zel_valueInitWithStatusAndType(&s, vsOKAY, ft);
-        ft == ZEL_FLOAT ? (void)(s.vt.fv = INFINITY) : (void)(s.vt.dv = INFINITY);
-        EXPECT_EQ(intoDecimal(s), eRANGE);
+    for (auto [dv, f32, text] : {std::tuple{42.5, true, "42.5"},
+                                 {-42.25, false, "-42.25"},
+                                 {INFINITY, true, ""},
+                                 {INFINITY, false, ""}}) {
+        f32 ? zel_valueSetFloat(&s, static_cast<float>(dv)) : zel_valueSetDouble(&s, dv);
+        ASSERT_EQ(intoDecimal(s), *text != '\0' ? sOKAY : eRANGE) << dv;
+        EXPECT_EQ(*text != '\0' ? bcdText(&out) : "", text);
     }
-    // Out of a decimal: the fraction is cut silently, the range is tested.
-    ZEL_BCD_T b = bcdOf("-129.9");
-    s = bcdValue(&b);
-    EXPECT_EQ(convertFresh(s, &d, ZEL_INT8), eRANGE);
-    ASSERT_EQ(convertFresh(s, &d, ZEL_INT16), sOKAY);
-    EXPECT_EQ(d.vt.i16v, -129);
-    EXPECT_EQ(convertFresh(s, &d, ZEL_UINT64), eRANGE);
-    ASSERT_EQ(convertFresh(s, &d, ZEL_DOUBLE), sOKAY);
-    EXPECT_EQ(d.vt.dv, -129.9);
-    ASSERT_EQ(convertFresh(s, &d, ZEL_BOOL), sOKAY);
-    EXPECT_EQ(d.vt.u8v, 1);
+    // Out of a decimal: the fraction is cut silently, the range is tested;
+    // {decimal, into, code, the result as text}.
     // clang-format off
-    const std::tuple<const char *, ZEL_TYPE, ZEL_RETCODE> ends[] = {
-        {"127", ZEL_INT8, sOKAY},                     {"255.5", ZEL_UINT8, sOKAY},
-        {"-32768", ZEL_INT16, sOKAY},                 {"65535", ZEL_UINT16, sOKAY},
-        {"-2147483648", ZEL_INT32, sOKAY},            {"4294967295", ZEL_UINT32, sOKAY},
-        {"9223372036854775807", ZEL_INT64, sOKAY},    {"18446744073709551615", ZEL_UINT64, sOKAY},
-        {"0.5", ZEL_FLOAT, sOKAY},                    {"128", ZEL_INT8, eRANGE},
-        {"256", ZEL_UINT8, eRANGE},                   {"-32769", ZEL_INT16, eRANGE},
-        {"65536", ZEL_UINT16, eRANGE},                {"2147483648", ZEL_INT32, eRANGE},
-        {"4294967296", ZEL_UINT32, eRANGE},           {"9223372036854775808", ZEL_INT64, eRANGE},
-        {"18446744073709551616", ZEL_UINT64, eRANGE}
-    };
+    const std::tuple<const char *, ZEL_TYPE, ZEL_RETCODE, const char *> outOf[] = {
+        {"-129.9", ZEL_INT8, eRANGE, ""},            {"-129.9", ZEL_INT16, sOKAY, "-129"},
+        {"-129.9", ZEL_UINT64, eRANGE, ""},          {"-129.9", ZEL_DOUBLE, sOKAY, "-129.9"},
+        {"-129.9", ZEL_BOOL, sOKAY, "1"},            {"0", ZEL_BOOL, sOKAY, "0"},
+        {"127", ZEL_INT8, sOKAY, "127"},             {"255.5", ZEL_UINT8, sOKAY, "255"},
+        {"-32768", ZEL_INT16, sOKAY, "-32768"},      {"65535", ZEL_UINT16, sOKAY, "65535"},
+        {"-2147483648", ZEL_INT32, sOKAY, "-2147483648"},
+        {"4294967295", ZEL_UINT32, sOKAY, "4294967295"},
+        {"9223372036854775807", ZEL_INT64, sOKAY, "9223372036854775807"},
+        {"18446744073709551615", ZEL_UINT64, sOKAY, "18446744073709551615"},
+        {"0.5", ZEL_FLOAT, sOKAY, "0.5"},            {"128", ZEL_INT8, eRANGE, ""},
+        {"256", ZEL_UINT8, eRANGE, ""},              {"-32769", ZEL_INT16, eRANGE, ""},
+        {"65536", ZEL_UINT16, eRANGE, ""},           {"2147483648", ZEL_INT32, eRANGE, ""},
+        {"4294967296", ZEL_UINT32, eRANGE, ""},      {"9223372036854775808", ZEL_INT64, eRANGE, ""},
+        {"18446744073709551616", ZEL_UINT64, eRANGE, ""}};
     // clang-format on
-    for (auto [text, type, rc] : ends) {
+    ZEL_BCD_T b;
+    for (auto [text, type, rc, want] : outOf) {
         b = bcdOf(text);
-        EXPECT_EQ(convertFresh(bcdValue(&b), &d, type), rc) << text;
+        ASSERT_EQ(convertFresh(bcdValue(&b), &d, type), rc) << text << " " << type;
+        EXPECT_EQ(rc == sOKAY ? toText(d) : "", want) << text << " " << type;
     }
-    b = bcdOf("0");
-    s = bcdValue(&b);
-    ASSERT_EQ(convertFresh(s, &d, ZEL_BOOL), sOKAY);
-    EXPECT_EQ(d.vt.u8v, 0);
+    b = bcdOf("-129.9");
+    ASSERT_EQ(convertFresh(bcdValue(&b), &d, ZEL_DOUBLE), sOKAY);
+    EXPECT_EQ(d.vt.dv, -129.9);
     // Decimal to decimal: the 37 bytes.
-    ASSERT_EQ(intoDecimal(s), sOKAY);
+    ASSERT_EQ(intoDecimal(bcdValue(&b)), sOKAY);
     EXPECT_EQ(std::memcmp(&out, &b, 37), 0);
 }
 
@@ -391,12 +378,9 @@ TEST(ConvertDecimal, PackedSources) {
     int32_t i32 = 0;
     uint16_t u16 = 0;
     ZEL_BCD_T out{};
-    CNVCB cb{};
-    cb.pvSrc = packed;
+    CNVCB cb = frame(packed, 0, &i32, 4);
     cb.prec = 7;
     cb.scale = 1;
-    cb.pvDst = &i32;
-    cb.tDstLen = 4;
     EXPECT_EQ(cnv_packedDecimalToInt32(&cb), sOKAY);
     EXPECT_EQ(i32, -1234);
     cb.pvDst = &u16;
@@ -531,12 +515,8 @@ TEST(ConvertBinary, HexTextByPiecesAndRawBytes) {
     ASSERT_EQ(zel_valueSetBinary(&v, two, 2), sOKAY);
     EXPECT_EQ(toText(v), "0x01AB");
     // By pieces: room for one byte at a time, then sNODATA.
-    char buf[5];
-    CNVCB cb{};
-    cb.pvSrc = two;
-    cb.tSrcLen = 2;
-    cb.pvDst = buf;
-    cb.tDstLen = 5;
+    char buf[6];  // (7 would take both)
+    CNVCB cb = frame(two, 2, buf, sizeof buf);
     EXPECT_EQ(cnv_binaryToString(&cb), sTRUNCATE);
     EXPECT_STREQ(buf, "0x01");
     EXPECT_EQ(cnv_binaryToString(&cb), sOKAY);
@@ -556,11 +536,7 @@ TEST(ConvertBinary, HexTextByPiecesAndRawBytes) {
     EXPECT_EQ(d.vt.u8v, 1);
     // Binary to binary by pieces.
     uint8_t out[1];
-    cb = CNVCB{};
-    cb.pvSrc = two;
-    cb.tSrcLen = 2;
-    cb.pvDst = out;
-    cb.tDstLen = 1;
+    cb = frame(two, 2, out, 1);
     EXPECT_EQ(cnv_memcpyTrunc(&cb), sTRUNCATE);
     EXPECT_EQ(out[0], 1);
     EXPECT_EQ(cnv_memcpyTrunc(&cb), sOKAY);
@@ -715,12 +691,12 @@ TEST(ConvertDates, EveryDatePairWithTheClockAround) {
     expectInto(ZEL_TIMETZ, ZEL_PACKED_TIMETZ_T{time, 60});
     expectInto(ZEL_TIMESTAMPTZ, src);
     // Every source to text.
-    zel_valueSetTime(&s, time);
-    EXPECT_NE(toText(s).find("30:00.0005"), std::string::npos) << toText(s);
-    zel_valueSetTimeTZ(&s, ZEL_PACKED_TIMETZ_T{time, 0});
-    EXPECT_NE(toText(s).find("30:00.0005"), std::string::npos) << toText(s);
-    ASSERT_EQ(zel_valueSetTimestampTZ(&s, &src), sOKAY);
-    EXPECT_NE(toText(s).find("30:00.0005"), std::string::npos) << toText(s);
+    for (int k = 0; k < 3; ++k) {
+        k == 0   ? zel_valueSetTime(&s, time)
+        : k == 1 ? zel_valueSetTimeTZ(&s, ZEL_PACKED_TIMETZ_T{time, 0})
+                 : (void)zel_valueSetTimestampTZ(&s, &src);
+        EXPECT_NE(toText(s).find("30:00.0005"), std::string::npos) << toText(s);
+    }
     // A destination too short for a date value.
     zel_valueSetTimestamp(&s, ZEL_PACKED_TIMESTAMP_T{date, time});
     uint8_t small[4];
@@ -781,9 +757,7 @@ TEST_F(ConvertValue, ArraysElementByElementWithFailuresSkipped) {
 TEST(ConvertPieces, TheFrameCutsAtTheRoomThereIs) {
     int16_t in[3] = {1, -1, 2};
     uint16_t out[3] = {9, 9, 9};
-    CNVCB cb{};
-    cb.pvSrc = in;
-    cb.uSrcNumElems = 3;
+    CNVCB cb = frame(in, 0, nullptr, 0, 3);
     EXPECT_EQ(cnv_int16ToUInt16Trunc(&cb), sOKAY);  // size only
     EXPECT_EQ(cb.tSize, 6u);
     cb.pvDst = out;
@@ -802,9 +776,7 @@ TEST(ConvertPieces, TheFrameCutsAtTheRoomThereIs) {
 TEST(ConvertPieces, TextCopiesByPieces) {
     const char src[] = "abcdef";
     char buf[4];
-    CNVCB cb{};
-    cb.pvSrc = src;
-    cb.tSrcLen = sizeof src;
+    CNVCB cb = frame(src, sizeof src, nullptr, 0);
     EXPECT_EQ(cnv_strcpyTrunc(&cb), sOKAY);
     EXPECT_EQ(cb.tSize, 7u);
     cb.pvDst = buf;
@@ -1048,28 +1020,22 @@ TEST_F(ConvertValue, ArraysUnderFailingAllocations) {
 TEST_F(ConvertValue, EveryTextPairConvertsAndRangesHold) {
     const std::tuple<ZEL_TYPE, const char *, const char *> cases[] = {
         // destination, a good text, one past the type's end or null
-        {ZEL_BOOL, "1", nullptr},
-        {ZEL_INT8, "-128", "128"},
-        {ZEL_UINT8, "255", "256"},
-        {ZEL_INT16, "-32768", "32768"},
-        {ZEL_UINT16, "65535", "65536"},
-        {ZEL_INT32, "-2147483648", "2147483648"},
+        // clang-format off
+        {ZEL_BOOL, "1", nullptr},                    {ZEL_INT8, "-128", "128"},
+        {ZEL_UINT8, "255", "256"},                   {ZEL_INT16, "-32768", "32768"},
+        {ZEL_UINT16, "65535", "65536"},              {ZEL_INT32, "-2147483648", "2147483648"},
         {ZEL_UINT32, "4294967295", "4294967296"},
         {ZEL_INT64, "-9223372036854775808", "9223372036854775808"},
         {ZEL_UINT64, "18446744073709551615", "18446744073709551616"},
         {ZEL_FLOAT, "1.5", "1e39"},
         {ZEL_DOUBLE, "-1.7976931348623157e308", "1e309"},
         {ZEL_ROWID, "9223372036854775807", "99999999999999999999"},
-        {ZEL_DATE, "2021-01-31", nullptr},
-        {ZEL_TIME, "12:34:56", nullptr},
-        {ZEL_TIMESTAMP, "2021-01-31 12:34:56", nullptr},
-        {ZEL_TIMETZ, "12:34:56 +01:00", nullptr},
-        {ZEL_TIMESTAMPTZ, "2021-01-31 12:34:56 +01:00", nullptr},
-        {ZEL_BCD, "12345.678", nullptr},
+        {ZEL_DATE, "2021-01-31", nullptr},           {ZEL_TIME, "12:34:56", nullptr},
+        {ZEL_TIMESTAMP, "2021-01-31 12:34:56", nullptr}, {ZEL_TIMETZ, "12:34:56 +01:00", nullptr},
+        {ZEL_TIMESTAMPTZ, "2021-01-31 12:34:56 +01:00", nullptr}, {ZEL_BCD, "12345.678", nullptr},
         {ZEL_UUID, "00112233-4455-6677-8899-aabbccddeeff", nullptr},
-        {ZEL_BINARY, "0x01AB", nullptr},
-        {ZEL_CHAR, "text", nullptr},
-    };
+        {ZEL_BINARY, "0x01AB", nullptr},             {ZEL_CHAR, "text", nullptr}};
+    // clang-format on
     auto release = [&](ZEL_VALUE *v) {
         if (v->type == ZEL_TIMESTAMPTZ) b_tag_subFree(sub, v->vt.tszv);
         zel_valueFree(v, sub);

@@ -140,15 +140,9 @@ TEST(DateCalendar, EveryDayMatchesTheYearAndMonthWalk) {
     }
 }
 
+// What the oracle and the walk leave out.
 TEST(DateCalendar, EdgeCases) {
-    EXPECT_EQ(Pack(1969, 12, 31), 719162u);
-    EXPECT_EQ(Pack(2000, 1, 1), 730120u);
-    EXPECT_EQ(Pack(1970, 1, 1), 719163u);
     EXPECT_EQ(Pack(9999, 12, 31), 3652059u);
-    // Leap years: 1900 is none, 2000 and 2004 are.
-    EXPECT_EQ(Pack(1900, 3, 1) - Pack(1900, 2, 1), 28u);
-    EXPECT_EQ(Pack(2000, 3, 1) - Pack(2000, 2, 1), 29u);
-    EXPECT_EQ(Pack(2004, 3, 1) - Pack(2004, 2, 1), 29u);
     EXPECT_EQ(zel_dateDayOfWeek(1), 2);  // 1 January of year 1 was a Monday
     EXPECT_STREQ(zel_dateDayName(1), "Monday");
     EXPECT_STREQ(zel_dateDayAbr(7), "Sun");
@@ -167,7 +161,6 @@ TEST(DateCalendar, EdgeCases) {
     // Years past the calendar count on (and wrap in 32 bits) without overflow.
     EXPECT_EQ(Pack(10000, 1, 1), 3652060u);
     EXPECT_EQ(Pack(INT32_MAX, 12, 31), static_cast<uint32_t>(RefMakeDate(INT32_MAX, 12, 31)));
-    EXPECT_EQ(zel_dateZero(), 1u);
     EXPECT_STREQ(zel_dateMonthName(Pack(2021, 9, 1)), "September");
     EXPECT_STREQ(zel_timestampMonthAbr(ZEL_PACKED_TIMESTAMP_T{Pack(2021, 12, 9), 0}), "Dec");
 }
@@ -201,15 +194,14 @@ TEST(TimePack, UnitsAndFields) {
     // Unpacking a time of 24 hours or more writes hour and fraction only.
     ZEL_TIME_T out{7, 7, 7, 7};
     EXPECT_EQ(zel_timeUnpack(864000000u + 12, &out), eINVLITERAL);
-    EXPECT_EQ(out.hour, 24);
-    EXPECT_EQ(out.fraction, 12);
-    EXPECT_EQ(out.minute, 7);
-    EXPECT_EQ(out.second, 7);
-    EXPECT_EQ(zel_timeHour(900000000u), 25);
-    EXPECT_EQ(zel_timeMinute(900000000u), 0);
-    EXPECT_EQ(zel_timeSecond(900000000u), 0);
-    EXPECT_EQ(zel_timeFraction(900000000u), 0);
-    EXPECT_EQ(zel_timeMinute(863999999u), 59);
+    auto hms = [](int h, int m, int s, int f) {
+        return std::to_string(h) + ":" + std::to_string(m) + ":" + std::to_string(s) + "." +
+               std::to_string(f);
+    };
+    EXPECT_EQ(hms(out.hour, out.minute, out.second, out.fraction), "24:7:7.12");
+    for (auto [t, want] : {std::pair{900000000u, "25:0:0.0"}, {863999999u, "23:59:59.9999"}})
+        EXPECT_EQ(hms(zel_timeHour(t), zel_timeMinute(t), zel_timeSecond(t), zel_timeFraction(t)),
+                  want);
     EXPECT_EQ(zel_timestampFraction(ZEL_PACKED_TIMESTAMP_T{1, 863999999u}), 9999);
 }
 
@@ -230,8 +222,7 @@ TEST(TimestampPack, NothingStoredOnFailure) {
     EXPECT_EQ(zel_timestampUnpack(ZEL_PACKED_TIMESTAMP_T{5, 864000000u}, &back), eINVLITERAL);
     EXPECT_EQ(std::memcmp(&back, &before, sizeof back), 0);
     ASSERT_EQ(zel_timestampUnpack(ts, &back), sOKAY);
-    EXPECT_EQ(back.year, 2021);
-    EXPECT_EQ(back.minute, 30);
+    EXPECT_TRUE(back.year == 2021 && back.minute == 30);
 }
 
 TEST(ZonePack, ZoneIsCheckedFirstAndCopied) {
@@ -299,20 +290,11 @@ TEST(TimeText, LenientForms) {
 }
 
 TEST(TimeText, Errors) {
-    const char *bad[] = {"10:30",
-                         "",
-                         "10",
-                         "10-30-00",
-                         "x10:30:00",
-                         "24:00:00",
-                         "10:60:00",
-                         "10:00:60",
-                         "10:00:00.",
-                         "10:00:00.10000",
-                         "65536:0:0",
-                         "10:30:ab",
-                         "99999999999:00:00",
-                         ":10:00"};
+    // clang-format off
+    const char *bad[] = {"10:30", "", "10", "10-30-00", "x10:30:00", "24:00:00", "10:60:00",
+                         "10:00:60", "10:00:00.", "10:00:00.10000", "65536:0:0", "10:30:ab",
+                         "99999999999:00:00", ":10:00"};
+    // clang-format on
     for (const char *s : bad) {
         ZEL_PACKED_TIME_T tm = 5;
         EXPECT_EQ(zel_timeFromString(s, &tm), eINVLITERAL) << s;
@@ -498,8 +480,7 @@ TEST(ZoneShift, EdgeCases) {
     EXPECT_EQ(zel_timetzToTime(tmz, 0, nullptr), sOKAY);
     ZEL_TIME_T ct;
     ASSERT_EQ(zel_timetzToZelTime(tmz, 330, &ct), sOKAY);  // 00:30 UTC + 5:30
-    EXPECT_EQ(ct.hour, 6);
-    EXPECT_EQ(ct.minute, 0);
+    EXPECT_TRUE(ct.hour == 6 && ct.minute == 0);
     EXPECT_EQ(zel_timetzToZelTime(tmz, 330, nullptr), eINVNULLARG);
     // Across the year and a leap day, both ways.
     ZEL_PACKED_TIMESTAMP_T lt{Pack(2000, 2, 28), 23u * 36000000u};
@@ -559,13 +540,15 @@ TEST(DaysDiff, WholeDaysEitherOrder) {
 }
 
 TEST(Formats, ValidateAndParse) {
-    EXPECT_EQ(zel_dateValidateFormat(static_cast<ZEL_DATE_FORMAT>(0)), eINVDATEFMT);
-    EXPECT_EQ(zel_dateValidateFormat(ZEL_DDMMYYYY), sOKAY);
-    EXPECT_EQ(zel_dateValidateFormat(static_cast<ZEL_DATE_FORMAT>(4)), eINVDATEFMT);
-    EXPECT_EQ(zel_dateValidateSeparator('/'), sOKAY);
-    EXPECT_EQ(zel_dateValidateSeparator(' '), eINVDATESEP);
-    EXPECT_EQ(zel_timeValidateFormat(ZEL_HHMMSSFFFF), sOKAY);
-    EXPECT_EQ(zel_timeValidateFormat(static_cast<ZEL_TIME_FORMAT>(8)), eINVTIMEFMT);
+    const std::pair<ZEL_RETCODE, ZEL_RETCODE> valid[] = {
+        {zel_dateValidateFormat(static_cast<ZEL_DATE_FORMAT>(0)), eINVDATEFMT},
+        {zel_dateValidateFormat(ZEL_DDMMYYYY), sOKAY},
+        {zel_dateValidateFormat(static_cast<ZEL_DATE_FORMAT>(4)), eINVDATEFMT},
+        {zel_dateValidateSeparator('/'), sOKAY},
+        {zel_dateValidateSeparator(' '), eINVDATESEP},
+        {zel_timeValidateFormat(ZEL_HHMMSSFFFF), sOKAY},
+        {zel_timeValidateFormat(static_cast<ZEL_TIME_FORMAT>(8)), eINVTIMEFMT}};
+    for (auto [got, want] : valid) EXPECT_EQ(got, want);
     ZEL_DATE_FORMAT df = ZEL_MMDDYYYY;
     char sep = 'x';
     for (auto [text, f, c] : {std::tuple{"YYYY-mm-DD", ZEL_YYYYMMDD, '-'},
@@ -722,11 +705,9 @@ TEST_F(FormatStrings, UnderFailingAllocations) {
 }
 
 TEST(Zero, Values) {
-    EXPECT_EQ(zel_timeZero(), 0u);
-    EXPECT_EQ(zel_timestampZero().date, 1u);
-    EXPECT_EQ(zel_timestampZero().time, 0u);
-    EXPECT_EQ(zel_timetzZero().tz, 0);
-    EXPECT_EQ(zel_timestamptzZero().date, 1u);
+    EXPECT_EQ(zel_dateZero() + zel_timeZero(), 1u);
+    EXPECT_TRUE(zel_timestampZero().date == 1 && zel_timestampZero().time == 0);
+    EXPECT_TRUE(zel_timetzZero().tz == 0 && zel_timestamptzZero().date == 1);
 }
 
 }  // namespace

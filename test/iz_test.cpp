@@ -114,9 +114,8 @@ TEST_F(IzTest, CountsAreBounded) {
     cut.insert(cut.end(), {5, 1, 2});
     ASSERT_EQ(b_tag_masterFailAllocation(master, 1), sOKAY);
     EXPECT_EQ(of_unpack(iz_unpack_compact, &iz, cut, sub), eEOD);
-    Bytes img(54, 0);
+    Bytes img(54 + 39, 0);
     img[52] = 5;
-    img.resize(54 + 39, 0);
     EXPECT_EQ(of_unpack(iz_unpack_expanded, &iz, img, sub), eEOD);
     EXPECT_EQ(b_tag_masterFailureGiven(master), ZEL_FALSE);
     ASSERT_EQ(b_tag_masterFailAllocation(master, 0), sOKAY);
@@ -124,8 +123,9 @@ TEST_F(IzTest, CountsAreBounded) {
     EXPECT_EQ(iz.numAvls, 0);
     // An encryption type past the enumeration's span.
     // 0x80000000 in the 5-byte form: 0x80000000 - 0x8204080 = 0x77DFBF80.
-    Bytes enc = {1, 0, 0xE8, 0x77, 0xDF, 0xBF, 0x80};
-    enc.resize(enc.size() + 33, 0);
+    Bytes enc(7 + 33, 0);
+    const uint8_t encHead[] = {1, 0, 0xE8, 0x77, 0xDF, 0xBF, 0x80};
+    std::memcpy(enc.data(), encHead, sizeof encHead);
     EXPECT_EQ(of_unpack(iz_unpack_compact, &iz, enc, sub), eDBCORRUPTED);
     std::memset(img.data() + 16, 0xFF, 4);
     img[52] = 0;

@@ -66,6 +66,13 @@ void nf_put(SCH_COL_INFO ci, uint8_t *buff, uint32_t ptr, uint32_t hvo, const ch
     sch_col_free_fcn(ci, &v, sub);
 }
 
+void nf_put(SCH_ELEM_INFO_C ei, uint8_t *entry, const char *text, B_TAG_SUB sub) {
+    nf_put(sch_elem_col(ei), entry, sch_elem_offset(ei), sch_elem_has_value_offset(ei), text, sub);
+}
+void nf_put(SCH_SORT_INFO si, uint8_t *sort, const char *text, B_TAG_SUB sub) {
+    nf_put(sch_sort_col(si), sort, sch_sort_offset(si), sch_sort_has_value_offset(si), text, sub);
+}
+
 class NodeLived : public TaggedTest {
   protected:
     void SetUp() override {
@@ -165,9 +172,7 @@ TEST_F(NodeTest, ModelVectors) {
             const auto e = rf_split(entries[i], ',');
             for (ZEL_COL_INDEX k = 0; k < 3; ++k) {
                 SCH_ELEM_INFO_C ei = sch_key_elem_c(ki, k);
-                if (e[k] != "NULL")
-                    nf_put(sch_elem_col(ei), nf_entry(node, i), sch_elem_offset(ei),
-                           sch_elem_has_value_offset(ei), e[k].c_str(), sub);
+                if (e[k] != "NULL") nf_put(ei, nf_entry(node, i), e[k].c_str(), sub);
             }
         }
         EXPECT_EQ(rf_hex(nf_pack(node, sub, false)), rf_hex(want)) << v[2];
@@ -219,14 +224,12 @@ TEST_F(NodeLived, NullElementsTakeNoBytes) {
     ASSERT_EQ(nf_unpack(&node, ki, {0x00}, sub, false), sOKAY);
     node.used = 1;
     const SCH_ELEM_INFO_C code = sch_key_elem_c(ki, 0), qty = sch_key_elem_c(ki, 1);
-    nf_put(sch_elem_col(code), nf_entry(node, 0), sch_elem_offset(code),
-           sch_elem_has_value_offset(code), "ab", sub);
+    nf_put(code, nf_entry(node, 0), "ab", sub);
     // 01; children 00 00; id 00; one element: column 08, "ab" as 02 61 62.
     const Bytes want = {0x01, 0x00, 0x00, 0x00, 0x01, 0x08, 0x02, 'a', 'b'};
     EXPECT_EQ(rf_hex(nf_pack(node, sub, false)), rf_hex(want));
     // qty given a value: two pairs, in key order.
-    nf_put(sch_elem_col(qty), nf_entry(node, 0), sch_elem_offset(qty),
-           sch_elem_has_value_offset(qty), "-3", sub);
+    nf_put(qty, nf_entry(node, 0), "-3", sub);
     EXPECT_EQ(rf_hex(nf_pack(node, sub, false)), "01 00 00 00 02 08 02 61 62 02 05");
     node_free(&node);
     ASSERT_EQ(nf_unpack(&node, ki, want, sub, false), sOKAY);
@@ -251,8 +254,7 @@ TEST_F(NodeLived, JoinEntriesRawAndPacked) {
     std::memcpy(nf_entry(node, 0), &member, sizeof member);
     uint8_t *sort = nf_entry(node, 0) + 8;
     const SCH_SORT_INFO placed = sch_ref_sort(ri, 0), price = sch_ref_sort(ri, 1);
-    nf_put(sch_sort_col(placed), sort, sch_sort_offset(placed), sch_sort_has_value_offset(placed),
-           "0001-01-02 00:00:01", sub);
+    nf_put(placed, sort, "0001-01-02 00:00:01", sub);
     // Compact: 01; 00 00; 00; slot 2A; one pair: column 07, the time stamp
     // as day 2 (02) and 10000 units (0xC0 0x00 ... : 10000 - 128 = 0x2690,
     // 80 | 0x26, 0x90 = A6 90); price is null and takes no bytes.
@@ -426,19 +428,13 @@ TEST_F(NodeLived, RandomNodesRoundTrip) {
             uint8_t *e = nf_entry(node, i);
             const std::string n = std::to_string(static_cast<int>(rng() % 20000) - 10000);
             if (kind == 0) {
-                if (rng() % 3)
-                    nf_put(sch_elem_col(code), e, sch_elem_offset(code),
-                           sch_elem_has_value_offset(code), ("c" + n).c_str(), sub);
-                if (rng() % 3)
-                    nf_put(sch_elem_col(qty), e, sch_elem_offset(qty),
-                           sch_elem_has_value_offset(qty), n.c_str(), sub);
+                if (rng() % 3) nf_put(code, e, ("c" + n).c_str(), sub);
+                if (rng() % 3) nf_put(qty, e, n.c_str(), sub);
             } else if (kind == 1) {
                 const ZEL_SLOT s = rng();
                 std::memcpy(e, &s, sizeof s);
-                nf_put(sch_sort_col(placed), e + 8, sch_sort_offset(placed),
-                       sch_sort_has_value_offset(placed), "2024-02-29 12:00:00", sub);
-                nf_put(sch_sort_col(price), e + 8, sch_sort_offset(price),
-                       sch_sort_has_value_offset(price), (n + ".25").c_str(), sub);
+                nf_put(placed, e + 8, "2024-02-29 12:00:00", sub);
+                nf_put(price, e + 8, (n + ".25").c_str(), sub);
             } else {
                 const ZEL_BLOB_NODE_DATA b{rng(), rng() % 1000};
                 std::memcpy(e, &b, sizeof b);
@@ -475,8 +471,7 @@ TEST_F(NodeLived, OutOfMemory) {
     ASSERT_EQ(nf_unpack(&node, cat.byCode, {0x00}, sub, false), sOKAY);
     node.used = 2;
     const SCH_ELEM_INFO_C code = sch_key_elem_c(cat.byCode, 0);
-    nf_put(sch_elem_col(code), nf_entry(node, 1), sch_elem_offset(code),
-           sch_elem_has_value_offset(code), "key", sub);
+    nf_put(code, nf_entry(node, 1), "key", sub);
     const Bytes compact = nf_pack(node, sub, false), img = nf_pack(node, sub, true);
     node_free(&node);
     for (bool expanded : {false, true}) {
@@ -492,17 +487,15 @@ TEST_F(NodeLived, OutOfMemory) {
             EXPECT_EQ(n.slotData, nullptr);
             return rc;
         });
-        oom_check(master, {sub}, [&]() {
-            ZEL_NODE n{};
-            const ZEL_RETCODE rc = nf_unpack(&n, cat.itemOwner, empty, sub, expanded);
-            if (rc == sOKAY) node_free(&n);
-            return rc;
-        });
-        oom_check(master, {sub}, [&]() {
-            ZEL_NODE n{};
-            const ZEL_RETCODE rc = nf_unpack(&n, cat.photo, empty, sub, expanded);
-            if (rc == sOKAY) node_free(&n);
-            return rc;
-        });
+        for (int kind : {1, 2}) {
+            oom_check(master, {sub}, [&]() {
+                ZEL_NODE n{};
+                const ZEL_RETCODE rc = kind == 1
+                                           ? nf_unpack(&n, cat.itemOwner, empty, sub, expanded)
+                                           : nf_unpack(&n, cat.photo, empty, sub, expanded);
+                node_free(&n);
+                return rc;
+            });
+        }
     }
 }

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -21,16 +20,12 @@
 #include "schema_ops.h"
 #include "tag_sub.h"
 #include "value.h"
+#include "vectors.h"
 
 using Bytes = std::vector<uint8_t>;
 
 inline std::vector<std::string> rf_split(const std::string &s, char sep) {
-    std::vector<std::string> out;
-    size_t from = 0;
-    for (size_t at; (at = s.find(sep, from)) != std::string::npos; from = at + 1)
-        out.push_back(s.substr(from, at - from));
-    out.push_back(s.substr(from));
-    return out;
+    return vectors_split(s, sep);
 }
 
 inline std::string rf_hex(const Bytes &b) {
@@ -44,20 +39,13 @@ inline std::string rf_hex(const Bytes &b) {
 }
 
 inline Bytes rf_bytes(const std::string &hex) {
-    Bytes out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2)
-        out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    return out;
+    const std::string s = vectors_unhex(hex);
+    return Bytes(s.begin(), s.end());
 }
 
 // The lines of a vector file of test/data, split at tabs.
-inline std::vector<std::vector<std::string>> rf_vectors(const char *name) {
-    std::vector<std::vector<std::string>> out;
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    EXPECT_TRUE(in.good()) << name;
-    std::string line;
-    while (std::getline(in, line)) out.push_back(rf_split(line, '\t'));
-    return out;
+inline std::vector<VectorRow> rf_vectors(const char *name) {
+    return vectors_read(name, '\t', false);
 }
 
 // An encoder or decoder over a growing library buffer on `sub`.

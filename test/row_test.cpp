@@ -18,6 +18,23 @@
 
 namespace {
 
+// A row that gives back what it held when it is made or read again, and at
+// the end.
+struct Row : ZEL_ROW {
+    Row() : ZEL_ROW{} {}
+    Row(const Row &) = delete;
+    ~Row() { row_free(this); }
+    ZEL_RETCODE empty(SCH_TBL_INFO_C ti, B_TAG_SUB sub, ZEL_ROWID_T rowid = 0) {
+        row_free(this);
+        return rf_empty(this, ti, sub, rowid);
+    }
+    ZEL_RETCODE read(SCH_TBL_INFO_C ti, const Bytes &b, B_TAG_SUB sub, bool expanded = false,
+                     DB_INSTANCE *dbi = nullptr, ZEL_ERR *hErr = nullptr, ZEL_ROWID_T rowid = 0) {
+        row_free(this);
+        return rf_unpack(this, ti, b, sub, expanded, dbi, hErr, rowid);
+    }
+};
+
 class RowTest : public SchemaTest {
   protected:
     // T(c0 INT32 not null, c1 VARCHAR(10), c2 INT32)
@@ -52,8 +69,8 @@ class RowLived : public TaggedTest {
 
 TEST_F(RowTest, StoredBytesByHand) {
     MakeT();
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, t, sub), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(t, sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "c0", "5", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "c2", "-1", sub), sOKAY);
     // 00 no AVL keys; 00 no joins; group 01 00 (one column from id 0) with
@@ -61,19 +78,16 @@ TEST_F(RowTest, StoredBytesByHand) {
     // 01 02 with c2 = -1 as 01; 00 ends the stream.
     const Bytes want = {0x00, 0x00, 0x01, 0x00, 0x0A, 0x01, 0x02, 0x01, 0x00};
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), rf_hex(want));
-    row_free(&row);
 
-    ZEL_ROW back;
-    ASSERT_EQ(rf_unpack(&back, t, want, sub), sOKAY);
+    Row back;
+    ASSERT_EQ(back.read(t, want, sub), sOKAY);
     EXPECT_EQ(rf_text(back, "c0"), "5");
     EXPECT_EQ(rf_text(back, "c2"), "-1");
     EXPECT_EQ(rf_status(back, sch_find_col_by_name(t, "c1")), vsNULL);
-    row_free(&back);
 
     // No stored column at all: the two counts and the end.
-    ASSERT_EQ(rf_empty(&row, t, sub), sOKAY);
+    ASSERT_EQ(row.empty(t, sub), sOKAY);
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), "00 00 00");
-    row_free(&row);
 }
 
 TEST_F(RowTest, BlobIsItsPresenceMark) {
@@ -82,8 +96,8 @@ TEST_F(RowTest, BlobIsItsPresenceMark) {
         sOKAY);
     ASSERT_EQ(sch_tbl_finalize(t, ZEL_TRUE), sOKAY);
     SCH_COL_INFO doc = sch_find_col_by_name(t, "doc");
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, t, sub), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(t, sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "id", "1", sub), sOKAY);
     // A present blob: status vsNOVAL, has-value byte 1.
     row.data.b.col_data[sch_col_has_value_offset(doc)] = 1;
@@ -93,11 +107,9 @@ TEST_F(RowTest, BlobIsItsPresenceMark) {
     // 00 00; group 02 00: id = 1 as 02, the blob as its mark 01; 00.
     const Bytes want = {0x00, 0x00, 0x02, 0x00, 0x02, 0x01, 0x00};
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), rf_hex(want));
-    row_free(&row);
-    ASSERT_EQ(rf_unpack(&row, t, want, sub), sOKAY);
+    ASSERT_EQ(row.read(t, want, sub), sOKAY);
     EXPECT_EQ(rf_status(row, doc), vsNOVAL);
     EXPECT_EQ(row.data.b.col_data[sch_col_has_value_offset(doc)], 1);
-    row_free(&row);
 }
 
 TEST_F(RowTest, LinksOfAvlKeysAndReferences) {
@@ -116,8 +128,8 @@ TEST_F(RowTest, LinksOfAvlKeysAndReferences) {
               sOKAY);
     ASSERT_EQ(fx_addRef(t, 0, "m_o", 1, 0, {1}, {}, ZEL_REF_ACTION_RESTRICT), sOKAY);
     ASSERT_EQ(sch_tbl_finalize(t, ZEL_TRUE), sOKAY);
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, t, sub, 77), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(t, sub, 77), sOKAY);
     EXPECT_EQ(rf_status(row, sch_find_col_by_name(t, "r")), vsOKAY);  // the rowid, filled in
     ASSERT_EQ(rf_set(&row, "id", "1", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "o", "5", sub), sOKAY);  // a reference column: never stored
@@ -126,64 +138,42 @@ TEST_F(RowTest, LinksOfAvlKeysAndReferences) {
     // 01 one AVL key: avl_ndx 00, left 300 = 80 AC (the 2-byte form of
     // 300 - 128 = 0xAC: 0x80 | 0xAC >> 8, then 0xAC), right 05, flags 03; 01 one join: ref_ndx 00,
     // owner 07; group 01 00 with id = 1 as 02 (o refers, v is null, r is a rowid); 00.
-    const Bytes want = {0x01, 0x00, 0x80, 0xAC, 0x05, 0x03, 0x01,
-                        0x00, 0x07, 0x01, 0x00, 0x02, 0x00};
+    const Bytes want = rf_bytes("010080AC050301000701000200");
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), rf_hex(want));
-    row_free(&row);
-    ASSERT_EQ(rf_unpack(&row, t, want, sub, false, nullptr, nullptr, 99), sOKAY);
+    ASSERT_EQ(row.read(t, want, sub, false, nullptr, nullptr, 99), sOKAY);
     EXPECT_EQ(row.avls[0].left, 300u);
     EXPECT_EQ(row.avls[0].right, 5u);
     EXPECT_EQ(row.avls[0].flags, 3);
     EXPECT_EQ(row.joins[0].owner, 7u);
     EXPECT_EQ(rf_status(row, sch_find_col_by_name(t, "o")), vsNOVAL);
     EXPECT_EQ(rf_text(row, "r"), "99");
-    row_free(&row);
 }
 
 TEST_F(RowTest, EveryTypeRoundTrips) {
     ASSERT_EQ(fx_addTable(sch, 1, "all", fx_allTypes(), 0, 0, &t), sOKAY);
     ASSERT_EQ(sch_tbl_finalize(t, ZEL_TRUE), sOKAY);
+    // clang-format off
     const std::vector<std::pair<const char *, const char *>> vals = {
-        {"id", "-9000000000"},
-        {"flag", "true"},
-        {"i8", "-7"},
-        {"u8", "200"},
-        {"i16", "-300"},
-        {"u16", "65535"},
-        {"i32", "2147483647"},
-        {"u32", "4000000000"},
-        {"u64", "18446744073709551615"},
-        {"f", "1.5"},
-        {"d", "-2.25"},
-        {"amount", "-12345"},
-        {"day", "2024-02-29"},
-        {"at", "12:34:56"},
-        {"attz", "12:34:56+02:00"},
-        {"ts", "1999-12-31 23:59:59"},
-        {"tstz", "2000-01-01 00:00:00-05:30"},
-        {"uid", "{00112233-4455-6677-8899-aabbccddeeff}"},
-        {"name", "h\xC3\xA9llo"},
-        {"note", "a note"},
-        {"wname", "wide"},
-        {"wnote", "wider"},
-        {"bin", "01020304050607"},
-        {"vbin", "0A0B"},
-        {"i32a", "5"},
-        {"da", "0.5"},
-    };
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, t, sub), sOKAY);
+        {"id", "-9000000000"}, {"flag", "true"}, {"i8", "-7"}, {"u8", "200"}, {"i16", "-300"},
+        {"u16", "65535"}, {"i32", "2147483647"}, {"u32", "4000000000"},
+        {"u64", "18446744073709551615"}, {"f", "1.5"}, {"d", "-2.25"}, {"amount", "-12345"},
+        {"day", "2024-02-29"}, {"at", "12:34:56"}, {"attz", "12:34:56+02:00"},
+        {"ts", "1999-12-31 23:59:59"}, {"tstz", "2000-01-01 00:00:00-05:30"},
+        {"uid", "{00112233-4455-6677-8899-aabbccddeeff}"}, {"name", "h\xC3\xA9llo"},
+        {"note", "a note"}, {"wname", "wide"}, {"wnote", "wider"}, {"bin", "01020304050607"},
+        {"vbin", "0A0B"}, {"i32a", "5"}, {"da", "0.5"}};
+    // clang-format on
+    Row row;
+    ASSERT_EQ(row.empty(t, sub), sOKAY);
     for (const auto &[name, text] : vals) ASSERT_EQ(rf_set(&row, name, text, sub), sOKAY) << name;
     const Bytes packed = rf_pack(row, sub);
-    ZEL_ROW back;
-    ASSERT_EQ(rf_unpack(&back, t, packed, sub), sOKAY);
+    Row back;
+    ASSERT_EQ(back.read(t, packed, sub), sOKAY);
     for (const auto &[name, text] : vals)
         EXPECT_EQ(rf_text(back, name), rf_text(row, name)) << name;
     EXPECT_EQ(0, std::memcmp(row.data.b.col_status, back.data.b.col_status,
                              sch_tbl_num_cols(t) * sizeof(VAL_STATUS)));
     EXPECT_EQ(rf_hex(rf_pack(back, sub)), rf_hex(packed));
-    row_free(&row);
-    row_free(&back);
 }
 
 // A row written under version 1 of a table and read under version 2, which
@@ -224,17 +214,16 @@ TEST_F(RowTest, ReadUnderALaterVersion) {
     ASSERT_EQ(sch_create(&sch2, sub), sOKAY);
     build(sch2, true, &t2);
 
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, t1, sub), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(t1, sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "a", "1", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "b", "gone", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "c", "3", sub), sOKAY);
     row.avls[0] = ZEL_AVL{1, 2, 3};
     row.joins[0].owner = 4;
     const Bytes v1 = rf_pack(row, sub);
-    row_free(&row);
 
-    ASSERT_EQ(rf_unpack(&row, t2, v1, sub), sOKAY);
+    ASSERT_EQ(row.read(t2, v1, sub), sOKAY);
     EXPECT_EQ(row.avls, nullptr);   // the key's entry was read and dropped
     EXPECT_EQ(row.joins, nullptr);  // so was the reference's
     EXPECT_EQ(rf_text(row, "a"), "1");
@@ -245,7 +234,6 @@ TEST_F(RowTest, ReadUnderALaterVersion) {
     ASSERT_EQ(rf_set(&row, "e", "5", sub), sOKAY);
     // 00 00; group 01 00 a = 02; group 01 02 c = 06; group 01 05 e = 0A; 00.
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), "00 00 01 00 02 01 02 06 01 05 0A 00");
-    row_free(&row);
     sch_destroy(sch2);
 }
 
@@ -262,42 +250,38 @@ TEST_F(RowTest, ModelVectors) {
         const auto vals = rf_split(v[0], '|');
         ASSERT_EQ(vals.size(), 10u);
         const Bytes want = rf_bytes(v[1]);
-        ZEL_ROW row;
-        ASSERT_EQ(rf_empty(&row, t, sub), sOKAY);
+        Row row;
+        ASSERT_EQ(row.empty(t, sub), sOKAY);
         for (size_t c = 0; c < 10; ++c) {
             if (vals[c] == "NULL") continue;
             ASSERT_EQ(rf_set(&row, names[c], vals[c].c_str(), sub), sOKAY) << names[c];
         }
         EXPECT_EQ(rf_hex(rf_pack(row, sub)), rf_hex(want)) << v[0];
-        row_free(&row);
-        ASSERT_EQ(rf_unpack(&row, t, want, sub), sOKAY);
+        ASSERT_EQ(row.read(t, want, sub), sOKAY);
         for (size_t c = 0; c < 10; ++c)
             EXPECT_EQ(rf_text(row, names[c]), vals[c] == "NULL" ? "<ZEL NULL>" : vals[c])
                 << names[c] << " of " << v[0];
-        row_free(&row);
     }
 }
 
 TEST_F(RowTest, DroppedGroupEndsOnZeroAsSuccess) {
     MakeT();
-    ZEL_ROW row;
+    Row row;
     // Kept: group 01 00 holds FB, no varint; the group is dropped with its
     // code, the next count read is the 00, and the row is a success.
-    ASSERT_EQ(rf_unpack(&row, t, {0x00, 0x00, 0x01, 0x00, 0xFB, 0x00}, sub), sOKAY);
+    ASSERT_EQ(row.read(t, {0x00, 0x00, 0x01, 0x00, 0xFB, 0x00}, sub), sOKAY);
     EXPECT_EQ(rf_status(row, sch_find_col_by_name(t, "c0")), vsNOVAL);
-    row_free(&row);
     // A group whose first id cannot be read is dropped the same way: 01 FB,
     // then 01 00 0A sets c0 = 5.
-    ASSERT_EQ(rf_unpack(&row, t, {0x00, 0x00, 0x01, 0xFB, 0x01, 0x00, 0x0A, 0x00}, sub), sOKAY);
+    ASSERT_EQ(row.read(t, {0x00, 0x00, 0x01, 0xFB, 0x01, 0x00, 0x0A, 0x00}, sub), sOKAY);
     EXPECT_EQ(rf_text(row, "c0"), "5");
-    row_free(&row);
     // Only a count that cannot be read fails the row, which then holds
     // nothing.
-    EXPECT_EQ(rf_unpack(&row, t, {0x00, 0x00, 0x01, 0x00, 0x0A}, sub), eEOD);
+    EXPECT_EQ(row.read(t, {0x00, 0x00, 0x01, 0x00, 0x0A}, sub), eEOD);
     EXPECT_EQ(row.row_data, nullptr);
-    EXPECT_EQ(rf_unpack(&row, t, {0x00, 0x00, 0xFC}, sub), eINVVARINT);
-    EXPECT_EQ(rf_unpack(&row, t, {0x00}, sub), eEOD);
-    EXPECT_EQ(rf_unpack(&row, t, {}, sub), eEOD);
+    EXPECT_EQ(row.read(t, {0x00, 0x00, 0xFC}, sub), eINVVARINT);
+    EXPECT_EQ(row.read(t, {0x00}, sub), eEOD);
+    EXPECT_EQ(row.read(t, {}, sub), eEOD);
 }
 
 TEST_F(RowTest, IdsTheTableNeverHadAbandonTheGroup) {
@@ -307,48 +291,42 @@ TEST_F(RowTest, IdsTheTableNeverHadAbandonTheGroup) {
               sOKAY);
     ASSERT_EQ(sch_tbl_col_drop(sch_get_col_by_index(t, 1), ZEL_TRUE), sOKAY);  // slot emptied
     ASSERT_EQ(sch_tbl_finalize(t, ZEL_TRUE), sOKAY);
-    ZEL_ROW row;
+    Row row;
     // 02 02 04: c2 = 2 is read, then id 3 (at next_col) drops the rest of
     // the group and the 00 after it ends the row.
-    EXPECT_EQ(rf_unpack(&row, t, {0, 0, 0x02, 0x02, 0x04, 0x00}, sub), sOKAY);
+    EXPECT_EQ(row.read(t, {0, 0, 0x02, 0x02, 0x04, 0x00}, sub), sOKAY);
     EXPECT_EQ(rf_text(row, "c2"), "2");
-    row_free(&row);
     // id 1 has no column record: its group stops before reading a value, so
     // the 00 that would have been its value ends the row.
-    EXPECT_EQ(rf_unpack(&row, t, {0, 0, 0x02, 0x01, 0x00, 0x04, 0x00}, sub), sOKAY);
+    EXPECT_EQ(row.read(t, {0, 0, 0x02, 0x01, 0x00, 0x04, 0x00}, sub), sOKAY);
     EXPECT_EQ(rf_status(row, sch_find_col_by_name(t, "c2")), vsNULL);
-    row_free(&row);
 }
 
 TEST_F(RowLived, RetiredColumnsAreReadAndThrownAway) {
-    ZEL_ROW row;
+    Row row;
     // Group 01 09: the retired large object old_doc reads its mark 01; group
     // 01 01: the retired text gone reads 03 "abc"; group 01 00: id = 5.
-    const Bytes in = {0x00, 0x00, 0x01, 0x09, 0x01, 0x01, 0x01, 0x03,
-                      'a',  'b',  'c',  0x01, 0x00, 0x0A, 0x00};
-    ASSERT_EQ(rf_unpack(&row, item, in, sub), sOKAY);
+    const Bytes in = rf_bytes("000001090101010361626301000A00");
+    ASSERT_EQ(row.read(item, in, sub), sOKAY);
     EXPECT_EQ(rf_text(row, "id"), "5");
-    row_free(&row);
     // A retired text is held to its type's length even though the table
     // never laid it out: a length of 136 million is a damaged group, dropped
     // without asking the tag for the bytes.
     int64_t cur = 0, peak = 0;
-    ASSERT_EQ(rf_unpack(&row, item, {0, 0, 0x01, 0x01, 0xE7, 0xFF, 0xFF, 0xFF, 0x00}, sub), sOKAY);
+    ASSERT_EQ(row.read(item, {0, 0, 0x01, 0x01, 0xE7, 0xFF, 0xFF, 0xFF, 0x00}, sub), sOKAY);
     b_tag_subMemUsage(sub, &cur, &peak, nullptr);
     EXPECT_LT(peak, 1 << 20);
-    row_free(&row);
-    ASSERT_EQ(rf_unpack(&row, item, in, sub), sOKAY);
+    ASSERT_EQ(row.read(item, in, sub), sOKAY);
     // Written again, the retired columns are gone.
     // 01 and the live AVL key's empty entry 01 00 00 00; 00 joins; 01 00 0A.
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), "01 01 00 00 00 00 01 00 0A 00");
-    row_free(&row);
 }
 
 TEST_F(RowLived, AvlHoleAndDroppedReference) {
     // The live AVL key has avl_ndx 1 in a row buffer with room for one; the
     // live reference has ndx 1 in a row buffer with room for one.
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, item, sub), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(item, sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "id", "5", sub), sOKAY);
     row.avls[0] = ZEL_AVL{1, 2, 3};
     row.joins[0].owner = 9;
@@ -356,30 +334,23 @@ TEST_F(RowLived, AvlHoleAndDroppedReference) {
     // goes with the first live reference, ref_ndx 01.
     const Bytes packed = rf_pack(row, sub);
     EXPECT_EQ(rf_hex(packed), "01 01 02 03 01 01 01 09 01 00 0A 00");
-    row_free(&row);
     // The reader places by the stored index, which is past the room: both
     // entries go to scratch.
-    ASSERT_EQ(rf_unpack(&row, item, packed, sub), sOKAY);
+    ASSERT_EQ(row.read(item, packed, sub), sOKAY);
     EXPECT_EQ(row.avls[0].left, 0u);
     EXPECT_EQ(row.joins[0].owner, 0u);
     EXPECT_EQ(rf_text(row, "id"), "5");
-    row_free(&row);
     // Entries of keys and references the table does not have are dropped.
     // 02: avl_ndx 00 (the hole) and 07 (past next_avl); 02: ref_ndx 00 (the
     // dropped one) and 03 (past next_ref); no groups.
-    ASSERT_EQ(rf_unpack(&row, item,
-                        {0x02, 0x00, 0x01, 0x01, 0x01, 0x07, 0x02, 0x02, 0x02, 0x02, 0x00, 0x05,
-                         0x03, 0x06, 0x00},
-                        sub),
-              sOKAY);
+    ASSERT_EQ(row.read(item, rf_bytes("020001010107020202020005030600"), sub), sOKAY);
     EXPECT_EQ(row.avls[0].left, 0u);
     EXPECT_EQ(row.joins[0].owner, 0u);
-    row_free(&row);
 }
 
 TEST_F(RowLived, ExpandedImage) {
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, item, sub, 3), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(item, sub, 3), sOKAY);
     ASSERT_EQ(rf_set(&row, "code", "ab", sub), sOKAY);
     row.avls[0].right = 11;
     const Bytes img = rf_pack(row, sub, true);
@@ -388,13 +359,11 @@ TEST_F(RowLived, ExpandedImage) {
     std::memcpy(&len, img.data(), 8);
     EXPECT_EQ(len, item->bufferInfo.row_buffer_size);
     EXPECT_EQ(0, std::memcmp(img.data() + 8, row.row_data, row.data_len));
-    ZEL_ROW back;
-    ASSERT_EQ(rf_unpack(&back, item, img, sub, true), sOKAY);
+    Row back;
+    ASSERT_EQ(back.read(item, img, sub, true), sOKAY);
     EXPECT_EQ(back.avls[0].right, 11u);
     EXPECT_EQ(rf_text(back, "code"), "ab");
     EXPECT_EQ(rf_hex(rf_pack(back, sub, true)), rf_hex(img));
-    row_free(&back);
-    row_free(&row);
 
     // A stored length the input cannot hold: eEOD before any allocation (a
     // fresh tag's peak stays where it was).
@@ -404,7 +373,7 @@ TEST_F(RowLived, ExpandedImage) {
     ASSERT_EQ(b_tag_subCreate(master, &fresh), sOKAY);
     int64_t cur = 0, peak0 = 0, peak1 = 0;
     b_tag_subMemUsage(fresh, &cur, &peak0, nullptr);
-    EXPECT_EQ(rf_unpack(&back, item, lying, fresh, true), eEOD);
+    EXPECT_EQ(back.read(item, lying, fresh, true), eEOD);
     EXPECT_EQ(back.row_data, nullptr);
     b_tag_subMemUsage(fresh, &cur, &peak1, nullptr);
     EXPECT_EQ(peak1, peak0);
@@ -412,38 +381,33 @@ TEST_F(RowLived, ExpandedImage) {
     // A short image gets a whole row buffer all the same, so the column
     // pointers stay inside it; length 0 too.
     const Bytes shortImg = {4, 0, 0, 0, 0, 0, 0, 0, 1, 2, 3, 4};
-    ASSERT_EQ(rf_unpack(&back, item, shortImg, sub, true), sOKAY);
+    ASSERT_EQ(back.read(item, shortImg, sub, true), sOKAY);
     EXPECT_EQ(back.data_len, 4u);
     EXPECT_EQ(rf_status(back, sch_find_col_by_name(item, "ratio")), vsNOVAL);
     EXPECT_EQ(rf_hex(rf_pack(back, sub, true)), rf_hex(shortImg));
-    row_free(&back);
-    ASSERT_EQ(rf_unpack(&back, item, Bytes(8, 0), sub, true), sOKAY);
+    ASSERT_EQ(back.read(item, Bytes(8, 0), sub, true), sOKAY);
     EXPECT_NE(back.row_data, nullptr);
-    row_free(&back);
-    ASSERT_EQ(rf_unpack(&back, cat.bare, Bytes(8, 0), sub, true), sOKAY);
+    ASSERT_EQ(back.read(cat.bare, Bytes(8, 0), sub, true), sOKAY);
     EXPECT_EQ(back.row_data, nullptr);
     EXPECT_EQ(back.avls, nullptr);
     EXPECT_EQ(back.data.b.col_data, nullptr);
-    row_free(&back);
-    EXPECT_EQ(rf_unpack(&back, item, {1, 0, 0}, sub, true), eEOD);
+    EXPECT_EQ(back.read(item, {1, 0, 0}, sub, true), eEOD);
     // Expanded writing needs the bulk function.
-    ASSERT_EQ(rf_empty(&row, item, sub), sOKAY);
+    ASSERT_EQ(row.empty(item, sub), sOKAY);
     B_BUFFER_T b;
     b_bufferInit(&b, sub);
     B_ENCODER_T noBulk;
     b_encoderInit(&noBulk, b_bufferEmitByte, nullptr, &b, sub);
     EXPECT_EQ(row_pack_expanded(&row, &noBulk), eNOTIMPLEMENTED);
     b_bufferTerm(&b);
-    row_free(&row);
 }
 
 TEST_F(RowLived, TableWithoutColumns) {
-    ZEL_ROW row;
+    Row row;
     // Only the two counts are read; the writer still closes with a zero.
-    ASSERT_EQ(rf_unpack(&row, cat.bare, {0x00, 0x00}, sub), sOKAY);
+    ASSERT_EQ(row.read(cat.bare, {0x00, 0x00}, sub), sOKAY);
     EXPECT_EQ(row.row_data, nullptr);
     EXPECT_EQ(rf_hex(rf_pack(row, sub)), "00 00 00");
-    row_free(&row);
 }
 
 namespace {
@@ -462,8 +426,8 @@ TEST_F(RowLived, KeptCompactAndConverted) {
     std::vector<ZEL_RETCODE> seen;
     zelErrorSetUserHandler(&err, row_test_handler, &seen);
 
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, item, sub, 8), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(item, sub, 8), sOKAY);
     row.hErr = &err;
     ASSERT_EQ(rf_set(&row, "id", "5", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "code", "xyz", sub), sOKAY);
@@ -491,10 +455,9 @@ TEST_F(RowLived, KeptCompactAndConverted) {
     EXPECT_EQ(row_convert(&row, ZEL_ROW_FORMAT_VALUE), eNOTIMPLEMENTED);
     EXPECT_EQ(row_convert(&row, static_cast<ZEL_ROW_FORMAT>(9)), eSYS_ERROR);
     EXPECT_EQ((std::vector<ZEL_RETCODE>{eNOTIMPLEMENTED, eSYS_ERROR}), seen);
-    row_free(&row);
 
     // Unpacked with a configured row_format of compact, the stream is kept.
-    ASSERT_EQ(rf_unpack(&row, item, packed, sub, false, &inst.dbi, &err, 8), sOKAY);
+    ASSERT_EQ(row.read(item, packed, sub, false, &inst.dbi, &err, 8), sOKAY);
     EXPECT_EQ(row.format, ZEL_ROW_FORMAT_COMPACT);
     EXPECT_EQ(rf_hex(Bytes(row.data.c.buffer->data.bin,
                            row.data.c.buffer->data.bin + row.data.c.buffer->len)),
@@ -513,7 +476,7 @@ TEST_F(RowLived, KeptCompactAndConverted) {
 
     seen.clear();
     inst.dbi.row_format = ZEL_ROW_FORMAT_VALUE;
-    EXPECT_EQ(rf_unpack(&row, item, packed, sub, false, &inst.dbi, &err), eNOTIMPLEMENTED);
+    EXPECT_EQ(row.read(item, packed, sub, false, &inst.dbi, &err), eNOTIMPLEMENTED);
     row.format = ZEL_ROW_FORMAT_VALUE;
     row.hErr = &err;
     EXPECT_EQ(rf_pack(row, sub, false, eNOTIMPLEMENTED).size(), 0u);
@@ -523,15 +486,14 @@ TEST_F(RowLived, KeptCompactAndConverted) {
 }
 
 TEST_F(RowLived, FailedConversionLeavesTheRowCompact) {
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, item, sub), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(item, sub), sOKAY);
     ASSERT_EQ(row_convert(&row, ZEL_ROW_FORMAT_COMPACT), sOKAY);
     B_BUFFER_T *kept = row.data.c.buffer;
     kept->len = 1;  // the stream cut after its first count
     EXPECT_EQ(row_convert(&row, ZEL_ROW_FORMAT_BUFFER), eEOD);
     EXPECT_EQ(row.format, ZEL_ROW_FORMAT_COMPACT);
     EXPECT_EQ(row.data.c.buffer, kept);
-    row_free(&row);
 }
 
 TEST(RowHuge, ClearedAboveWhatTheTagClears) {
@@ -556,14 +518,13 @@ TEST(RowHuge, ClearedAboveWhatTheTagClears) {
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
     for (int round = 0; round < 3; ++round) {
-        ZEL_ROW row;
-        ASSERT_EQ(rf_unpack(&row, t, {0, 0, 0x01, 0x00, 0x01, 'x', 0x00}, sub), sOKAY);
+        Row row;
+        ASSERT_EQ(row.read(t, {0, 0, 0x01, 0x00, 0x01, 'x', 0x00}, sub), sOKAY);
         const uint8_t *data = row.data.b.col_data;
         size_t dirty = 0;
         for (size_t i = 2; i < sch_tbl_has_value_offset(t); ++i) dirty += data[i] != 0;
         EXPECT_EQ(dirty, 0u) << round;
         std::memset(row.row_data, 0xAA, row.data_len);
-        row_free(&row);
     }
     sch_destroy(sch);
     b_tag_subDestroy(sub);
@@ -575,8 +536,8 @@ TEST(RowHuge, ClearedAboveWhatTheTagClears) {
 TEST_F(RowLived, OutOfMemory) {
     RfInstance inst(sub, ZEL_ROW_FORMAT_COMPACT);
     psp_poolSetMaxPooled(&inst.dbi.bufferPool, 0);  // every record back to the tag
-    ZEL_ROW row;
-    ASSERT_EQ(rf_empty(&row, item, sub, 4), sOKAY);
+    Row row;
+    ASSERT_EQ(row.empty(item, sub, 4), sOKAY);
     ASSERT_EQ(rf_set(&row, "id", "5", sub), sOKAY);
     ASSERT_EQ(rf_set(&row, "code", "xyz", sub), sOKAY);
     const Bytes packed = rf_pack(row, sub);
@@ -591,8 +552,8 @@ TEST_F(RowLived, OutOfMemory) {
 
     auto unpackOp = [&](const Bytes &in, bool expanded, DB_INSTANCE *dbi) {
         return [&, expanded, dbi]() {
-            ZEL_ROW r;
-            const ZEL_RETCODE rc = rf_unpack(&r, item, in, sub, expanded, dbi);
+            Row r;
+            const ZEL_RETCODE rc = r.read(item, in, sub, expanded, dbi);
             if (rc != sOKAY) {
                 EXPECT_EQ(r.row_data, nullptr);
                 return rc;
@@ -600,7 +561,6 @@ TEST_F(RowLived, OutOfMemory) {
             if (r.format == ZEL_ROW_FORMAT_BUFFER) {
                 EXPECT_EQ(rf_text(r, "code"), "xyz");
             }
-            row_free(&r);
             return rc;
         };
     };
@@ -636,5 +596,4 @@ TEST_F(RowLived, OutOfMemory) {
             return rc;
         });
     }
-    row_free(&row);
 }

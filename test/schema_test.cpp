@@ -17,39 +17,38 @@
 
 namespace {
 
+// Numbers as one text, blank-separated.
+template <class... T>
+std::string facts(T... values) {
+    std::string s;
+    ((s += (s.empty() ? "" : " ") + std::to_string(static_cast<long long>(values))), ...);
+    return s;
+}
+
 TEST(SchemaSysFiles, ConstantsStandAsStored) {
     SCH_TBL_INFO ti = sch_get_sysfiles_table();
     EXPECT_STREQ(sch_tbl_name(ti), "_sys_files");
     EXPECT_EQ(sch_tbl_schema(ti), nullptr);
     EXPECT_EQ(sch_tbl_type(ti), ZEL_TABLE_STANDARD);
-    EXPECT_EQ(sch_tbl_num_cols(ti), 5);
-    EXPECT_EQ(sch_tbl_max_cols(ti), 5);
-    EXPECT_EQ(sch_tbl_num_keys(ti), 1);
-    EXPECT_EQ(sch_tbl_num_refs(ti), 0);
-    EXPECT_EQ(sch_tbl_num_drawers(ti), 3u);
-    EXPECT_EQ(sch_tbl_has_value_offset(ti), 64520u);
-    EXPECT_EQ(sch_tbl_byte_len(ti), 64528u);
-    struct {
-        const char *name;
-        ZEL_TYPE type;
-        bool notNull;
-        uint16_t len;
-        uint32_t ptr, hvo;
-    } rows[] = {{"name", ZEL_CHAR, true, 1024, 0, 0},
-                {"data", ZEL_CHAR, false, 63480, 1024, 64520},
-                {"data_len", ZEL_UINT64, true, 8, 64504, 0},
-                {"version", ZEL_UINT64, true, 8, 64512, 0},
-                {"data_blob", ZEL_BLOB, false, 0, 0, 64521}};
+    // cols max keys refs drawers has-value length
+    EXPECT_EQ(facts(sch_tbl_num_cols(ti), sch_tbl_max_cols(ti), sch_tbl_num_keys(ti),
+                    sch_tbl_num_refs(ti), sch_tbl_num_drawers(ti), sch_tbl_has_value_offset(ti),
+                    sch_tbl_byte_len(ti)),
+              "5 5 1 0 3 64520 64528");
+    // name: type not-null length offset has-value key
+    const std::string rows[] = {"name: " + facts(ZEL_CHAR, 1, 1024, 0, 0, 0),
+                                "data: " + facts(ZEL_CHAR, 0, 63480, 1024, 64520, 65535),
+                                "data_len: " + facts(ZEL_UINT64, 1, 8, 64504, 0, 65535),
+                                "version: " + facts(ZEL_UINT64, 1, 8, 64512, 0, 65535),
+                                "data_blob: " + facts(ZEL_BLOB, 0, 0, 0, 64521, 65535)};
     for (ZEL_COL_INDEX i = 0; i < 5; ++i) {
         SCH_COL_INFO ci = sch_find_col_by_ndx(ti, i);
         ASSERT_NE(ci, nullptr);
-        EXPECT_STREQ(sch_col_name(ci), rows[i].name);
-        EXPECT_EQ(sch_col_data_type(ci), rows[i].type);
-        EXPECT_EQ(sch_col_not_null(ci) != 0, rows[i].notNull);
-        EXPECT_EQ(sch_col_byte_len(ci), rows[i].len);
-        EXPECT_EQ(sch_col_offset(ci), rows[i].ptr);
-        EXPECT_EQ(sch_col_has_value_offset(ci), rows[i].hvo);
-        EXPECT_EQ(sch_col_key_ndx(ci), i == 0 ? 0 : 65535);
+        EXPECT_EQ(
+            sch_col_name(ci) + (": " + facts(sch_col_data_type(ci), sch_col_not_null(ci) != 0,
+                                             sch_col_byte_len(ci), sch_col_offset(ci),
+                                             sch_col_has_value_offset(ci), sch_col_key_ndx(ci))),
+            rows[i]);
     }
     EXPECT_EQ(sch_type_info(sch_col_type_c(sch_find_col_by_ndx(ti, 0))), &utf8_type_info);
     // The blob column keeps the character large-object descriptor.
@@ -60,22 +59,19 @@ TEST(SchemaSysFiles, ConstantsStandAsStored) {
     SCH_KEY_INFO ki = sch_tbl_primary_key(ti);
     ASSERT_EQ(ki, sch_find_key_by_ndx(ti, 0));
     EXPECT_STREQ(sch_key_name(ki), "name");
-    EXPECT_EQ(sch_key_type(ki), ZEL_KEY_TYPE_PRIMARY);
-    EXPECT_EQ(sch_key_method(ki), ZEL_KEY_METHOD_BTREE);
-    EXPECT_EQ(sch_key_byte_len(ki), 1024u);
-    EXPECT_EQ(sch_key_has_value_offset(ki), 1024u);
-    EXPECT_TRUE(sch_key_inline(ki));
-    EXPECT_EQ(sch_key_drawer_ndx(ki), 3u);
+    // type method length has-value inline drawer
+    EXPECT_EQ(facts(sch_key_type(ki), sch_key_method(ki), sch_key_byte_len(ki),
+                    sch_key_has_value_offset(ki), sch_key_inline(ki) != 0, sch_key_drawer_ndx(ki)),
+              facts(ZEL_KEY_TYPE_PRIMARY, ZEL_KEY_METHOD_BTREE, 1024, 1024, 1, 3));
     EXPECT_EQ(sch_elem_col(sch_key_elem_c(ki, 0)), sch_find_col_by_ndx(ti, 0));
 
     // Drawers 2, 3, 4 in the table's order; the blob drawer's source is 3.
     const ZEL_DRAWER_TYPE types[] = {ZEL_DRAWER_TABLE, ZEL_DRAWER_BTREE, ZEL_DRAWER_BLOB};
     for (ZEL_DRAWER i = 0; i < 3; ++i) {
         SCH_DRAWER_INFO di = sch_tbl_related_drawer(ti, i);
-        EXPECT_EQ(sch_drawer_id(di), i + 2);
-        EXPECT_EQ(sch_drawer_tbl_ndx(di), i);
-        EXPECT_EQ(sch_drawer_type(di), types[i]);
-        EXPECT_FALSE(sch_drawer_compact(di));
+        EXPECT_EQ(facts(sch_drawer_id(di), sch_drawer_tbl_ndx(di), sch_drawer_type(di),
+                        sch_drawer_compact(di) != 0),
+                  facts(i + 2, i, types[i], 0));
         EXPECT_EQ(sch_drawer(nullptr, i + 2), di);
     }
     EXPECT_EQ(sch_drawer_src_ndx(sch_drawer(nullptr, 4)), 3);
@@ -83,10 +79,9 @@ TEST(SchemaSysFiles, ConstantsStandAsStored) {
 
     ZEL_ROW_BUFFER_INFO b;
     ASSERT_EQ(sch_tbl_get_buffer_info(ti, &b), sOKAY);
-    EXPECT_EQ(b.col_data_offset, 24u);
-    EXPECT_EQ(b.col_data_size, 64528u);
-    EXPECT_EQ(b.row_buffer_size, 65452u);  // kept; not 24 + 64528
-    EXPECT_EQ(b.num_cols, 5);
+    // offset, size, buffer (kept: not 24 + 64528), columns
+    EXPECT_EQ(facts(b.col_data_offset, b.col_data_size, b.row_buffer_size, b.num_cols),
+              "24 64528 65452 5");
 }
 
 TEST(SchemaSysFiles, ReachableWithoutCatalogue) {
@@ -138,10 +133,9 @@ TEST(SchemaIdentifiers, PackedForms) {
 }
 
 TEST_F(SchemaTest, EmptyCatalogue) {
-    EXPECT_EQ(sch_num_tables(sch), 1);
-    EXPECT_EQ(sch_num_user_tables(sch), 0);
-    EXPECT_EQ(sch_next_drawer(sch), 5u);
-    EXPECT_EQ(sch_num_user_drawers(sch), 0u);
+    EXPECT_EQ(facts(sch_num_tables(sch), sch_num_user_tables(sch), sch_next_drawer(sch),
+                    sch_num_user_drawers(sch)),
+              "1 0 5 0");
     ZEL_TBL_INDEX pos = 77;
     EXPECT_EQ(sch_find_table_by_name(sch, "_sys_files", &pos), nullptr);
     EXPECT_EQ(pos, 77);  // fewer than two tables: nothing written
@@ -452,9 +446,7 @@ TEST_F(SchemaTest, TypeSetters) {
     EXPECT_EQ(sch_type_set_length(pi, 256), eRANGE);
     EXPECT_EQ(sch_type_set_length(pi, 20), sOKAY);
     EXPECT_EQ(sch_type_set_scale(pi, 4), sOKAY);
-    EXPECT_EQ(sch_type_prec(pi), 20);
-    EXPECT_EQ(sch_type_scale(pi), 4);
-    EXPECT_EQ(sch_type_length(pi), 20);
+    EXPECT_EQ(facts(sch_type_prec(pi), sch_type_scale(pi), sch_type_length(pi)), "20 4 20");
     EXPECT_EQ(sch_type_set_elems(pi, 2), eBADCAT);
     ASSERT_EQ(sch_type_set_data_type(pi, ZEL_DATE, ZEL_TRUE), sOKAY);
     EXPECT_EQ(sch_type_set_length(pi, 3), eBADCAT);
@@ -677,36 +669,13 @@ TEST_F(SchemaTest, KeyNamesAndDrawerRoom) {
 // a domain, the lookups that build arrays, a trigger with a value on a stack
 // tag. Texts being replaced keep their old value when the copy fails.
 ZEL_RETCODE buildEverything(SCH_INFO sch, B_TAG_STACK stack, SCH_TRIG_INFO *trig) {
-    static const char *const defaults[] = {"7",
-                                           "TRUE",
-                                           "-7",
-                                           "7",
-                                           "-7",
-                                           "7",
-                                           "-7",
-                                           "7",
-                                           "7",
-                                           "2.5",
-                                           "1e300",
-                                           "12.50",
-                                           "2021-01-31",
-                                           "10:00:00",
-                                           "10:00:00+01:00",
-                                           "2021-01-31 10:00:00",
-                                           "2021-01-31 10:00:00+01:00",
-                                           "auto",
-                                           "{12345678-1234-1234-1234-123456789abc}",
-                                           "x",
-                                           "hello",
-                                           "w",
-                                           "wide",
-                                           "ABcd",
-                                           "ABcd",
-                                           "ABcd",
-                                           "text",
-                                           "wtext",
-                                           "7",
-                                           "2.5"};
+    // clang-format off
+    static const char *const defaults[] = {"7", "TRUE", "-7", "7", "-7", "7", "-7", "7", "7",
+        "2.5", "1e300", "12.50", "2021-01-31", "10:00:00", "10:00:00+01:00",
+        "2021-01-31 10:00:00", "2021-01-31 10:00:00+01:00", "auto",
+        "{12345678-1234-1234-1234-123456789abc}", "x", "hello", "w", "wide", "ABcd", "ABcd",
+        "ABcd", "text", "wtext", "7", "2.5"};
+    // clang-format on
     ZEL_RETCODE rc;
     SCH_TBL_INFO cust = nullptr, ord = nullptr, all = nullptr;
     SCH_REF_INFO ref = nullptr;

@@ -317,16 +317,14 @@ TEST_F(SubTag, ReportRows) {
     B_TAG_SUB_REPORT_T r[B_TAG_SUB_REPORT_ROWS];
     int64_t cur = 0, max = 0;
     b_tag_subMemUsage(sub_, &cur, &max, r);
-    EXPECT_EQ(r[0].size, 16u);
-    EXPECT_EQ(r[0].size_headers, 48u);
-    EXPECT_EQ(r[0].size_rest, 0u);
-    EXPECT_EQ(r[0].size_in_use, 48u);
-    EXPECT_EQ(r[0].size_available, 250u * 16);
-    EXPECT_EQ(r[9].size, 368u);
-    EXPECT_EQ(r[9].size_headers, 24u);
-    EXPECT_EQ(r[9].size_rest, 24u);
-    EXPECT_EQ(r[9].size_in_use, 368u);
-    EXPECT_EQ(r[9].size_available, 10u * 368);
+    // "size headers rest in-use available" of a row.
+    auto row = [&](int i) {
+        return std::to_string(r[i].size) + " " + std::to_string(r[i].size_headers) + " " +
+               std::to_string(r[i].size_rest) + " " + std::to_string(r[i].size_in_use) + " " +
+               std::to_string(r[i].size_available);
+    };
+    EXPECT_EQ(row(0), "16 48 0 48 4000");     // 250 slots of 16 free
+    EXPECT_EQ(row(9), "368 24 24 368 3680");  // 10 slots of 368 free
     EXPECT_EQ(r[5].size_in_use + r[5].size_available + r[5].size_headers, 0u);
     EXPECT_EQ(r[16].size, 4096u);
     EXPECT_EQ(r[16].size_in_use, 3u * 4096);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -63,25 +64,27 @@ bool sameData(const ZEL_VALUE &a, const ZEL_VALUE &b) {
            std::memcmp(a.vt.pv, b.vt.pv, n) == 0;
 }
 
+// The header of a value: "status type elts len tagtype".
+std::string hdr(int status, int type, uint32_t elts, size_t len, int tag) {
+    return std::to_string(status) + " " + std::to_string(type) + " " + std::to_string(elts) + " " +
+           std::to_string(len) + " " + std::to_string(tag);
+}
+std::string hdr(const ZEL_VALUE &v) {
+    return hdr(v.status, v.type, v.elts, v.len, v.tag.type);
+}
+
 class ValueTagged : public TaggedTest {};
 
 TEST(ValueInit, ClearsRecordAndTag) {
     ZEL_VALUE v;
     std::memset(&v, 0xAB, sizeof v);
     zel_valueInitWithStatusAndType(&v, vsCURRENT, ZEL_TIMESTAMP);
-    EXPECT_EQ(v.status, vsCURRENT);
-    EXPECT_EQ(v.type, ZEL_TIMESTAMP);
-    EXPECT_EQ(v.elts, 0u);
-    EXPECT_EQ(v.len, 0u);
-    EXPECT_EQ(v.vt.u64v, 0u);
-    EXPECT_EQ(v.tag.type, VAL_TAG_TYPE_NONE);
-    EXPECT_EQ(v.tag.tag.sub, nullptr);
+    EXPECT_EQ(hdr(v), hdr(vsCURRENT, ZEL_TIMESTAMP, 0, 0, VAL_TAG_TYPE_NONE));
+    EXPECT_TRUE(v.vt.u64v == 0 && v.tag.tag.sub == nullptr);
     zel_valueInitAndSetNull(&v);
-    EXPECT_EQ(v.status, vsNULL);
-    EXPECT_EQ(v.type, ZEL_NOVAL);
+    EXPECT_EQ(hdr(v), hdr(vsNULL, ZEL_NOVAL, 0, 0, VAL_TAG_TYPE_NONE));
     zel_valueInitWithType(&v, ZEL_INT8);
-    EXPECT_EQ(v.status, vsNOVAL);
-    EXPECT_EQ(v.type, ZEL_INT8);
+    EXPECT_EQ(hdr(v), hdr(vsNOVAL, ZEL_INT8, 0, 0, VAL_TAG_TYPE_NONE));
     zel_valueInit(nullptr);  // ignored
 }
 
@@ -138,10 +141,7 @@ TEST(ValueSet, InlineTypesReadBackAndClearTag) {
         w.tag.tag.sub = reinterpret_cast<B_TAG_SUB>(&w);
         w.len = 9;
         set(&w);
-        EXPECT_EQ(w.type, type);
-        EXPECT_EQ(w.status, vsOKAY);
-        EXPECT_EQ(w.len, 0u);
-        EXPECT_EQ(w.tag.type, VAL_TAG_TYPE_NONE);
+        EXPECT_EQ(hdr(w), hdr(vsOKAY, type, 0, 0, VAL_TAG_TYPE_NONE));
         EXPECT_EQ(w.tag.tag.sub, nullptr);
         const size_t width = type == ZEL_TIMETZ ? 6 : zel::detail::typeInfoLength(type);
         EXPECT_EQ(std::memcmp(&w.vt, &bits, width ? width : 2), 0) << type;
@@ -158,17 +158,13 @@ TEST(ValueSet, InlineTypesReadBackAndClearTag) {
 TEST(ValueSet, ErrorNullAndNoVal) {
     ZEL_VALUE v = inl(ZEL_INT32, 7);
     zel_valueSetNull(&v);
-    EXPECT_EQ(v.status, vsNULL);
-    EXPECT_EQ(v.type, ZEL_INT32);  // the type survives
+    EXPECT_EQ(hdr(v), hdr(vsNULL, ZEL_INT32, 0, 0, VAL_TAG_TYPE_NONE));  // the type survives
     zel_valueSetNoVal(&v);
-    EXPECT_EQ(v.status, vsNOVAL);
-    EXPECT_EQ(v.type, ZEL_NOVAL);
+    EXPECT_EQ(hdr(v), hdr(vsNOVAL, ZEL_NOVAL, 0, 0, VAL_TAG_TYPE_NONE));
     v.tag.type = VAL_TAG_TYPE_STACK;
     zel_valueSetError(&v, eDIVBY0);
-    EXPECT_EQ(v.status, vsERROR);
-    EXPECT_EQ(v.type, ZEL_ZERODIV);
+    EXPECT_EQ(hdr(v), hdr(vsERROR, ZEL_ZERODIV, 0, 0, VAL_TAG_TYPE_STACK));  // the tag stays
     EXPECT_EQ(v.vt.err, eDIVBY0);
-    EXPECT_EQ(v.tag.type, VAL_TAG_TYPE_STACK);  // the tag stays
     zel_valueSetError(&v, eRANGE);
     EXPECT_EQ(v.type, ZEL_NOVAL);
 }
@@ -177,31 +173,26 @@ TEST_F(ValueTagged, PointerSettersCopyThroughSubTag) {
     ZEL_VALUE v = subValue(sub);
     char text[] = "hello";
     ASSERT_EQ(zel_valueSetString(&v, text), sOKAY);
-    EXPECT_EQ(v.type, ZEL_CHAR);
-    EXPECT_EQ(v.len, 6u);
+    EXPECT_EQ(hdr(v), hdr(vsOKAY, ZEL_CHAR, 0, 6, VAL_TAG_TYPE_SUB));
     text[0] = 'J';
     EXPECT_STREQ(v.vt.cv, "hello");
-    EXPECT_EQ(v.tag.type, VAL_TAG_TYPE_SUB);
     zel_valueFree(&v, sub);
     EXPECT_EQ(v.vt.cv, nullptr);
     EXPECT_EQ(v.len, 0u);
     const uint8_t bytes[3] = {1, 2, 3};
     ASSERT_EQ(zel_valueSetBinary(&v, bytes, 3), sOKAY);
-    EXPECT_EQ(v.type, ZEL_BINARY);
-    EXPECT_EQ(v.len, 3u);
+    EXPECT_EQ(hdr(v), hdr(vsOKAY, ZEL_BINARY, 0, 3, VAL_TAG_TYPE_SUB));
     EXPECT_EQ(std::memcmp(v.vt.pv, bytes, 3), 0);
     zel_valueFree(&v, sub);
     const ZEL_BCD_T b = bcdOf("-12.5");
     ASSERT_EQ(zel_valueSetBCD(&v, &b), sOKAY);
-    EXPECT_EQ(v.type, ZEL_BCD);
-    EXPECT_EQ(v.len, 0u);
+    EXPECT_EQ(hdr(v), hdr(vsOKAY, ZEL_BCD, 0, 0, VAL_TAG_TYPE_SUB));
     EXPECT_EQ(std::memcmp(v.vt.bcd, &b, sizeof b), 0);
     zel_valueFree(&v, sub);
     EXPECT_EQ(v.vt.bcd, nullptr);
     const ZEL_UUID_T u = {0x12345678, 9, 10, 11, 12, {13, 14, 15, 16, 17, 18}};
     ASSERT_EQ(zel_valueSetUuid(&v, &u), sOKAY);
-    EXPECT_EQ(v.type, ZEL_UUID);
-    EXPECT_EQ(std::memcmp(v.vt.uuid, &u, 16), 0);
+    EXPECT_TRUE(v.type == ZEL_UUID && std::memcmp(v.vt.uuid, &u, 16) == 0);
     zel_valueFree(&v, sub);
     // Never freed by the value: the caller gives it back to the tag.
     const ZEL_PACKED_TIMESTAMPTZ_T tz = {738000, 36000000, 120};
@@ -500,16 +491,13 @@ TEST_F(ValueTagged, DeepCopyRules) {
     src = inl(ZEL_INT32, 4);
     zel_valueSetNull(&src);
     ASSERT_EQ(zel_valueCopyEx(&dst, &src, 100, sub), sOKAY);
-    EXPECT_EQ(dst.status, vsNULL);
-    EXPECT_EQ(dst.type, ZEL_INT32);
-    EXPECT_EQ(dst.len, 3u);
+    EXPECT_EQ(hdr(dst), hdr(vsNULL, ZEL_INT32, 0, 3, VAL_TAG_TYPE_NONE));
     // No value: a large-object marker keeps its payload.
     zel_valueInitWithType(&src, ZEL_DEFAULT_AUTO);
     src.vt.u64v = 99;
     ASSERT_EQ(zel_valueCopyEx(&dst, &src, 100, sub), sOKAY);
-    EXPECT_EQ(dst.status, vsNOVAL);
+    EXPECT_EQ(hdr(dst), hdr(vsNOVAL, ZEL_DEFAULT_AUTO, 0, 0, VAL_TAG_TYPE_NONE));
     EXPECT_EQ(dst.vt.u64v, 99u);
-    EXPECT_EQ(dst.len, 0u);
     // Element arrays take the element size of the type table.
     int16_t elems[4] = {1, -2, 3, -4};
     src = inl(ZEL_INT16, elems);
@@ -534,9 +522,7 @@ TEST(ValueCopy, ShallowKeepsLenAndTag) {
     b.tag.type = VAL_TAG_TYPE_SUB;
     ASSERT_EQ(zel_valueCopy(&b, &a), sOKAY);
     EXPECT_EQ(b.vt.cv, a.vt.cv);
-    EXPECT_EQ(b.type, ZEL_CHAR);
-    EXPECT_EQ(b.len, 1u);
-    EXPECT_EQ(b.tag.type, VAL_TAG_TYPE_SUB);
+    EXPECT_EQ(hdr(b), hdr(vsOKAY, ZEL_CHAR, 0, 1, VAL_TAG_TYPE_SUB));
     EXPECT_EQ(zel_valueCopy(nullptr, &a), eINVNULLARG);
 }
 
@@ -653,43 +639,34 @@ TEST(ValueToBuffer, NativeBytes) {
     ZEL_VALUE v = fresh();
     uint8_t buf[64];
     size_t n = 0;
+    // "code bytes" of a copy into `size` bytes; the bytes as text.
+    auto into = [&](size_t size) {
+        std::memset(buf, 0, sizeof buf);
+        const ZEL_RETCODE rc = zel_valueToBuffer(&v, size ? buf : nullptr, size, &n);
+        return std::to_string(rc) + " " + std::to_string(n) + " " + reinterpret_cast<char *>(buf);
+    };
     zel_valueSetInt32(&v, 0x01020304);
-    ASSERT_EQ(zel_valueToBuffer(&v, buf, sizeof buf, &n), sOKAY);
-    EXPECT_EQ(n, 4u);
-    EXPECT_EQ(std::memcmp(buf, &v.vt, 4), 0);
+    ASSERT_EQ(into(sizeof buf), "0 4 \x04\x03\x02\x01");
     zel_valueSetTimestamp(&v, {3, 4});
-    ASSERT_EQ(zel_valueToBuffer(&v, nullptr, 0, &n), sOKAY);
-    EXPECT_EQ(n, 8u);
+    EXPECT_EQ(into(0), "0 8 ");
     const ZEL_BCD_T b = bcdOf("9.75");
     ASSERT_EQ(zel_valueSetBCD(&v, &b), sOKAY);
-    ASSERT_EQ(zel_valueToBuffer(&v, buf, sizeof buf, &n), sOKAY);
-    EXPECT_EQ(n, 37u);
+    ASSERT_EQ(into(sizeof buf).substr(0, 5), "0 37 ");
     EXPECT_EQ(std::memcmp(buf, &b, 37), 0);
     ASSERT_EQ(zel_valueSetString(&v, "abcdef"), sOKAY);
-    ASSERT_EQ(zel_valueToBuffer(&v, buf, sizeof buf, &n), sOKAY);
-    EXPECT_EQ(n, 6u);
-    EXPECT_STREQ(reinterpret_cast<char *>(buf), "abcdef");
-    EXPECT_EQ(zel_valueToBuffer(&v, buf, 4, &n), sTRUNCATE);
-    EXPECT_EQ(n, 3u);
-    EXPECT_STREQ(reinterpret_cast<char *>(buf), "abc");
-    EXPECT_EQ(zel_valueToBuffer(&v, buf, 6, &n), sTRUNCATE);  // no room for the zero
-    EXPECT_EQ(zel_valueToBuffer(&v, nullptr, 0, &n), sOKAY);
-    EXPECT_EQ(n, 6u);
-    const uint8_t bytes[5] = {1, 2, 3, 4, 5};
+    const std::string trunc = std::to_string(sTRUNCATE);
+    EXPECT_EQ(into(sizeof buf), "0 6 abcdef");
+    EXPECT_EQ(into(4), trunc + " 3 abc");
+    EXPECT_EQ(into(6), trunc + " 5 abcde");  // no room for the zero
+    EXPECT_EQ(into(0), "0 6 ");
+    const uint8_t bytes[5] = {'1', '2', '3', '4', '5'};
     ASSERT_EQ(zel_valueSetBinary(&v, bytes, 5), sOKAY);
-    std::memset(buf, 0, sizeof buf);
-    EXPECT_EQ(zel_valueToBuffer(&v, buf, 3, &n), sTRUNCATE);
-    EXPECT_EQ(n, 5u);
-    EXPECT_EQ(buf[2], 3);
-    EXPECT_EQ(buf[3], 0);
+    EXPECT_EQ(into(3), trunc + " 5 123");
     zel_valueSetNull(&v);
-    n = 0;
-    EXPECT_EQ(zel_valueToBuffer(&v, buf, sizeof buf, &n), sOKAY);
-    EXPECT_EQ(n, SIZE_MAX);
+    EXPECT_EQ(into(sizeof buf), "0 " + std::to_string(SIZE_MAX) + " ");
     n = 17;
     zel_valueInitWithStatusAndType(&v, vsOKAY, ZEL_WCHAR);
-    EXPECT_EQ(zel_valueToBuffer(&v, buf, sizeof buf, &n), eINVARGTYPE);
-    EXPECT_EQ(n, 17u);
+    EXPECT_EQ(into(sizeof buf), std::to_string(eINVARGTYPE) + " 17 ");
     zel_valueSetDouble(&v, 1.0);
     EXPECT_EQ(zel_valueToBuffer(&v, buf, 2, &n), sTRUNCATE);
     EXPECT_EQ(zel_valueToBuffer(nullptr, buf, 2, &n), eINVNULLARG);

@@ -42,10 +42,14 @@ constexpr DemoSection kDemoSections[] = {
     {"Parser driver", zb_demo_yyparse},
     {"Command line", zb_demo_cmdline},
     {"Key/value strings and options", zb_demo_keyvalue},
+    {"Configurations and settings", zb_demo_config},
     {"Ordered index and block cache", zb_demo_btree},
+    {"Versioned cache", zb_demo_vcache},
     {"Maps of 64-bit keys", zb_demo_map},
     {"Spatial index", zb_demo_rtree},
     {"External sort", zb_demo_sort},
+    {"Spilling B-tree and item lists", zb_demo_cbtree},
+    {"LZ compression and embedded files", zb_demo_lz},
     {"The road of a row, from text to store and back", zb_demo_road},
 };
 
@@ -96,6 +100,11 @@ constexpr Command kCommands[] = {
      "an index, join or blob node of the sample catalogue as stored", zb_cmd_node},
     {"lzma", "compress|decompress|trace FILE", "the LZMA coder of stored objects over a file",
      zb_cmd_lzma},
+    {"lz", "compress|decompress|trace [--limit N] [FILE]",
+     "the LZ coder over a file; trace: the codes with their widths", zb_cmd_lz},
+    {"embed", "hash FILE... | verify FILE HASH | extract STREAM NAME [--namespace NS] [--hash H]",
+     "the file embedder: a file's hash, a check against one, an LZ stream unpacked to a file",
+     zb_cmd_embed},
     {"dbobj", "wrap [--lzma] [--expanded] [--min N] [--raw] FILE | unwrap FILE",
      "wrap a file's bytes as a stored object, or unwrap one", zb_cmd_dbobj},
     {"file", "info|cat PATH", "how a text file reads: mode, byte order mark, lines in hex; or cat",
@@ -131,6 +140,8 @@ constexpr Command kCommands[] = {
      zb_cmd_cmdline},
     {"btree", "[--slots N] [--seed S] [--add N] [--delete M]",
      "a random B-tree level by level, with the checker's verdict", zb_cmd_btree},
+    {"vcache", "[--max N] [SCRIPT|-]",
+     "a script on a versioned cache: entries, savepoints, commit order", zb_cmd_vcache},
     {"map", "[--kind mapb|uintmap] [--array-size N] KEY[=VALUE]...",
      "where keys land in a block map or an array map", zb_cmd_map},
     {"sort", "--field TYPE[:LEN][:desc]... [--max-pages N] [--stats] [FILE]",
@@ -143,6 +154,11 @@ constexpr Command kCommands[] = {
     {"options", "[--scope S] [--words]",
      "the option keywords: scope, serial, class, kind, default, bounds; word tables",
      zb_cmd_options},
+    {"config", "[--scope S] [--settings] 'k=v;...'",
+     "process an option string into the records of a scope: codes, and the options written back",
+     zb_cmd_config},
+    {"cbtree", "[--slots N] [--cache M] [--count K] [--dump]",
+     "a cached B-tree spilling to its node file: loads, writes, the file annotated", zb_cmd_cbtree},
 };
 
 // What the tool is, and its commands, for its usage.

@@ -99,6 +99,7 @@ int zb_demo_btree(FILE *out);
 int zb_demo_map(FILE *out);
 int zb_demo_rtree(FILE *out);
 int zb_demo_sort(FILE *out);
+int zb_demo_cbtree(FILE *out);
 int zb_demo_row(FILE *out);
 int zb_demo_dbobj(FILE *out);
 int zb_demo_file(FILE *out);
@@ -109,9 +110,12 @@ int zb_demo_queue(FILE *out);
 int zb_demo_lex(FILE *out);
 int zb_demo_yyparse(FILE *out);
 int zb_demo_cmdline(FILE *out);
+int zb_demo_vcache(FILE *out);
 int zb_demo_keyvalue(FILE *out);
 int zb_demo_schema_load(FILE *out);
 int zb_demo_road(FILE *out);
+int zb_demo_config(FILE *out);
+int zb_demo_lz(FILE *out);
 
 int zb_cmd_error(int argc, char **argv);
 int zb_cmd_uuid(int argc, char **argv);
@@ -128,6 +132,7 @@ int zb_cmd_map(int argc, char **argv);
 int zb_cmd_rtree_any(int argc, char **argv);
 int zb_cmd_rtree_index(int argc, char **argv);
 int zb_cmd_sort(int argc, char **argv);
+int zb_cmd_cbtree(int argc, char **argv);
 int zb_cmd_row(int argc, char **argv);
 int zb_cmd_node(int argc, char **argv);
 int zb_cmd_lzma(int argc, char **argv);
@@ -145,10 +150,14 @@ int zb_cmd_threads(int argc, char **argv);
 int zb_cmd_lex(int argc, char **argv);
 int zb_cmd_json(int argc, char **argv);
 int zb_cmd_parse(int argc, char **argv);
+int zb_cmd_vcache(int argc, char **argv);
 int zb_cmd_kv(int argc, char **argv);
 int zb_cmd_options(int argc, char **argv);
 int zb_cmd_catalog(int argc, char **argv);
 int zb_cmd_road(int argc, char **argv);
+int zb_cmd_config(int argc, char **argv);
+int zb_cmd_lz(int argc, char **argv);
+int zb_cmd_embed(int argc, char **argv);
 
 // Runs `text` through a built-in grammar ("calc", "parens"), printing every
 // shift, goto and reduction (trace) or only the rule numbers, then the values
@@ -164,6 +173,10 @@ int zb_types_value_hex(const ZEL_VALUE *v, const char *text, std::string *hex);
 // keys, else each level's nodes, entries and fill, the depth range of the
 // leaves and the checker's verdict. 0 for a sound tree, 1 otherwise.
 int zb_btree_print(FILE *out, const B_BTREE_T *bt, bool keys);
+// Runs a script of `zelbase vcache` on a new cache of `max_entries`, printing
+// to `out` the cache after each line (`each`) or only before each comment
+// line and at the end; 0, or 2 (reported) at the first line it cannot read.
+int zb_vcache_run(FILE *out, const char *script, uint32_t max_entries, bool each);
 // Puts the (key, value) entries in a map of `kind` ("mapb" or "uintmap",
 // with `arraySize`) and prints where each landed; 0, or 1 on a failure.
 int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
@@ -171,6 +184,10 @@ int zb_map_show(FILE *out, const char *kind, uint32_t arraySize,
 // Prints an R-tree's levels (nodes, branches, fill), with `dump` each node
 // and its coverage box, and the validator's verdict; 0 when sound.
 int zb_rtree_print(FILE *out, struct B_RTREE_S *rt, bool dump);
+// Adds the keys 1..count shuffled to a cached B-tree, finds each and walks it,
+// printing the loads, writes and evictions; with `dump` the node file as an
+// annotated table. 0, or the exit code of a failure.
+int zb_cbtree_run(FILE *out, uint32_t slots, uint32_t cache, uint32_t count, bool dump);
 // The sample table of `zelbase cmdline` and the demo, with every kind of row.
 extern const ZEL_CMDLINE_OPT zb_cmdline_sample[];
 // Runs the processor over argv with the sample table, all shared options and
@@ -265,6 +282,10 @@ ZEL_RETCODE zb_catalog_open(const char *path, const ZbTags &tags, SCH_INFO *psch
 void zb_catalog_print(FILE *out, SCH_INFO_C sch);
 // "NAME: message" of a code.
 std::string zb_catalog_code(ZEL_RETCODE rc);
+
+// The codes of an LZ stream as a table (bit offset, bytes, width, code, the
+// string it stands for), the first `limit` of them, and a summary.
+void zb_lz_trace(FILE *out, const uint8_t *stream, size_t len, size_t limit);
 
 // One transport entry of a parsed connection string, every field, on one line.
 std::string zb_uri_entry(const struct TX_CONN_INFO_S *e);

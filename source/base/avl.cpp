@@ -23,61 +23,32 @@
  */
 #include "avl.h"
 
+#include "avl_internal.h"
+
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
 
-namespace {
+namespace zel::detail {
+// The search of avl_internal.h, with the tree's own comparison function.
+ZEL_COMPARE AvlCallCompare::operator()(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node) const {
+    return avl->cmpfcn(lookup, node, avl->ctx);
+}
+}  // namespace zel::detail
 
-constexpr uintptr_t AVL_LEAF = 1;     // bit 0 of `left`
-constexpr uintptr_t AVL_BALANCE = 3;  // bits 0-1 of `right`: balance + 1
+using namespace zel::detail;
+
+namespace {
 
 static_assert(sizeof(B_AVL_NODE_T) == 16 && sizeof(void *) == 8, "a node is two pointers");
 static_assert(offsetof(B_AVL_NODE_T, left) == 0 && offsetof(B_AVL_NODE_T, right) == 8);
 static_assert(alignof(B_AVL_NODE_T) >= 4, "two tag bits need 4-byte alignment");
 
-// Path of one changing operation, from the root down. 100 levels is beyond
-// any AVL tree that fits in memory, so depth is not checked.
-constexpr int AVL_STACK_DEPTH = 100;
-struct AVL_STACK {
-    uint16_t level;  // next free entry, or the entry of the found node
-    B_AVL_NODE_T *node[AVL_STACK_DEPTH];
-    int8_t pos[AVL_STACK_DEPTH];  // direction taken: -1 left, +1 right, 0 end
-};
-
-inline B_AVL_NODE_T *avl_ptr(uintptr_t word, uintptr_t tags) {
-    return reinterpret_cast<B_AVL_NODE_T *>(word & ~tags);
-}
 inline uintptr_t avl_word(const B_AVL_NODE_T *node) {
     return reinterpret_cast<uintptr_t>(node);
 }
-
-inline bool avl_nodeLeaf(const B_AVL_NODE_T *node) {
-    return (node->left & AVL_LEAF) != 0;
-}
 inline int avl_nodeBalance(const B_AVL_NODE_T *node) {
     return static_cast<int>(node->right & AVL_BALANCE) - 1;
-}
-
-// Child or null, by the table above.
-inline B_AVL_NODE_T *avl_nodeLeft(const B_AVL_NODE_T *node) {
-    return (!avl_nodeLeaf(node) || (node->right & AVL_BALANCE) == 0) ? avl_ptr(node->left, AVL_LEAF)
-                                                                     : nullptr;
-}
-inline B_AVL_NODE_T *avl_nodeRight(const B_AVL_NODE_T *node) {
-    return (!avl_nodeLeaf(node) || (node->right & AVL_BALANCE) == 2)
-               ? avl_ptr(node->right, AVL_BALANCE)
-               : nullptr;
-}
-// Thread or null.
-inline B_AVL_NODE_T *avl_nodePrev(const B_AVL_NODE_T *node) {
-    return (avl_nodeLeaf(node) && (node->right & AVL_BALANCE) != 0) ? avl_ptr(node->left, AVL_LEAF)
-                                                                    : nullptr;
-}
-inline B_AVL_NODE_T *avl_nodeNext(const B_AVL_NODE_T *node) {
-    return (avl_nodeLeaf(node) && (node->right & AVL_BALANCE) != 2)
-               ? avl_ptr(node->right, AVL_BALANCE)
-               : nullptr;
 }
 
 // Each setter changes one part and keeps the tags of the others.
@@ -125,47 +96,10 @@ inline B_AVL_NODE_T *avl_adjacent(const B_AVL_NODE_T *node, int dir) {
     return child != nullptr ? avl_adjacentDown(child, dir) : nullptr;
 }
 
-// Finds `lookup`. With a stack, records the path; `level` ends on the found
-// node, or one beyond the last node visited. On a miss, `next` and `prev`
-// receive the neighbours of the place where the lookup would go.
 inline ZEL_RETCODE avl_locate(const B_AVL_T *avl, AVL_STACK *stack, B_AVL_NODE_T **found,
                               B_AVL_NODE_T **next, B_AVL_NODE_T **prev,
                               const B_AVL_NODE_T *lookup) {
-    *found = *next = *prev = nullptr;
-    B_AVL_NODE_T *node = avl->root;
-    if (node == nullptr) {
-        if (stack != nullptr) stack->level = 0;
-        return sNOTFOUND;
-    }
-    const B_AVL_COMPARE cmp = avl->cmpfcn;
-    void *const ctx = avl->ctx;
-    unsigned level = 0;
-    for (;;) {
-        const ZEL_COMPARE c = cmp(lookup, node, ctx);
-        if (stack != nullptr) {
-            stack->node[level] = node;
-            stack->pos[level] = static_cast<int8_t>(c);
-        }
-        if (c == ZEL_EQ) {
-            *found = node;
-            if (stack != nullptr) stack->level = static_cast<uint16_t>(level);
-            return sOKAY;
-        }
-        level++;
-        B_AVL_NODE_T *child = c == ZEL_LT ? avl_nodeLeft(node) : avl_nodeRight(node);
-        if (child == nullptr) {
-            if (c == ZEL_LT) {
-                *next = node;
-                *prev = avl_nodePrev(node);
-            } else {
-                *prev = node;
-                *next = avl_nodeNext(node);
-            }
-            if (stack != nullptr) stack->level = static_cast<uint16_t>(level);
-            return sNOTFOUND;
-        }
-        node = child;
-    }
+    return avl_locateWith(avl, stack, found, next, prev, lookup, AvlCallCompare{avl});
 }
 
 // Hangs `node` (a child, a thread or null) in the place of stack entry
@@ -269,21 +203,26 @@ void avl_rebalanceOnDelete(B_AVL_T *avl, AVL_STACK *stack) {
     }
 }
 
-ZEL_RETCODE avl_insert(B_AVL_T *avl, B_AVL_NODE_T *value) {
+}  // namespace
+
+namespace zel::detail {
+
+void avl_insertLocated(B_AVL_T *avl, AVL_STACK *stack, B_AVL_NODE_T *value, B_AVL_NODE_T *next,
+                       B_AVL_NODE_T *prev) {
     assert((avl_word(value) & AVL_BALANCE) == 0 && "nodes need 4-byte alignment");
-    AVL_STACK stack;
-    B_AVL_NODE_T *found, *next, *prev;
-    if (avl_locate(avl, &stack, &found, &next, &prev, value) == sOKAY) return eDUPLICATE;
-    const unsigned level = stack.level;
-    stack.node[level] = value;
-    stack.pos[level] = 0;
+    const unsigned level = stack->level;
+    stack->node[level] = value;
+    stack->pos[level] = 0;
     value->left = avl_word(prev) | AVL_LEAF;
     value->right = avl_word(next) | 1;  // balance 0
-    avl_updateParent(avl, &stack, level, value, false);
-    avl_rebalanceOnInsert(avl, &stack);
+    avl_updateParent(avl, stack, level, value, false);
+    avl_rebalanceOnInsert(avl, stack);
     avl->count++;
-    return sOKAY;
 }
+
+}  // namespace zel::detail
+
+namespace {
 
 // The node has at most one child. A single child takes its place and
 // inherits the node's thread on the far side; with none, the parent's side
@@ -391,7 +330,10 @@ void avl_deleteInteriorNode(B_AVL_T *avl, AVL_STACK *stack) {
     }
 }
 
-// Removes the node at the stack's level and rebalances the path above it.
+}  // namespace
+
+namespace zel::detail {
+
 B_AVL_NODE_T *avl_deleteCurrent(B_AVL_T *avl, AVL_STACK *stack) {
     B_AVL_NODE_T *node = stack->node[stack->level];
     if (avl_nodeLeaf(node)) {
@@ -403,6 +345,18 @@ B_AVL_NODE_T *avl_deleteCurrent(B_AVL_T *avl, AVL_STACK *stack) {
     avl->count--;
     return node;
 }
+
+void avl_pathToNext(AVL_STACK *stack, const B_AVL_NODE_T *next) {
+    unsigned level = stack->level;
+    while (stack->node[--level] != next) {
+    }
+    stack->pos[level] = 0;
+    stack->level = static_cast<uint16_t>(level);
+}
+
+}  // namespace zel::detail
+
+namespace {
 
 // Removes the first (forward) or last (reverse) node.
 B_AVL_NODE_T *avl_deleteEnd(B_AVL_T *avl, int dir) {
@@ -442,7 +396,7 @@ void b_avlTerm(B_AVL_T *avl) {
 }
 
 ZEL_RETCODE b_avlAdd(B_AVL_T *avl, B_AVL_NODE_T *value) {
-    return avl_insert(avl, value);
+    return avl_addWith(avl, value, AvlCallCompare{avl});
 }
 
 B_AVL_NODE_T *b_avlFind(const B_AVL_T *avl, const B_AVL_NODE_T *lookup) {
@@ -482,6 +436,10 @@ B_AVL_NODE_T *b_avlDelete(B_AVL_T *avl, const B_AVL_NODE_T *lookup) {
     B_AVL_NODE_T *found, *next, *prev;
     if (avl_locate(avl, &stack, &found, &next, &prev, lookup) != sOKAY) return nullptr;
     return avl_deleteCurrent(avl, &stack);
+}
+
+B_AVL_NODE_T *b_avlDeleteFindOrNext(B_AVL_T *avl, const B_AVL_NODE_T *lookup) {
+    return avl_deleteFindOrNextWith(avl, lookup, AvlCallCompare{avl});
 }
 
 B_AVL_NODE_T *b_avlDeleteAndGetNext(B_AVL_T *avl, const B_AVL_NODE_T *lookup,

@@ -51,6 +51,9 @@ ZEL_NODISCARD ZEL_RETCODE b_avlAdd(B_AVL_T *avl, B_AVL_NODE_T *value);
 B_AVL_NODE_T *b_avlFind(const B_AVL_T *avl, const B_AVL_NODE_T *lookup);
 /* The equal node, else the least node above the lookup, else null. */
 B_AVL_NODE_T *b_avlFindOrNext(const B_AVL_T *avl, const B_AVL_NODE_T *lookup);
+/* As b_avlFindOrNext, and the node found is removed from the tree, in one
+ * descent (the tree ends as b_avlDelete of that node would leave it). */
+B_AVL_NODE_T *b_avlDeleteFindOrNext(B_AVL_T *avl, const B_AVL_NODE_T *lookup);
 /* The equal node, else the greatest node below the lookup, else null. */
 B_AVL_NODE_T *b_avlFindOrPrev(const B_AVL_T *avl, const B_AVL_NODE_T *lookup);
 B_AVL_NODE_T *b_avlFirst(const B_AVL_T *avl);

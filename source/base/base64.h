@@ -35,6 +35,11 @@ typedef struct B_BASE64_S {
 void b_base64EncodeStart(B_BASE64 *b64, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx);
 /* Adds a byte; emits the characters it completes. The first failure of fcn. */
 ZEL_NODISCARD ZEL_RETCODE b_base64EncodeByte(B_BASE64 *b64, uint8_t byte);
+/* As b_base64EncodeByte for each of `size` bytes (null only with size 0),
+ * stopping at the first failure of fcn, which it returns; else sOKAY. Into a
+ * B_BUFFER_T through b_bufferEmitChar or b_bufferEmitByte whole groups go
+ * straight to its memory while it has room. */
+ZEL_NODISCARD ZEL_RETCODE b_base64EncodeBytes(B_BASE64 *b64, const void *bytes, size_t size);
 /* Emits what 2 or 4 held bits give, with "=" padding, then a 0 character. */
 ZEL_NODISCARD ZEL_RETCODE b_base64EncodeEnd(B_BASE64 *b64);
 /* The whole input, terminator included, appended to `buff` through
@@ -47,6 +52,10 @@ void b_base64DecodeStart(B_BASE64 *b64, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx);
  * "=", and for a "=" in the first two places of a group; else the first
  * failure of fcn. */
 ZEL_NODISCARD ZEL_RETCODE b_base64DecodeChar(B_BASE64 *b64, uint32_t ch);
+/* As b_base64DecodeChar for each of `size` characters (null only with size
+ * 0), stopping at the first failure, which it returns; else sOKAY (statuses
+ * of fcn are not passed on). Fast into a B_BUFFER_T as b_base64EncodeBytes. */
+ZEL_NODISCARD ZEL_RETCODE b_base64DecodeChars(B_BASE64 *b64, const char *text, size_t size);
 /* eRANGE unless a whole number of groups of 4 characters was taken. */
 ZEL_NODISCARD ZEL_RETCODE b_base64DecodeEnd(B_BASE64 *b64);
 /* Decodes characters from `infcn` until it fails: eEOD ends the text (then as

@@ -16,6 +16,7 @@
  * two. The record side (text, native numbers, the packed form) is bcd.cpp.
  */
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <utility>
@@ -225,22 +226,53 @@ void zel_bcd_work_add(const BcdOp &l, const BcdOp &r, bool subtract, WORK_BCD &r
 // ---- Multiplication in limbs of eight digits. The exact product does not
 // depend on how it is formed; the digits it yields are those of schoolbook.
 
+// Eight digit bytes of a word, the first in the low byte, to their value.
+constexpr uint64_t zel_bcd_word_value(uint64_t x) {
+    x = (x * 10 + (x >> 8)) & 0x00FF00FF00FF00FFull;
+    x = (x * 100 + (x >> 16)) & 0x0000FFFF0000FFFFull;
+    return (x * 10000 + (x >> 32)) & 0xFFFFFFFFull;
+}
+
 // Eight digits, most significant first, to their value (digits 0 to 9).
 inline uint64_t zel_bcd_eight_digits(const uint8_t *p) {
     uint64_t x;
     std::memcpy(&x, p, 8);
-    x = (x * 10 + (x >> 8)) & 0x00FF00FF00FF00FFull;
-    x = (x * 100 + (x >> 16)) & 0x0000FFFF0000FFFFull;
-    x = (x * 10000 + (x >> 32)) & 0xFFFFFFFFull;
-    return x;
+    return zel_bcd_word_value(x);
 }
 
-// n digits (at most 40) to limbs of 10^8, least significant first.
+// Per r of 1 to 8: the first r bytes of a word, and the inverse of 5^(8 - r)
+// modulo 2^64, by which a multiple of 10^(8 - r) is divided exactly after a
+// shift by 8 - r.
+struct TopLimb {
+    uint64_t mask;
+    uint64_t inverse;
+};
+constexpr std::array<TopLimb, 9> kTopLimb = [] {
+    std::array<TopLimb, 9> t{};
+    for (int r = 1; r <= 8; ++r) {
+        uint64_t five = 1;
+        for (int i = 0; i < 8 - r; ++i) five *= 5;
+        uint64_t inv = five;  // Newton's iteration: each step doubles the good bits
+        for (int i = 0; i < 6; ++i) inv *= 2 - five * inv;
+        t[r] = TopLimb{r == 8 ? ~uint64_t{0} : (uint64_t{1} << (8 * r)) - 1, inv};
+    }
+    return t;
+}();
+static_assert(kTopLimb[5].inverse * 125 == 1 && kTopLimb[8].inverse == 1);
+
+// n digits (1 to 40) to limbs of 10^8, least significant first. The digits
+// are read in place, eight to a word: the lower limbs end on the last digit,
+// the top one takes the first n mod 8 (or 8) digits from the start, read as a
+// multiple of a power of ten and divided exactly. Nothing is copied first: a
+// word read over bytes just copied would wait for the copy.
 int zel_bcd_to_limbs(const uint8_t *d, int n, uint64_t *limbs) {
-    int nl = (n + 7) / 8;
-    alignas(8) uint8_t buf[48] = {};
-    std::memcpy(buf + (nl * 8 - n), d, static_cast<size_t>(n));
-    for (int k = 0; k < nl; ++k) limbs[k] = zel_bcd_eight_digits(buf + (nl - 1 - k) * 8);
+    const int nl = (n + 7) / 8;
+    for (int k = 0; k < nl - 1; ++k) limbs[k] = zel_bcd_eight_digits(d + n - 8 * (k + 1));
+    const int r = n - 8 * (nl - 1);
+    uint64_t x;
+    std::memcpy(&x, d, 8);  // d[0..7] lie within the record whatever n is
+    const uint64_t v = zel_bcd_word_value(x & kTopLimb[r].mask);
+    limbs[nl - 1] = (v >> (8 - r)) * kTopLimb[r].inverse;
     return nl;
 }
 

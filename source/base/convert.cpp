@@ -268,6 +268,25 @@ ZEL_RETCODE cnv_num(CNVCB *cb) {
 
 // ---- Numbers, decimals and UUIDs to text.
 
+// The "%.<precision>G" text of a finite number, terminated, into buf (at
+// least 32 bytes); returns its length. std::to_chars in its general form with
+// a precision prints the "%g" text of the C library digit for digit (shortest
+// of the fixed and exponent forms, trailing zeros dropped, an exponent of at
+// least two digits); only the exponent's letter is upper case here. The
+// tests hold the two to the same bytes over millions of numbers.
+size_t cnv_gText(double v, int precision, char *buf) {
+    const std::to_chars_result r =
+        std::to_chars(buf, buf + 31, v, std::chars_format::general, precision);
+    for (char *p = buf; p != r.ptr; ++p) {
+        if (*p == 'e') {
+            *p = 'E';
+            break;
+        }
+    }
+    *r.ptr = '\0';
+    return static_cast<size_t>(r.ptr - buf);
+}
+
 // Writes one element's text into buf (at least 96 bytes) and its length into
 // *len.
 template <class S>
@@ -296,10 +315,7 @@ ZEL_RETCODE cnv_formatElem(const void *p, char *buf, size_t *len) {
         }
         // The engine's own text: 7 and 15 significant digits on purpose, not
         // the round-trip precision of the type descriptors.
-        const int n = std::is_same_v<S, float>
-                          ? b_snprintf(buf, 96, "%.7G", static_cast<double>(v))
-                          : b_snprintf(buf, 96, "%.15G", static_cast<double>(v));
-        *len = n > 0 ? static_cast<size_t>(n) : 0;
+        *len = cnv_gText(static_cast<double>(v), std::is_same_v<S, float> ? 7 : 15, buf);
         return sOKAY;
     } else if constexpr (std::is_same_v<S, ZEL_BCD_T>) {
         uint32_t out = 0;

@@ -67,8 +67,10 @@ const Row *log_lookup(const Row (&rows)[N], const char *Row::*name, const char *
     return nullptr;
 }
 
+// A null name is no name of the tables: eNOTFOUND, as the option code,
+// which hands an empty log option over as null, expects.
 ZEL_RETCODE log_lookupLevel(const char *text, B_LOG_LEVEL *level) {
-    if (text == nullptr) return eINVNULLARG;
+    if (text == nullptr) return eNOTFOUND;
     const B_LOG_LEVEL_ENTRY *row = log_lookup(levelTable, &B_LOG_LEVEL_ENTRY::level_string, text);
     if (row == nullptr) return eNOTFOUND;
     *level = row->level_value;
@@ -76,7 +78,7 @@ ZEL_RETCODE log_lookupLevel(const char *text, B_LOG_LEVEL *level) {
 }
 
 ZEL_RETCODE log_lookupCategory(const char *text, B_LOG_CATEGORY *category) {
-    if (text == nullptr) return eINVNULLARG;
+    if (text == nullptr) return eNOTFOUND;
     const B_LOG_CATEGORY_ENTRY *row =
         log_lookup(categoryTable, &B_LOG_CATEGORY_ENTRY::category_string, text);
     if (row == nullptr) return eNOTFOUND;

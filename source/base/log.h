@@ -34,11 +34,12 @@ B_LOG_LEVEL b_logGetFileLevel(B_LOG_T *log);
 void b_logSetStderrLevel(B_LOG_T *log, B_LOG_LEVEL level);
 B_LOG_LEVEL b_logGetStderrLevel(B_LOG_T *log);
 /* By name, in any letter case ("all", "error", "info", "mesg", "warning");
- * eNOTFOUND for another name, eINVNULLARG for null. */
+ * eNOTFOUND for another name and for null (an empty log option reaches the
+ * parser as null). */
 ZEL_NODISCARD ZEL_RETCODE b_logSetFileLevelString(B_LOG_T *log, const char *level);
 ZEL_NODISCARD ZEL_RETCODE b_logSetStderrLevelString(B_LOG_T *log, const char *level);
 ZEL_NODISCARD ZEL_RETCODE b_logGetLevel(const char *levelString, B_LOG_LEVEL *plevelValue);
-/* "all", "ddl", "none" in any letter case; eNOTFOUND, eINVNULLARG. */
+/* "all", "ddl", "none" in any letter case; eNOTFOUND, also for null. */
 ZEL_NODISCARD ZEL_RETCODE b_logGetCategoryFromString(const char *categoryString,
                                                      B_LOG_CATEGORY *pcategoryValue);
 

@@ -401,13 +401,6 @@ ZEL_RETCODE opt_copyString(const char *text, B_TAG_SUB subTag, char **out) {
     return opt_copy(text, std::strlen(text), subTag, out);
 }
 
-template <class T>
-ZEL_RETCODE opt_copyNumber(T v, B_TAG_SUB subTag, char **out) {
-    char buf[24];
-    const auto r = std::to_chars(buf, buf + sizeof buf, v);
-    return opt_copy(buf, static_cast<size_t>(r.ptr - buf), subTag, out);
-}
-
 // "%G" with the C locale's bytes: six significant digits, trailing zeros
 // dropped, an upper-case exponent of at least two digits, "INF", "NAN".
 size_t opt_formatG(double v, char *out, size_t size) {
@@ -591,6 +584,96 @@ const char *b_optionGetObjCompressMethodString(ZEL_COMPRESS_METHOD method) {
     return opt_valueToWord(ZEL_OPT_WORDS_COMPRESS, method);
 }
 
+// ---- Stored values as text.
+
+ZEL_RETCODE zel::detail::opt_valueText(const ZEL_CONFIG_OPT_KEY *key, const void *value,
+                                       B_TAG_SUB subTag, OptText *out) {
+    const bool builtIn = key >= zel_config_opts.data() && key < zel_config_opts.data() + kNumKeys;
+    const OptRow *found = builtIn ? &kRows[key - zel_config_opts.data()] : opt_row(key->value);
+    if (found == nullptr) return eINVOPTION;
+    const OptRow &row = *found;
+    auto word = [out](const char *w) {
+        out->text = w;
+        out->len = std::strlen(w);
+        return sOKAY;
+    };
+    auto number = [out](auto v) {
+        out->len = static_cast<size_t>(std::to_chars(out->buf, out->buf + sizeof out->buf, v).ptr -
+                                       out->buf);
+        out->text = out->buf;
+        return sOKAY;
+    };
+    switch (row.form) {
+        case kFormBool:
+            return word(opt_read<int32_t>(value) != 0 ? "true" : "false");
+        case kFormText: {
+            const char *text = opt_read<const char *>(value);
+            return word(text != nullptr ? text : "");
+        }
+        case kFormInt32:
+            return number(opt_read<int32_t>(value));
+        case kFormInt16:
+            return number(opt_read<int16_t>(value));
+        case kFormUInt32:
+            return number(opt_read<uint32_t>(value));
+        case kFormUInt64:
+            return number(opt_read<uint64_t>(value));
+        case kFormTimeout: {
+            const uint32_t v = opt_read<uint32_t>(value);
+            return v == UINT32_MAX ? word("-1") : number(v);
+        }
+        case kFormPackFile:
+            return number(uint64_t{opt_read<uint32_t>(value)} * 16);
+        case kFormTcp:
+        case kFormShm: {
+            const int32_t bit = row.form == kFormTcp ? TX_TCP_INT : TX_SHM_INT;
+            return word((opt_read<int32_t>(value) & bit) != 0 ? "true" : "false");
+        }
+        case kFormDouble:
+            out->len = opt_formatG(opt_read<double>(value), out->buf, sizeof out->buf);
+            out->text = out->buf;
+            return sOKAY;
+        case kFormChar:
+            out->buf[0] = '\'';
+            out->buf[1] = opt_read<char>(value);
+            out->buf[2] = '\'';
+            out->text = out->buf;
+            out->len = 3;
+            return sOKAY;
+        case kFormDate:
+        case kFormTime: {
+            // Made by the date code on the tag, then held in the buffer.
+            char *made = nullptr;
+            ZEL_RETCODE rc;
+            if (row.form == kFormDate) {
+                // The separator is the field after date_format in ZEL_SQL_OPTIONS.
+                constexpr size_t kSep =
+                    offsetof(ZEL_SQL_OPTIONS, date_sep) - offsetof(ZEL_SQL_OPTIONS, date_format);
+                const char sep = opt_read<char>(static_cast<const char *>(value) + kSep);
+                ZEL_CHECK(rc = zel_dateCreateFormatString(opt_read<ZEL_DATE_FORMAT>(value), sep,
+                                                          subTag, &made));
+            } else {
+                ZEL_CHECK(rc = zel_timeCreateFormatString(opt_read<ZEL_TIME_FORMAT>(value), subTag,
+                                                          &made));
+            }
+            out->len = std::min(std::strlen(made), sizeof out->buf - 1);
+            std::memcpy(out->buf, made, out->len);
+            out->buf[out->len] = '\0';
+            out->text = out->buf;
+            b_tag_subFree(subTag, made);
+            return sOKAY;
+        }
+        case kFormWord: {
+            const char *w = opt_valueToWord(row.info.words, opt_read<int32_t>(value));
+            if (w == nullptr) return kDomains[row.info.words].noWord;
+            return word(w);
+        }
+        case kFormNone:
+            break;
+    }
+    return eINVOPTION;
+}
+
 ZEL_RETCODE b_optionBufferIntoString(const char *keyword, const void *value, char **strValue,
                                      B_TAG_SUB subTag) {
     if (keyword == nullptr || value == nullptr || strValue == nullptr || subTag == nullptr)
@@ -598,62 +681,7 @@ ZEL_RETCODE b_optionBufferIntoString(const char *keyword, const void *value, cha
     const ZEL_CONFIG_OPT_KEY *key = nullptr;
     ZEL_RETCODE rc;
     ZEL_CHECK(rc = b_optionGetKey(keyword, zel_config_opts.data(), kNumKeys, &key));
-    const OptRow &row = kRows[key - zel_config_opts.data()];
-    switch (row.form) {
-        case kFormBool:
-            return opt_copyString(opt_read<int32_t>(value) != 0 ? "true" : "false", subTag,
-                                  strValue);
-        case kFormText: {
-            const char *text = opt_read<const char *>(value);
-            return opt_copyString(text != nullptr ? text : "", subTag, strValue);
-        }
-        case kFormInt32:
-            return opt_copyNumber(opt_read<int32_t>(value), subTag, strValue);
-        case kFormInt16:
-            return opt_copyNumber(opt_read<int16_t>(value), subTag, strValue);
-        case kFormUInt32:
-            return opt_copyNumber(opt_read<uint32_t>(value), subTag, strValue);
-        case kFormUInt64:
-            return opt_copyNumber(opt_read<uint64_t>(value), subTag, strValue);
-        case kFormTimeout: {
-            const uint32_t v = opt_read<uint32_t>(value);
-            return v == UINT32_MAX ? opt_copyString("-1", subTag, strValue)
-                                   : opt_copyNumber(v, subTag, strValue);
-        }
-        case kFormPackFile:
-            return opt_copyNumber(uint64_t{opt_read<uint32_t>(value)} * 16, subTag, strValue);
-        case kFormTcp:
-        case kFormShm: {
-            const int32_t bit = row.form == kFormTcp ? TX_TCP_INT : TX_SHM_INT;
-            return opt_copyString((opt_read<int32_t>(value) & bit) != 0 ? "true" : "false", subTag,
-                                  strValue);
-        }
-        case kFormDouble: {
-            char buf[32];
-            return opt_copy(buf, opt_formatG(opt_read<double>(value), buf, sizeof buf), subTag,
-                            strValue);
-        }
-        case kFormChar: {
-            const char text[3] = {'\'', opt_read<char>(value), '\''};
-            return opt_copy(text, sizeof text, subTag, strValue);
-        }
-        case kFormDate: {
-            // The separator is the field after date_format in ZEL_SQL_OPTIONS.
-            constexpr size_t kSep =
-                offsetof(ZEL_SQL_OPTIONS, date_sep) - offsetof(ZEL_SQL_OPTIONS, date_format);
-            const char sep = opt_read<char>(static_cast<const char *>(value) + kSep);
-            return zel_dateCreateFormatString(opt_read<ZEL_DATE_FORMAT>(value), sep, subTag,
-                                              strValue);
-        }
-        case kFormTime:
-            return zel_timeCreateFormatString(opt_read<ZEL_TIME_FORMAT>(value), subTag, strValue);
-        case kFormWord: {
-            const char *w = opt_valueToWord(row.info.words, opt_read<int32_t>(value));
-            if (w == nullptr) return kDomains[row.info.words].noWord;
-            return opt_copyString(w, subTag, strValue);
-        }
-        case kFormNone:
-            break;
-    }
-    return eINVOPTION;
+    zel::detail::OptText text;
+    ZEL_CHECK(rc = zel::detail::opt_valueText(key, value, subTag, &text));
+    return opt_copy(text.text, text.len, subTag, strValue);
 }

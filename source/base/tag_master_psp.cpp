@@ -17,6 +17,7 @@
 #include <cassert>
 #include <cstring>
 
+#include "avl_internal.h"
 #include "psp.h"
 #include "tag_internal.h"
 
@@ -75,6 +76,19 @@ ZEL_COMPARE cmp_free_pages(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node,
     return cmp_large_pages(lookup, node, nullptr);
 }
 
+/* The two orders in line for the master's own searches (the trees keep the
+ * functions above as their cmpfcn, and order the same). */
+struct tag_masterLargeOrder {
+    ZEL_COMPARE operator()(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node) const {
+        return cmp_large_pages(lookup, node, nullptr);
+    }
+};
+struct tag_masterFreeOrder {
+    ZEL_COMPARE operator()(const B_AVL_NODE_T *lookup, const B_AVL_NODE_T *node) const {
+        return cmp_free_pages(lookup, node, nullptr);
+    }
+};
+
 /* Writes `tag` into the first and the last entry of a run of `pages`. */
 void tag_masterTagRun(B_AVL_SIZE_T *first, int pages, int16_t tag) {
     first->size = tag;
@@ -84,12 +98,14 @@ void tag_masterTagRun(B_AVL_SIZE_T *first, int pages, int16_t tag) {
 /* Tags a run free and makes it findable. */
 void tag_masterAddFreeRun(Master *master, B_AVL_SIZE_T *first, int pages) {
     tag_masterTagRun(first, pages, static_cast<int16_t>(pages));
-    [[maybe_unused]] ZEL_RETCODE rc = b_avlAdd(&master->free_pages, &first->avl);
+    [[maybe_unused]] ZEL_RETCODE rc =
+        zel::detail::avl_addWith(&master->free_pages, &first->avl, tag_masterFreeOrder{});
     assert(rc == sOKAY); /* entries are unique by address */
 }
 
 void tag_masterDeleteFreeRun(Master *master, B_AVL_SIZE_T *first) {
-    [[maybe_unused]] B_AVL_NODE_T *node = b_avlDelete(&master->free_pages, &first->avl);
+    [[maybe_unused]] B_AVL_NODE_T *node =
+        zel::detail::avl_deleteWith(&master->free_pages, &first->avl, tag_masterFreeOrder{});
     assert(node == &first->avl);
 }
 
@@ -179,11 +195,11 @@ ZEL_RETCODE tag_masterTakePages(Master *master, uint16_t size, void **pBlock) {
     if (size == 0) return eINVFCNARG;
     if (size <= B_LARGE_BLOCK_PAGES) { /* larger runs exist nowhere */
         master->min_size_lookup->size = static_cast<int16_t>(size);
-        B_AVL_NODE_T *node = b_avlFindOrNext(&master->free_pages, &master->min_size_lookup->avl);
+        B_AVL_NODE_T *node = zel::detail::avl_deleteFindOrNextWith(
+            &master->free_pages, &master->min_size_lookup->avl, tag_masterFreeOrder{});
         if (node != nullptr) {
             auto *first = reinterpret_cast<B_AVL_SIZE_T *>(node);
             const int have = first->size;
-            tag_masterDeleteFreeRun(master, first);
             tag_masterTagRun(first, size, static_cast<int16_t>(-size));
             if (have > size) tag_masterAddFreeRun(master, first + size, have - size);
             *pBlock = tag_masterPageOfEntry(first);
@@ -235,8 +251,8 @@ ZEL_RETCODE tag_masterAllocPages(Master *master, uint16_t size, void **pBlock) {
 
 /* Under the mutex: the large block holding `page` and the page's index. */
 BlockHeader *tag_masterFindBlock(Master *master, void *page, size_t *pIndex) {
-    B_AVL_NODE_T *node =
-        b_avlFindOrPrev(&master->large_pages, reinterpret_cast<const B_AVL_NODE_T *>(page));
+    B_AVL_NODE_T *node = zel::detail::avl_findOrPrevWith(
+        &master->large_pages, reinterpret_cast<const B_AVL_NODE_T *>(page), tag_masterLargeOrder{});
     assert(node != nullptr);
     *pIndex =
         static_cast<size_t>(static_cast<uint8_t *>(page) - reinterpret_cast<uint8_t *>(node)) /

@@ -132,9 +132,20 @@ int find_free_in_bitmap_4(uint64_t *used) {
     return find_free_in_bitmap_n<4>(used);
 }
 
-/* By `used_size_array` - 1. */
-constexpr int (*find_free_in_bitmap_func[4])(uint64_t *) = {
-    find_free_in_bitmap_1, find_free_in_bitmap_2, find_free_in_bitmap_3, find_free_in_bitmap_4};
+/* By `used_size_array`: the four scans, chosen by a switch rather than a table
+ * of pointers, so that each is inlined into the allocation path. */
+inline int find_free_in_bitmap_func(uint32_t used_size_array, uint64_t *used) {
+    switch (used_size_array) {
+        case 1:
+            return find_free_in_bitmap_1(used);
+        case 2:
+            return find_free_in_bitmap_2(used);
+        case 3:
+            return find_free_in_bitmap_3(used);
+        default:
+            return find_free_in_bitmap_4(used);
+    }
+}
 
 TAG_SUB_HEADER_T *tag_subHeader(B_TAG_SUB tag_sub) {
     return &tag_sub->tag;
@@ -168,6 +179,15 @@ void tag_subStore(void *pBuf, void *value) {
     *static_cast<void **>(pBuf) = value;
 }
 
+/* After a block is taken from `page`, the head of its class list: starts
+ * loading the header of the page after it, which the class turns to once
+ * this one is full. With many blocks live the pages lie far apart, and a
+ * header not asked for a whole page's worth of requests ahead would be
+ * waited for on the spot. */
+inline void tag_subPrefetchNext(const SUB_BLOCK_T *page) {
+    __builtin_prefetch(page->header64.next);
+}
+
 /* A fresh page for class `index`, the only entry of its list. */
 [[gnu::noinline]] ZEL_RETCODE tag_subNewPage(TAG_SUB_HEADER_T *header, int index,
                                              SUB_BLOCK_T **pPage) {
@@ -186,32 +206,12 @@ void tag_subStore(void *pBuf, void *value) {
     return sOKAY;
 }
 
-ZEL_RETCODE tag_subAlloc(B_TAG_SUB tag_sub, size_t size, bool clear, void *pBuf) {
-    TAG_SUB_HEADER_T *header = tag_subHeader(tag_sub);
+/* The page and huge routes, out of line. */
+[[gnu::noinline]] ZEL_RETCODE tag_subAllocLarge(TAG_SUB_HEADER_T *header, size_t size, bool clear,
+                                                void *pBuf) {
     ZEL_RETCODE rc;
     void *result;
-    if (size <= B_TAG_SUB_SMALL_MAX) {
-        const int index = tag_subClassOf(size);
-        const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];
-        int (*const find)(uint64_t *) = find_free_in_bitmap_func[layout.used_size_array - 1];
-        SUB_BLOCK_T *page = header->free[index];
-        int slot = -1;
-        while (page != nullptr) {
-            slot = find(tag_subUsed(page));
-            if (slot >= 0) break;
-            header->free[index] = page->header64.next;
-            page->header64.next = kOffList;
-            page = header->free[index];
-        }
-        if (page == nullptr) {
-            ZEL_CHECK(rc = tag_subNewPage(header, index, &page));
-            slot = find(tag_subUsed(page));
-        }
-        result = page->page.bytes + layout.offset + static_cast<size_t>(slot) * layout.size;
-        B_TAG_UNPOISON(result, layout.size);
-        tag_subCount(header, layout.size);
-        if (clear) std::memset(result, 0, layout.size);
-    } else if (size <= B_TAG_SUB_PAGES_MAX) {
+    if (size <= B_TAG_SUB_PAGES_MAX) {
         const auto pages = static_cast<uint16_t>((size + kPageMask) / B_PAGE_SIZE);
         ZEL_CHECK(rc = tag_masterAllocPagesUncounted(header->tag_master, pages,
                                                      clear ? ZEL_TRUE : ZEL_FALSE, &result));
@@ -236,6 +236,35 @@ ZEL_RETCODE tag_subAlloc(B_TAG_SUB tag_sub, size_t size, bool clear, void *pBuf)
          * buffers themselves. */
         result = static_cast<uint8_t *>(memory) + kHugeHeader;
     }
+    tag_subStore(pBuf, result);
+    return sOKAY;
+}
+
+/* The small route in line: the head page of the class and its bitmap. */
+inline ZEL_RETCODE tag_subAlloc(B_TAG_SUB tag_sub, size_t size, bool clear, void *pBuf) {
+    TAG_SUB_HEADER_T *header = tag_subHeader(tag_sub);
+    if (size > B_TAG_SUB_SMALL_MAX) return tag_subAllocLarge(header, size, clear, pBuf);
+    const int index = tag_subClassOf(size);
+    const SUB_BLOCK_LAYOUT &layout = sub_block_layout[index];
+    SUB_BLOCK_T *page = header->free[index];
+    int slot = -1;
+    while (page != nullptr) {
+        slot = find_free_in_bitmap_func(layout.used_size_array, tag_subUsed(page));
+        if (slot >= 0) break;
+        header->free[index] = page->header64.next;
+        page->header64.next = kOffList;
+        page = header->free[index];
+    }
+    if (page == nullptr) {
+        ZEL_RETCODE rc;
+        ZEL_CHECK(rc = tag_subNewPage(header, index, &page));
+        slot = find_free_in_bitmap_func(layout.used_size_array, tag_subUsed(page));
+    }
+    tag_subPrefetchNext(page);
+    void *result = page->page.bytes + layout.offset + static_cast<size_t>(slot) * layout.size;
+    B_TAG_UNPOISON(result, layout.size);
+    tag_subCount(header, layout.size);
+    if (clear) std::memset(result, 0, layout.size);
     tag_subStore(pBuf, result);
     return sOKAY;
 }

@@ -158,7 +158,7 @@ ZEL_RETCODE b_typeBytesOut(const uint8_t *p, size_t n, uint32_t flags, ZEL_OUTPU
     if ((flags & B_TYPE_FLAG_BASE64) != 0) {
         B_BASE64 b64;
         b_base64EncodeStart(&b64, fcn, ctx);
-        for (size_t i = 0; i < n; ++i) ZEL_CHECK(rc = b_base64EncodeByte(&b64, p[i]));
+        ZEL_CHECK(rc = b_base64EncodeBytes(&b64, p, n));
         return b_base64EncodeEnd(&b64);
     }
     for (size_t i = 0; i < n; ++i) {
@@ -195,8 +195,11 @@ ZEL_RETCODE parseBinary(const char *input, B_BUFFER_T *buff) {
 // else pairs of hexadecimal digits.
 ZEL_RETCODE b_typeParseBytes(const char *input, uint32_t flags, B_BUFFER_T *buff) {
     if ((flags & B_TYPE_FLAG_BASE64) != 0) {
-        STRING_INPUT_CTX in{input, 0};
-        return b_base64DecodeFcn(stringInputFcn, &in, b_bufferEmitByte, buff);
+        B_BASE64 b64;
+        b_base64DecodeStart(&b64, b_bufferEmitByte, buff);
+        ZEL_RETCODE rc;
+        ZEL_CHECK(rc = b_base64DecodeChars(&b64, input, std::strlen(input)));
+        return b_base64DecodeEnd(&b64);
     }
     return parseBinary(input, buff);
 }

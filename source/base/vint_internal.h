@@ -166,28 +166,73 @@ constexpr int b_vintFormOf(uintmax_t val) {
 }
 
 template <int F = 0>
-inline ZEL_RETCODE b_vintEncode(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
+inline ZEL_RETCODE b_vintEncodeChain(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
     if constexpr (F == B_VINT_FORMS - 1) {
         return b_vintEncodeForm<F>(val, fcn, ctx);
     } else {
         if (val <= b_vintForms[F].max) return b_vintEncodeForm<F>(val, fcn, ctx);
-        return b_vintEncode<F + 1>(val, fcn, ctx);
+        return b_vintEncodeChain<F + 1>(val, fcn, ctx);
     }
+}
+
+// The fast path of a B_BUFFER_T written through b_bufferEmitByte with room
+// for the longest form: the form is counted, not searched (no branch on the
+// value's size, which the data decides), the payload goes out as one
+// big-endian word after the first byte, and len moves by the form's size.
+// The word may write up to 8 bytes past the value into the free room; len
+// tells where the stream ends, so those bytes are not part of it. False,
+// with nothing written, for any other sink.
+inline bool b_vintEncodeIntoBuffer(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
+    if (fcn != b_bufferEmitByte) return false;
+    auto *b = static_cast<B_BUFFER_T *>(ctx);
+    if (b->len >= b->size || b->size - b->len < B_VINT_FORMS) return false;
+    unsigned f = 0;
+    for (int i = 0; i < B_VINT_FORMS - 1; ++i) f += val > b_vintForms[i].max;
+    const B_VINT_FORM &form = b_vintForms[f];
+    const uint64_t payload = val - form.bias;
+    const unsigned tail = form.size - 1;  // payload bytes after the first
+    uint8_t *p = b->data.bin + b->len;
+    // The first byte's payload bits sit above the tail's (none from form 7).
+    p[0] = static_cast<uint8_t>(form.first | ((payload >> ((8 * tail) & 63)) & form.firstMask));
+    const uint64_t word = __builtin_bswap64(payload << ((64 - 8 * tail) & 63));
+    std::memcpy(p + 1, &word, 8);
+    b->len += form.size;
+    return true;
+}
+
+inline ZEL_RETCODE b_vintEncode(uintmax_t val, ZEL_OUTPUT_FCN fcn, B_OUTPUT_CTX ctx) {
+    if (b_vintEncodeIntoBuffer(val, fcn, ctx)) return sOKAY;
+    return b_vintEncodeChain(val, fcn, ctx);
 }
 
 inline ZEL_RETCODE b_vintDecode(ZEL_INPUT_FCN fcn, B_INPUT_CTX ctx, uintmax_t *val) {
     // A whole value in a buffer read through b_bufferInputByte is taken from
     // memory; a short or invalid one goes the byte way, which stops where
-    // the byte calls would.
+    // the byte calls would. With nine bytes left the tail is one big-endian
+    // word, shifted to the form's length: no loop, no branch on the length.
     if (fcn == b_bufferInputByte) {
-        const auto *b = static_cast<const B_BUFFER_T *>(ctx);
+        auto *b = static_cast<B_BUFFER_T *>(ctx);
         if (b->pos < b->len) {
-            const uint8_t first = b->data.bin[b->pos];
+            const uint8_t *p = b->data.bin + b->pos;
+            const uint8_t first = p[0];
             const uint32_t form = reverse_lookup[first];
+            if (form < B_VINT_FORMS && b->len - b->pos >= B_VINT_FORMS) {
+                const B_VINT_FORM &f = b_vintForms[form];
+                uint64_t word;
+                std::memcpy(&word, p + 1, 8);
+                word = __builtin_bswap64(word);
+                const unsigned tail = form;  // payload bytes after the first
+                const uint64_t low = tail == 0 ? 0 : word >> ((64 - 8 * tail) & 63);
+                const uint64_t high = static_cast<uint64_t>(first & f.firstMask)
+                                      << ((8 * tail) & 63);
+                *val = (high | low) + f.bias;  // wraps as the byte way does
+                b->pos += f.size;
+                return sOKAY;
+            }
             if (form < B_VINT_FORMS) {
-                if (const uint8_t *p = b_vintAvail(fcn, ctx, b_vintForms[form].size)) {
+                if (const uint8_t *q = b_vintAvail(fcn, ctx, b_vintForms[form].size)) {
                     uint64_t r = first & b_vintForms[form].firstMask;
-                    for (uint32_t i = 1; i < b_vintForms[form].size; ++i) r = r << 8 | p[i];
+                    for (uint32_t i = 1; i < b_vintForms[form].size; ++i) r = r << 8 | q[i];
                     *val = r + b_vintForms[form].bias;  // wraps as the byte way does
                     return sOKAY;
                 }
