@@ -15,6 +15,7 @@
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
 
@@ -38,19 +39,6 @@ class FileTest : public TaggedTest {
     std::string path = dir.path("f");
     B_FILE_T f{};
 };
-
-std::vector<std::vector<std::string>> readVectors(const char *name) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(in, line);) {
-        std::vector<std::string> cols;
-        std::stringstream s(line);
-        for (std::string c; std::getline(s, c, '\t');) cols.push_back(c);
-        rows.push_back(cols);
-    }
-    EXPECT_FALSE(rows.empty()) << name;
-    return rows;
-}
 
 TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
     struct Case {
@@ -86,7 +74,7 @@ TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
 }
 
 TEST_F(FileTest, Utf16ReadsAsCodecsAndTheModel) {
-    for (const auto &row : readVectors("good-file-utf16.txt")) {
+    for (const auto &row : vectors_read("good-file-utf16.txt", '\t')) {
         OpenWith(fixture_fromHex(row[1]));
         EXPECT_EQ(f.swap, row[0] == "be" ? 1 : 0);
         EXPECT_EQ(fixture_toHex(ReadAllGetc()), row[2] == "-" ? "" : row[2]) << row[1];
@@ -108,7 +96,7 @@ TEST_F(FileTest, Utf16ReadsAsCodecsAndTheModel) {
 }
 
 TEST_F(FileTest, Utf16WritesHostOrderUnitsWithoutMark) {
-    for (const auto &row : readVectors("good-file-utf16w.txt")) {
+    for (const auto &row : vectors_read("good-file-utf16w.txt", '\t')) {
         ASSERT_EQ(b_fileOpen(&f, path.c_str(), B_FILE_FLAGS_WRITE), sOKAY);
         f.fmode = B_FILE_MODE_UTF16;
         const Bytes utf8 = fixture_fromHex(row[0]);

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "keyvalue.h"
+#include "vectors.h"
 #include "oom.h"
 #include "psp.h"
 #include "tag_fixture.h"
@@ -266,18 +266,13 @@ TEST_F(KeyValueTest, ListsAndIteration) {
 }
 
 TEST_F(KeyValueTest, FixedFormAgreesWithPython) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-keyvalue-fixed.txt");
-    ASSERT_TRUE(in) << "missing vectors";
-    std::string line;
-    int count = 0;
-    while (std::getline(in, line)) {
-        const size_t tab = line.find('\t');
-        const std::string text = "a=" + line.substr(0, tab);
+    const auto rows = vectors_read("good-keyvalue-fixed.txt", '\t', false);
+    for (const VectorRow &row : rows) {
+        const std::string text = "a=" + row[0];
         ASSERT_EQ(parse(text.c_str()), sOKAY) << text;
-        EXPECT_EQ(dump(kv), "a=" + line.substr(tab + 1)) << text;
-        ++count;
+        EXPECT_EQ(dump(kv), "a=" + row[1]) << text;
     }
-    EXPECT_GT(count, 300);
+    EXPECT_GT(rows.size(), 300u);
 }
 
 // Random strings of pairs over a few keys in random case, against a model in

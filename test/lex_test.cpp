@@ -7,14 +7,13 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "bcd.h"
 #include "input.h"
 #include "lex.h"
+#include "vectors.h"
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
@@ -124,34 +123,15 @@ const std::string MISSING = "ERR:" B_LEX_ERR_NO_QUOTE;
 
 // ---- Numbers.
 
-struct NumberVector {
-    std::string text, type, tokbuf, value;
-    size_t consumed;
-};
-
-std::vector<NumberVector> numberVectors() {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-lex-numbers.txt");
-    std::vector<NumberVector> out;
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        NumberVector v;
-        std::string consumed;
-        std::getline(fields, v.text, '\t');
-        std::getline(fields, v.type, '\t');
-        std::getline(fields, v.tokbuf, '\t');
-        std::getline(fields, consumed, '\t');
-        std::getline(fields, v.value, '\t');
-        v.consumed = std::stoul(consumed);
-        out.push_back(v);
-    }
-    return out;
-}
-
 TEST_F(Lex, NumbersAgreeWithPythonFloatAndDecimal) {
-    const std::vector<NumberVector> vectors = numberVectors();
+    // text, type, token buffer, characters consumed, value
+    const auto vectors = vectors_read("good-lex-numbers.txt", '\t', false);
     ASSERT_GT(vectors.size(), 400u);
-    for (const NumberVector &v : vectors) {
+    for (const VectorRow &row : vectors) {
+        const struct {
+            std::string text, type, tokbuf, value;
+            size_t consumed;
+        } v{row[0], row[1], row[2], row[4], std::stoul(row[3])};
         b_lexTerm(&lex);
         open(v.text);
         B_TOKEN t;
@@ -205,7 +185,7 @@ struct StringCase {
     Tokens want;
 };
 
-TEST_F(Lex, StringsAndEscapes) {
+TEST_F(Lex, StringsEscapesAndLiterals) {
     const StringCase cases[] = {
         {"'it''s'", {"STR:it's", "EOS"}},
         {"''", {"STR:", "EOS"}},
@@ -232,19 +212,7 @@ TEST_F(Lex, StringsAndEscapes) {
         {R"('a\)", {MISSING, "EOS"}},
         {"\"dq\"\"x\"", {"STR:dq\"x", "EOS"}},
         {"'line\nbreak'", {"STR:line\nbreak", "EOS"}},
-    };
-    for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
-    // \xA is 0: the string holds one zero byte.
-    open(R"('\xA')");
-    B_TOKEN t;
-    ASSERT_EQ(b_lexGet(&lex, &t), tokSTRING);
-    EXPECT_EQ(t.v.str[0], '\0');
-    EXPECT_EQ(lex.tokpos, 1u);
-    b_lexTokenFree(&lex, &t);
-}
-
-TEST_F(Lex, UnicodeLiterals) {
-    const StringCase cases[] = {
+        // Unicode literals
         {R"(U&'caf\00e9')", {"STR:caf\xC3\xA9", "EOS"}},
         {R"(u&'\+01F600 \\ ''')", {"STR:\xF0\x9F\x98\x80 \\ '", "EOS"}},
         {R"(U&'\0100')", {"STR:\xC4\x80", "EOS"}},
@@ -253,12 +221,7 @@ TEST_F(Lex, UnicodeLiterals) {
         {"U&'open", {MISSING, "EOS"}},
         {"U&x", {"ERR:Invalid Unicode literal sequence", "ID:X", "EOS"}},
         {"U & 'a'", {"ID:U", "&", "STR:a", "EOS"}},
-    };
-    for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
-}
-
-TEST_F(Lex, BinaryLiterals) {
-    const StringCase cases[] = {
+        // binary literals
         {"0x1F X'1f' x''", {"BIN:1F", "BIN:1F", "BIN:", "EOS"}},
         {"x'ABC'", {"ERR:bad binary literal", MISSING, "EOS"}},
         {"X'AB", {"ERR:bad binary literal", "EOS"}},
@@ -268,6 +231,13 @@ TEST_F(Lex, BinaryLiterals) {
         {"X 'a'", {"ID:X", "STR:a", "EOS"}},
     };
     for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
+    // \xA is 0: the string holds one zero byte.
+    open(R"('\xA')");
+    B_TOKEN t;
+    ASSERT_EQ(b_lexGet(&lex, &t), tokSTRING);
+    EXPECT_EQ(t.v.str[0], '\0');
+    EXPECT_EQ(lex.tokpos, 1u);
+    b_lexTokenFree(&lex, &t);
 }
 
 // ---- Identifiers.
@@ -492,6 +462,12 @@ TEST_F(Lex, CaptureOfAnExpression) {
     EXPECT_STREQ(b_lexGetTokString(&lex), "");
     b_tag_subFree(sub, text);
     EXPECT_EQ(b_lexExprGet(&lex, &text), eINVFCNSEQ);  // capture is off
+    open("  ");                                        // nothing captured: null
+    ASSERT_EQ(b_lexExprSaveBegin(&lex), sOKAY);
+    EXPECT_EQ(b_lexGet(&lex, &t), tokEOS);
+    text = reinterpret_cast<char *>(1);
+    ASSERT_EQ(b_lexExprGet(&lex, &text), sOKAY);
+    EXPECT_EQ(text, nullptr);
 }
 
 TEST_F(Lex, CaptureRereadsAsTheSameTokens) {
@@ -512,16 +488,6 @@ TEST_F(Lex, CaptureRereadsAsTheSameTokens) {
     read.insert(read.begin(), "(");
     read.push_back("EOS");
     EXPECT_EQ(lexAll(captured), read) << captured;
-}
-
-TEST_F(Lex, EmptyCaptureIsNull) {
-    open("  ");
-    ASSERT_EQ(b_lexExprSaveBegin(&lex), sOKAY);
-    B_TOKEN t;
-    EXPECT_EQ(b_lexGet(&lex, &t), tokEOS);
-    char *text = reinterpret_cast<char *>(1);
-    ASSERT_EQ(b_lexExprGet(&lex, &text), sOKAY);
-    EXPECT_EQ(text, nullptr);
 }
 
 // ---- Long tokens and memory.
