@@ -20,16 +20,9 @@ class PrimeNext : public TaggedTest {
 };
 
 TEST_F(PrimeNext, SmallCases) {
-    EXPECT_EQ(Next(0), 2u);
-    EXPECT_EQ(Next(1), 2u);
-    EXPECT_EQ(Next(2), 2u);
     // 3 to 5 have a sieve limit of 2: the list is {2} and the odd candidate stands.
-    EXPECT_EQ(Next(3), 3u);
-    EXPECT_EQ(Next(4), 5u);
-    EXPECT_EQ(Next(5), 5u);
-    EXPECT_EQ(Next(6), 7u);
-    EXPECT_EQ(Next(7), 7u);
-    EXPECT_EQ(Next(8), 11u);
+    const uint64_t want[] = {2, 2, 2, 3, 5, 5, 7, 7, 11};
+    for (uint64_t n = 0; n < std::size(want); ++n) EXPECT_EQ(Next(n), want[n]) << n;
 }
 
 TEST_F(PrimeNext, MatchesTrialDivision) {
