@@ -83,18 +83,6 @@ TEST_F(RtreeTest, EntryByHand) {
     rtree_free(&node);
 }
 
-TEST_F(RtreeTest, EmptyNode) {
-    ZEL_RTREE_NODE node;
-    rt_empty(&node, cat.box[kI32], sub, 7);
-    EXPECT_EQ(node.level, 7);
-    EXPECT_EQ(rf_hex(of_pack(rtree_pack_compact, node, sub)), "00 07");
-    EXPECT_EQ(rf_hex(of_pack(rtree_pack_expanded, node, sub)), "00 00 07 00");
-    rtree_free(&node);
-    ASSERT_EQ(of_unpack(rtree_unpack_expanded, &node, cat.box[kI32], {0, 0, 7, 0}, sub), sOKAY);
-    EXPECT_EQ(node.level, 7);
-    rtree_free(&node);
-}
-
 // One boundary through an element type and back, at the edges of the
 // conversions: truncation to 32 or 64 bits, NaN and out of range giving the
 // most negative value, then the low bits kept.
