@@ -47,18 +47,16 @@ TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
         uint32_t bom_off;
         uint8_t swap;
     };
+    // clang-format off
     const Case cases[] = {
         {"", B_FILE_MODE_UTF8, 0, 0},
         {"A", B_FILE_MODE_UTF8, 0, 0},  // one and two bytes read back whole
-        {"\xEF", B_FILE_MODE_UTF8, 0, 0},
-        {"\xEF\xBB", B_FILE_MODE_UTF8, 0, 0},
-        {"\xFF", B_FILE_MODE_UTF8, 0, 0},
-        {"\xFE\xFE", B_FILE_MODE_UTF8, 0, 0},
-        {"\xEF\xBB\xBF", B_FILE_MODE_UTF8, 3, 0},
-        {"\xEF\xBB\xBFxyz", B_FILE_MODE_UTF8, 3, 0},
-        {"\xFF\xFE", B_FILE_MODE_UTF16, 2, 0},
-        {"\xFE\xFF", B_FILE_MODE_UTF16, 2, 1},
+        {"\xEF", B_FILE_MODE_UTF8, 0, 0}, {"\xEF\xBB", B_FILE_MODE_UTF8, 0, 0},
+        {"\xFF", B_FILE_MODE_UTF8, 0, 0}, {"\xFE\xFE", B_FILE_MODE_UTF8, 0, 0},
+        {"\xEF\xBB\xBF", B_FILE_MODE_UTF8, 3, 0}, {"\xEF\xBB\xBFxyz", B_FILE_MODE_UTF8, 3, 0},
+        {"\xFF\xFE", B_FILE_MODE_UTF16, 2, 0}, {"\xFE\xFF", B_FILE_MODE_UTF16, 2, 1},
     };
+    // clang-format on
     for (const Case &c : cases) {
         OpenWith(c.bytes);
         EXPECT_EQ(f.fmode, c.mode) << fixture_toHex(c.bytes);

@@ -148,40 +148,30 @@ struct Case {
 };
 
 TEST_F(Json, RelaxedSyntaxAndWhatIsKept) {
+    // clang-format off
     const Case cases[] = {
-        {"", {SYNTAX}},
-        {"[1 2,3]", {"[", "N1", "N2", "N3", "]"}},
-        {"[1,,2]", {"[", "N1", SYNTAX}},
+        {"", {SYNTAX}}, {"[1 2,3]", {"[", "N1", "N2", "N3", "]"}}, {"[1,,2]", {"[", "N1", SYNTAX}},
         {"{\"a\":1,,\"b\":2}", {"{", "K61", "N1", "K62", "N2", "}"}},
         {"{a:1}", {"{", "K41", "N1", "}"}},  // names from the identifier path
         {"-1.5", {SYNTAX}},
         {"[-1, +2, 1.5, 1e2]", {"[", "N-1", "N2", doubleEvent(1.5), doubleEvent(100), "]"}},
         {"[1234567890.1234567]", {"[", SYNTAX}},  // a decimal token
-        {"[x'00', 0x1F]", {"[", SYNTAX}},
-        {"[1, -- note\n 2 /* more */]", {"[", "N1", "N2", "]"}},
-        {R"(["\/", "\u00e9"])", {"[", "S5c2f", "Se9", "]"}},
-        {R"(["\u0100"])", {"[", SYNTAX}},
+        {"[x'00', 0x1F]", {"[", SYNTAX}}, {"[1, -- note\n 2 /* more */]", {"[", "N1", "N2", "]"}},
+        {R"(["\/", "\u00e9"])", {"[", "S5c2f", "Se9", "]"}}, {R"(["\u0100"])", {"[", SYNTAX}},
         {"[true, FALSE, Null, abc]", {"[", "T", "F", "Z", "S414243", "]"}},
         // Kept: one comma skipped in arrays; in objects only after the "}" test.
-        {"[,1,]", {"[", "N1", "]"}},
-        {"{\"a\":1,}", {"{", "K61", "N1", SYNTAX}},
+        {"[,1,]", {"[", "N1", "]"}}, {"{\"a\":1,}", {"{", "K61", "N1", SYNTAX}},
         {"{,\"a\":1}", {"{", "K61", "N1", "}"}},
         {"[1] trailing ] garbage", {"[", "N1", "]"}},  // the top level is not closed
         // Kept: a sign only before an integer; an integer taken as signed.
-        {"[- 1.5]", {"[", SYNTAX}},
-        {"[18446744073709551615]", {"[", "N-1", "]"}},
+        {"[- 1.5]", {"[", SYNTAX}}, {"[18446744073709551615]", {"[", "N-1", "]"}},
         {"[-9223372036854775808, -18446744073709551615]",
-         {"[", "N-9223372036854775808", "N1", "]"}},
-        {"[}", {"[", SYNTAX}},
-        {"{]", {"{", SYNTAX}},
-        {"{\"a\" 1}", {"{", SYNTAX}},
-        {"{1:2}", {"{", SYNTAX}},
-        {",1", {SYNTAX}},
-        {"{\"a\":,1}", {"{", SYNTAX}},
-        {"['single']", {"[", "S73696e676c65", "]"}},
-        {"[\"open", {"[", SYNTAX}},
-        {"[1", {"[", "N1", SYNTAX}},
+        {"[", "N-9223372036854775808", "N1", "]"}}, {"[}", {"[", SYNTAX}}, {"{]", {"{", SYNTAX}},
+        {"{\"a\" 1}", {"{", SYNTAX}}, {"{1:2}", {"{", SYNTAX}}, {",1", {SYNTAX}},
+        {"{\"a\":,1}", {"{", SYNTAX}}, {"['single']", {"[", "S73696e676c65", "]"}},
+        {"[\"open", {"[", SYNTAX}}, {"[1", {"[", "N1", SYNTAX}},
     };
+    // clang-format on
     for (const Case &c : cases) EXPECT_EQ(read(c.text), c.want) << c.text;
 }
 

@@ -186,31 +186,27 @@ struct StringCase {
 };
 
 TEST_F(Lex, StringsEscapesAndLiterals) {
+    // clang-format off
     const StringCase cases[] = {
-        {"'it''s'", {"STR:it's", "EOS"}},
-        {"''", {"STR:", "EOS"}},
+        {"'it''s'", {"STR:it's", "EOS"}}, {"''", {"STR:", "EOS"}},
         {R"('a\nb\tc\\d\'e\"f\?')", {"STR:a\nb\tc\\d'e\"f?", "EOS"}},
         {R"('\a\b\f\r\v')", {"STR:\a\b\f\r\v", "EOS"}},
         // octal: up to three digits in all
         {R"('\101\1010')", {"STR:AA0", "EOS"}},
         {R"('\400')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
         // \x adds its digits in tens, with 'a' counting 0: f=5, f=5 gives 55.
-        {R"('\xff')", {"STR:7", "EOS"}},
-        {R"('\x10')", {"STR:\n", "EOS"}},
+        {R"('\xff')", {"STR:7", "EOS"}}, {R"('\x10')", {"STR:\n", "EOS"}},
         {R"('\x41z')", {"STR:)z", "EOS"}},  // 4*10+1 = 41 = ')'
         // and saturates: no wrap to a small value
         {R"('\x9999999999999999999999')", {"ERR:invalid escape sequence", MISSING, "EOS"}},
         {R"('\x300')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
-        {R"('\u00e9')", {"STR:\xE9", "EOS"}},
-        {R"('\U000000e9')", {"STR:\xE9", "EOS"}},
+        {R"('\u00e9')", {"STR:\xE9", "EOS"}}, {R"('\U000000e9')", {"STR:\xE9", "EOS"}},
         {R"('\u0100')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
         {R"('\u00g')", {"ERR:invalid escape sequence", "ID:G", MISSING, "EOS"}},
         {R"('\U00110000')", {"ERR:invalid escape sequence", MISSING, "EOS"}},
         // anything else keeps its backslash
-        {R"('\q\/')", {"STR:\\q\\/", "EOS"}},
-        {"'open", {MISSING, "EOS"}},
-        {R"('a\)", {MISSING, "EOS"}},
-        {"\"dq\"\"x\"", {"STR:dq\"x", "EOS"}},
+        {R"('\q\/')", {"STR:\\q\\/", "EOS"}}, {"'open", {MISSING, "EOS"}},
+        {R"('a\)", {MISSING, "EOS"}}, {"\"dq\"\"x\"", {"STR:dq\"x", "EOS"}},
         {"'line\nbreak'", {"STR:line\nbreak", "EOS"}},
         // Unicode literals
         {R"(U&'caf\00e9')", {"STR:caf\xC3\xA9", "EOS"}},
@@ -224,12 +220,11 @@ TEST_F(Lex, StringsEscapesAndLiterals) {
         // binary literals
         {"0x1F X'1f' x''", {"BIN:1F", "BIN:1F", "BIN:", "EOS"}},
         {"x'ABC'", {"ERR:bad binary literal", MISSING, "EOS"}},
-        {"X'AB", {"ERR:bad binary literal", "EOS"}},
-        {"0xABCDEFg", {"BIN:ABCDEF", "ID:G", "EOS"}},
-        {"0x1", {"ERR:bad binary literal", "EOS"}},
-        {"0X", {"BIN:", "EOS"}},
+        {"X'AB", {"ERR:bad binary literal", "EOS"}}, {"0xABCDEFg", {"BIN:ABCDEF", "ID:G", "EOS"}},
+        {"0x1", {"ERR:bad binary literal", "EOS"}}, {"0X", {"BIN:", "EOS"}},
         {"X 'a'", {"ID:X", "STR:a", "EOS"}},
     };
+    // clang-format on
     for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
     // \xA is 0: the string holds one zero byte.
     open(R"('\xA')");

@@ -448,24 +448,20 @@ TEST_F(TypesTest, CompareRules) {
         int n;
         const ZEL_VALUE *a, *b;
         ZEL_COMPARE want;
+    // clang-format off
     } cases[] = {
         {c, 2, &abc, &abd, ZEL_EQ},  // bounded
-        {c, 0, &abc, &abd, ZEL_LT},
-        {c, 0, nullptr, &abd, ZEL_LT},
-        {c, 0, &abd, nullptr, ZEL_GT},
-        {c, 0, nullptr, nullptr, ZEL_EQ},
-        {d, 0, &nan, &inf, ZEL_GT},
-        {d, 0, &inf, &nan, ZEL_LT},
+        {c, 0, &abc, &abd, ZEL_LT}, {c, 0, nullptr, &abd, ZEL_LT}, {c, 0, &abd, nullptr, ZEL_GT},
+        {c, 0, nullptr, nullptr, ZEL_EQ}, {d, 0, &nan, &inf, ZEL_GT}, {d, 0, &inf, &nan, ZEL_LT},
         {d, 0, &nan, &nan, ZEL_EQ},
         // Arrays of dates compare equal and of zoned times greater, unlooked at.
-        {col(ZEL_DATE, 2), 0, &a1, &a2, ZEL_EQ},
-        {tza, 0, &z1, &z1, ZEL_GT},
+        {col(ZEL_DATE, 2), 0, &a1, &a2, ZEL_EQ}, {tza, 0, &z1, &z1, ZEL_GT},
         {col(ZEL_INT32, 2), 0, &x1, &x2, ZEL_LT},
         {col(ZEL_TIMETZ), 0, &z1, &z2, ZEL_EQ},           // the time word only
         {col(ZEL_VARBINARY, 0, 4), 0, &v1, &v2, ZEL_LT},  // shorter first
-        {bn, 0, &w1, &w2, ZEL_LT},
-        {bn, 2, &w1, &w2, ZEL_EQ},
+        {bn, 0, &w1, &w2, ZEL_LT}, {bn, 2, &w1, &w2, ZEL_EQ},
     };
+    // clang-format on
     for (size_t i = 0; i < std::size(cases); ++i) {
         const auto &k = cases[i];
         EXPECT_EQ(k.pi.type_info->cmp(&k.pi, k.n, k.a, k.b), k.want) << "case " << i;
