@@ -67,18 +67,12 @@ ZEL_RETCODE commitRecord(const void *di, uint64_t id, void *, const void *ctx) {
     const_cast<Counts *>(static_cast<const Counts *>(ctx))->committed.emplace_back(di, id);
     return sOKAY;
 }
-int g_converts = 0;  // convertfcn has no context
-ZEL_RETCODE convertFailSecond(void *obj, const void *) {
-    if (++g_converts == 2) return eFAIL;
-    *static_cast<uint64_t *>(obj) += 100;
-    return sOKAY;
-}
 
 class Vcache : public TaggedTest {
   protected:
     void make(uint32_t max_entries) {
-        ASSERT_EQ(b_vcacheInit(&c, max_entries, sizeof(uint64_t), cstrU64, dstrU64,
-                               convertFailSecond, fullCount, commitRecord, &n, sub),
+        ASSERT_EQ(b_vcacheInit(&c, max_entries, sizeof(uint64_t), cstrU64, dstrU64, nullptr,
+                               fullCount, commitRecord, &n, sub),
                   sOKAY);
         ASSERT_EQ(b_vcacheAddSubcache(&c, &dA, &A), sOKAY);
         ASSERT_EQ(b_vcacheAddSubcache(&c, &dB, &B), sOKAY);
@@ -137,18 +131,6 @@ class Vcache : public TaggedTest {
 };
 
 // ---------------------------------------------------------------- edge cases
-
-// Kept: the first modification makes no copy, so its rollback removes it.
-TEST_F(Vcache, RollbackOfAFirstModificationRemovesTheEntry) {
-    make(10);
-    uint64_t *o = nullptr;
-    b_vcacheRelease(add(&A, 7, false, &o));
-    ASSERT_EQ(b_vcacheSetMark(&c, &a), sOKAY);
-    rewrite(&A, 7, 22);
-    ASSERT_EQ(b_vcacheRollback(&c, &a), sOKAY);
-    get(&A, 7, false, &o, sNOTFOUND);
-    EXPECT_EQ(c.num_entries + c.num_modified, 0u);
-}
 
 // Two images under one target become one; the object a holder of the newer
 // image has stays valid, with the newer contents.
@@ -239,21 +221,6 @@ TEST_F(Vcache, CommitOrderAndAddListBothWays) {
     b_vcacheRemoveSubcache(&c, &R);
     EXPECT_EQ(R.cache, nullptr);
     EXPECT_EQ(c.num_entries, 6u);
-}
-
-TEST_F(Vcache, CommitFailureStopsWithTheRestModified) {
-    make(20);
-    written(&A, 1, 1);
-    written(&A, 2, 2);
-    ASSERT_EQ(b_vcacheSetMark(&c, &a), sOKAY);
-    auto failSecond = [](const void *, uint64_t id, void *, const void *) {
-        return id == 2 ? eFAIL : sOKAY;
-    };
-    c.commitfcn = failSecond;
-    EXPECT_EQ(b_vcacheCommit(B_VCACHE_FORWARD, &c), eFAIL);
-    EXPECT_EQ(b_vcacheGetModifiedCount(&c), 1u);
-    EXPECT_EQ(c.curr_mark->markCtx, &a);  // the marks stay
-    c.commitfcn = commitRecord;
 }
 
 // A drawer whose type changes under modified entries breaks the order; past a
@@ -372,19 +339,6 @@ TEST_F(Vcache, FindVersionSeesMarkedImagesOnly) {
     ASSERT_EQ(b_vcacheWrite(h), sOKAY);
 }
 
-TEST_F(Vcache, RollbackOfEverythingThrowsHeldEntriesAway) {
-    make(10);
-    uint64_t *o = nullptr;
-    B_VCACHE_ITEM_HANDLE h = add(&A, 1, true, &o);
-    ASSERT_EQ(b_vcacheSetMark(&c, &a), sOKAY);
-    written(&B, 2, 2);
-    EXPECT_EQ(c.num_held, 1u);
-    ASSERT_EQ(b_vcacheRollback(&c, nullptr), sOKAY);
-    (void)h;  // gone with its entry
-    EXPECT_EQ(c.num_held + c.num_entries + c.num_modified, 0u);
-    EXPECT_EQ(c.curr_mark, &c.default_mark);
-}
-
 TEST_F(Vcache, HoldsStopAtTheirCountersLimit) {
     make(10);
     uint64_t *o = nullptr;
@@ -400,32 +354,6 @@ TEST_F(Vcache, HoldsStopAtTheirCountersLimit) {
 }
 
 // ---------------------------------------------------------------- kept on purpose
-
-TEST_F(Vcache, ClearKeepsTheCountDiscardLowersIt) {
-    make(10);
-    written(&A, 1, 1);
-    written(&A, 2, 2);
-    b_vcacheClearSubcache(&A);
-    EXPECT_EQ(c.num_modified, 2u);
-    EXPECT_EQ(b_vcacheGetModifiedCount(&c), 0u);
-    EXPECT_EQ(c.num_entries, 0u);
-    written(&A, 3, 3);
-    uint64_t *o = nullptr;
-    b_vcacheDiscard(get(&A, 3, false, &o));
-    EXPECT_EQ(c.num_modified, 2u);
-    EXPECT_FALSE(present(&A, 3));
-}
-
-TEST_F(Vcache, ConvertStopsAtAFailureAndSaysOkay) {
-    make(10);
-    for (uint64_t id : {3, 1, 2}) written(&A, id, id);
-    g_converts = 0;
-    EXPECT_EQ(b_vcacheConvertSubcache(&A), sOKAY);
-    EXPECT_EQ(g_converts, 2);
-    EXPECT_EQ(payload(&A, 1), 101u);
-    EXPECT_EQ(payload(&A, 2), 2u);
-    EXPECT_EQ(payload(&A, 3), 3u);
-}
 
 TEST_F(Vcache, LimitTestsAreUnsigned32Bit) {
     make(2);
