@@ -159,6 +159,11 @@ std::string facts(const ZEL_ERR &e) {
            std::to_string(e.errline) + ":" + std::to_string(e.errcolumn);
 }
 
+std::string facts4(int a, int b, int c, int d) {
+    return std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(c) + " " +
+           std::to_string(d);
+}
+
 class ErrorObject : public TaggedTest {
   protected:
     void SetUp() override {
@@ -239,53 +244,34 @@ TEST_F(ErrorObject, ReportOrTermFromInsideAHandlerIsRefused) {
     EXPECT_EQ(zelErrorEx(nullptr, eINVARG, nullptr, nullptr, 0, 0, nullptr, 0), eINVARG);
 }
 
-TEST_F(ErrorObject, StatusSkipsUserHandlerAndCleanup) {
+// The system handler decides the sign (sOKAY leaves the code); a status
+// skips the user handler and the cleanup; the user handler's sOKAY ignores
+// (sIGNORE), the same code lets the failure stand, another code replaces the
+// result only. "result status code-the-user-saw cleanups".
+TEST_F(ErrorObject, HandlerProtocol) {
     Trace t;
     Wire(t);
-    EXPECT_EQ(report(sNOTFOUND), sNOTFOUND);
-    EXPECT_EQ(err_.status, sNOTFOUND);
-    EXPECT_EQ(t.sys, std::vector<ZEL_RETCODE>{sNOTFOUND});
-    EXPECT_TRUE(t.user.empty());
-    EXPECT_EQ(t.cleanups, 0);
-}
-
-TEST_F(ErrorObject, SystemHandlerDecidesTheSign) {
-    Trace t;
-    Wire(t);
-    t.sys_answer = sNODATA;  // an error becomes a status
-    EXPECT_EQ(report(eEOF), sNODATA);
-    EXPECT_EQ(err_.status, sNODATA);
-    EXPECT_TRUE(t.user.empty());
-    EXPECT_EQ(t.cleanups, 0);
-
-    t.sys_answer = eFILEIO;  // a status becomes an error
-    t.user_answer = eFILEIO;
-    EXPECT_EQ(report(sEOF), eFILEIO);
-    EXPECT_EQ(err_.status, eFILEIO);
-    EXPECT_EQ(t.user, std::vector<ZEL_RETCODE>{eFILEIO});
-    EXPECT_EQ(t.cleanups, 1);
-
-    t.sys_answer = sOKAY;  // sOKAY leaves the code
-    EXPECT_EQ(report(eRANGE), eFILEIO);
-    EXPECT_EQ(err_.status, eRANGE);
-    EXPECT_EQ(t.sys.back(), eRANGE);
-}
-
-TEST_F(ErrorObject, UserHandlerAnswers) {
-    Trace t;
-    Wire(t);
-    t.user_answer = sOKAY;  // ignoring: the caller sees sIGNORE
-    EXPECT_EQ(report(eCHECK), sIGNORE);
-    EXPECT_EQ(err_.status, eCHECK);
-    t.user_answer = eCHECK;  // the same code: the failure stands
-    EXPECT_EQ(report(eCHECK), eCHECK);
-    t.user_answer = eDBCORRUPTED;  // another code replaces the result only
-    EXPECT_EQ(report(eCHECK), eDBCORRUPTED);
-    EXPECT_EQ(err_.status, eCHECK);
-    EXPECT_EQ(t.cleanups, 3);
-    int other = 0;
-    zelErrorSetUserHandlerData(&err_, &other);
-    EXPECT_EQ(err_.userdata, &other);
+    const struct {
+        ZEL_RETCODE code, sys, user;
+        std::string want;
+    } cases[] = {
+        {sNOTFOUND, sOKAY, kEcho, facts4(sNOTFOUND, sNOTFOUND, 0, 0)},
+        {eEOF, sNODATA, kEcho, facts4(sNODATA, sNODATA, 0, 0)},
+        {sEOF, eFILEIO, eFILEIO, facts4(eFILEIO, eFILEIO, eFILEIO, 1)},
+        {eRANGE, sOKAY, eFILEIO, facts4(eFILEIO, eRANGE, eRANGE, 1)},
+        {eCHECK, sOKAY, sOKAY, facts4(sIGNORE, eCHECK, eCHECK, 1)},
+        {eCHECK, sOKAY, eCHECK, facts4(eCHECK, eCHECK, eCHECK, 1)},
+        {eCHECK, sOKAY, eDBCORRUPTED, facts4(eDBCORRUPTED, eCHECK, eCHECK, 1)},
+    };
+    for (const auto &c : cases) {
+        t = Trace{};
+        t.sys_answer = c.sys;
+        t.user_answer = c.user;
+        const ZEL_RETCODE rc = report(c.code);
+        EXPECT_EQ(facts4(rc, err_.status, t.user.empty() ? 0 : t.user.back(), t.cleanups), c.want)
+            << c.code;
+        EXPECT_EQ(t.sys, std::vector<ZEL_RETCODE>{c.code});
+    }
 }
 
 TEST_F(ErrorObject, CleanupRunsForEveryNegativeCode) {
