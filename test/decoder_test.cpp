@@ -20,6 +20,15 @@
 #include "vectors.h"
 #include "vint.h"
 
+// GCC says __SANITIZE_ADDRESS__, clang __has_feature(address_sanitizer).
+#if defined(__SANITIZE_ADDRESS__)
+#define DECODER_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define DECODER_TEST_ASAN 1
+#endif
+#endif
+
 namespace {
 
 // A decoder over a copy of `bytes` in a borrowed B_BUFFER_T.
@@ -239,7 +248,7 @@ TEST_F(DecoderAlloc, StringsTakeTheirMemoryFromTheTagAndGiveItBack) {
     // A length no tag can give.
     BufferSource huge(varint(UINT64_MAX));
     EXPECT_EQ(b_decoderDecodeString(&huge.d, &s, &len, sub), eNOMEMORY);
-#ifndef __SANITIZE_ADDRESS__  // AddressSanitizer aborts on such a request
+#if !DECODER_TEST_ASAN  // AddressSanitizer aborts on such a request
     BufferSource half(varint(uint64_t{1} << 62));
     EXPECT_EQ(b_decoderDecodeString(&half.d, &s, &len, sub), eNOMEMORY);
 #endif
@@ -296,7 +305,7 @@ TEST_F(DecoderAlloc, EveryAllocatingFormUnderFailingAllocations) {
         arrayCase<float, b_encoderEncodeFloatArray, b_decoderDecodeFloatArray>(),
         arrayCase<double, b_encoderEncodeDoubleArray, b_decoderDecodeDoubleArray>()};
     for (const auto &[bytes, want, decode] : cases) {
-        auto run = [&, decode = decode] {
+        auto run = [&, &bytes = bytes, &want = want, decode = decode] {
             BufferSource src(bytes);
             void *p = nullptr;
             const ZEL_RETCODE rc = decode(&src.d, &p, sub);
