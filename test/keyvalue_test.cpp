@@ -283,11 +283,11 @@ TEST_F(KeyValueTest, LastKeyWinsModel) {
 }
 
 TEST_F(KeyValueTest, Tokenize) {
+    // clang-format off
     const struct {
         const char *input;
         bool trim;
         std::vector<std::string> words;
-    // clang-format off
     } cases[] = {
         {"a, b ,c", false, {"a", " b ", "c"}}, {"a, b ,\t c", true, {"a", "b", "c"}},
         {" , ,", true, {}}, {"", false, {}}, {",,one,,", false, {"one"}},

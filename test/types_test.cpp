@@ -434,12 +434,12 @@ TEST_F(TypesTest, CompareRules) {
                     a1 = ptrVal(ZEL_DATE, d1, 0, 2), a2 = ptrVal(ZEL_DATE, d2, 0, 2),
                     x1 = ptrVal(ZEL_INT32, i1, 0, 2), x2 = ptrVal(ZEL_INT32, i2, 0, 2),
                     v1 = ptrVal(ZEL_VARBINARY, s1, 2), v2 = ptrVal(ZEL_VARBINARY, s2, 3);
+    // clang-format off
     const struct {
         SCH_TYPE_INFO_T pi;
         int n;
         const ZEL_VALUE *a, *b;
         ZEL_COMPARE want;
-        // clang-format off
     } cases[] = {
         {c, 2, &abc, &abd, ZEL_EQ},  // bounded
         {c, 0, &abc, &abd, ZEL_LT}, {c, 0, nullptr, &abd, ZEL_LT}, {c, 0, &abd, nullptr, ZEL_GT},
