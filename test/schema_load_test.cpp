@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -43,10 +42,7 @@ class Loader : public TaggedTest {
 };
 
 std::string readData(const char *name) {
-    std::ifstream f(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    std::stringstream s;
-    s << f.rdbuf();
-    return s.str();
+    return fixture_readFile(std::string(ZELBASE_TEST_DATA) + "/" + name);
 }
 
 // `text` with each "@" replaced by the next of `parts`.
