@@ -148,13 +148,13 @@ INSTANTIATE_TEST_SUITE_P(Slots, BtRandom, ::testing::Values(2u, 3u, 4u, 5u, 32u)
 
 // ---------------------------------------------------------------- shapes
 
-TEST_F(BtTest, SplitOfThreeSlotsKeepsTwoLeftAndOneRight) {
+// Three slots split two left, one right; four split 2 + 2 and fold back
+// into the root.
+TEST_F(BtTest, SplitsAndFoldIntoTheRoot) {
     init(3);
     for (uint64_t k = 1; k <= 4; ++k) ASSERT_EQ(b_btAdd(&bt, P(k)), sOKAY);
     EXPECT_EQ(shape(&bt.root), "{3}({1,2}{4})");
-}
-
-TEST_F(BtTest, SplitOfFourSlotsAndFoldIntoTheRoot) {
+    b_btTerm(&bt);
     init(4);
     for (uint64_t k = 1; k <= 5; ++k) ASSERT_EQ(b_btAdd(&bt, P(k)), sOKAY);
     EXPECT_EQ(shape(&bt.root), "{3}({1,2}{4,5})");
@@ -188,17 +188,13 @@ TEST_F(BtTest, EmptyTreeGivesNullWithoutReadingStaleEntries) {
     ASSERT_EQ(bt.root.slots[0].data, P(7));  // stale, must not come back
     EXPECT_EQ(b_btFirst(&bt), nullptr);
     EXPECT_EQ(bt.pathlevel, 0u);
-    EXPECT_EQ(b_btNext(&bt), nullptr);
-    EXPECT_EQ(b_btLast(&bt), nullptr);
-    EXPECT_EQ(b_btPrev(&bt), nullptr);
-    EXPECT_EQ(b_btDeleteFirst(&bt), nullptr);
+    using Walk = void *(*)(B_BTREE_T *);
+    for (Walk w :
+         {b_btNext, b_btLast, b_btPrev, b_btDeleteFirst, b_btNext, b_btPrev, b_btDeleteLast})
+        EXPECT_EQ(w(&bt), nullptr);
     EXPECT_EQ(bt.pathlevel, B_BTREE_NO_LEVEL);
-    EXPECT_EQ(b_btNext(&bt), nullptr);
-    EXPECT_EQ(b_btPrev(&bt), nullptr);
-    EXPECT_EQ(b_btDeleteLast(&bt), nullptr);
-    EXPECT_EQ(b_btFind(&bt, P(7)), nullptr);
-    EXPECT_EQ(b_btFindOrNext(&bt, P(7)), nullptr);
-    EXPECT_EQ(b_btFindOrPrev(&bt, P(7)), nullptr);
+    using Find = void *(*)(B_BTREE_T *, const void *);
+    for (Find f : {b_btFind, b_btFindOrNext, b_btFindOrPrev}) EXPECT_EQ(f(&bt, P(7)), nullptr);
     EXPECT_EQ(b_btCount(&bt), 0u);
 }
 
