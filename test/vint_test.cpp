@@ -73,8 +73,16 @@ TEST(VintStoredBytes, EachFormAtBothEnds) {
         ASSERT_EQ(b_vintDecodeUIntmax(TestSource::get, &src, &back), sOKAY);
         EXPECT_EQ(back, v.value);
         EXPECT_EQ(src.pos, v.bytes.size()) << "read past the value";
-        EXPECT_EQ(b_vintGetEncodeInfo(v.value)->size, v.bytes.size());
-        EXPECT_EQ(b_vintGetDecodeInfo(v.bytes[0])->size, v.bytes.size());
+        // The form's row: its size, and its own functions give the same bytes.
+        const B_ENCODE_INFO *row = b_vintGetEncodeInfo(v.value);
+        EXPECT_EQ(row->size, v.bytes.size());
+        EXPECT_EQ(b_vintGetDecodeInfo(v.bytes[0]), row);
+        TestSink sink;
+        ASSERT_EQ(row->encode_fcn(v.value, TestSink::put, &sink), sOKAY);
+        EXPECT_EQ(sink.bytes, v.bytes);
+        TestSource rest(Bytes(v.bytes.begin() + 1, v.bytes.end()));
+        ASSERT_EQ(row->decode_fcn(v.bytes[0], TestSource::get, &rest, &back), sOKAY);
+        EXPECT_EQ(back, v.value);
     }
 }
 
