@@ -184,7 +184,9 @@ std::string withRefs(const std::string &refs) {
 const std::string kRefGood = ref(0, R"("otabid":"1","pkeyid":"0",)");
 
 // The codes of the documented cases, the kept behaviours, the rulings on
-// bounds and the early shape checks; a refused text leaves no catalogue.
+// bounds and the early shape checks that the mutation vectors (a wrong type,
+// twice, out of range, for every key) leave out; a refused text leaves no
+// catalogue.
 TEST_F(Loader, EveryCaseGivesItsCode) {
     const std::string base = fill(kOneTable, {kCols, kPkey, ""});
     const std::string blob = R"({"colid":1,"name":"p","dwrid":8,"type":{"data_type":"@"}})";
@@ -220,24 +222,15 @@ TEST_F(Loader, EveryCaseGivesItsCode) {
         // Documented cases.
         {"names in any case", R"({"Database":{"CATVER":1}})", sOKAY},
         {"unquoted names, no commas", R"({database:{dbVer:7 name:"x"}})", sOKAY},
-        {"a number as a string", R"({"database":{"catver":"1"}})", eBADCAT},
         {"a fraction", R"({"database":{"catver":1.0}})", eBADCAT},
         {"null", R"({"database":{"name":null}})", eBADCAT},
-        {"r_tabid as a number", edit(base, R"("not_null")", R"("r_tabid":1,"not_null")"), eBADCAT},
-        // Kept: "colid" is a number in a column and a string of digits in a
-        // key's element; each refuses the other's form.
-        {"colid as a string in a column", edit(base, R"("colid":0)", R"("colid":"0")"), eBADCAT},
-        {"colid as a number in an element", edit(base, R"("colid":"0")", R"("colid":0)"), eBADCAT},
         {"table 0", R"({"database":{"maxtabs":2,"nexttab":2,"tables":[{"tabid":0}]}})", eBADCAT},
-        {"a name twice", R"({"database":{"name":"a","name":"a"}})", eBADCAT},
         {"a name once in each of two objects", R"({"database":{"maxdoms":2,"domains":[
             {"domid":0,"name":"a","type":{"data_type":"int8"}},
             {"domid":1,"name":"a","type":{"data_type":"int8"}}]}})",
          sOKAY},
         // Kept: five words; "default" is only a text of sch_encryption_text.
         {"encryption default", R"({"database":{"encryption":"default"}})", eBADCAT},
-        {"no drawer, reference", withRefs(ref(0, R"("dwrid":-1,)")), eBADCAT},
-        {"no drawer, column", edit(base, R"("not_null")", R"("dwrid":-1,"not_null")"), eBADCAT},
         {"uuid default auto",
          withCol(R"({"colid":1,"name":"u","type":{"data_type":"uuid"},"defValue":"auto"})"), sOKAY},
         {"uuid default",
@@ -292,7 +285,6 @@ TEST_F(Loader, EveryCaseGivesItsCode) {
         {"domain 0", withCol(fill(dom, {"0"})), sOKAY},
         {"domain 2^32", withCol(fill(dom, {"4294967296"})), eBADCAT},
         {"domain 2^64", withCol(fill(dom, {"18446744073709551616"})), eBADCAT},
-        {"domain 2^16", withCol(fill(dom, {"65536"})), eBADCAT},
         {"domain 10^20-1", withCol(fill(dom, {"99999999999999999999"})), eBADCAT},
         // A reference's columns stay 32-bit to the end, no more than "nocols".
         {"reference column 70000", refCols("[\"70000\"]"), eBADCAT},  // 70000 - 65536 is 4464
