@@ -194,42 +194,19 @@ TEST_F(LzmaTest, CutStreamsGiveAPrefix) {
     }
 }
 
-// Packets of the cases the chooser is built around.
-TEST_F(LzmaTest, PacketsOfTheEdgeCases) {
-    // A literal, then a long repeat of rep0 = 0 (distance 1) over the rest.
+// The trace hands out the chooser's packets (the stored-bytes vectors hold
+// its choices): a literal, then a long repeat of rep0 = 0 (distance 1) over
+// the rest; 600 bytes of one value, no packet over 273.
+TEST_F(LzmaTest, TraceGivesThePackets) {
     auto p = trace(z, sub, Bytes(10, 'a'));
     ASSERT_EQ(p.size(), 2u);
     EXPECT_EQ(p[0].type, LZMA_LIT_PACKET);
     EXPECT_EQ(p[1].type, LZMA_LONGREP_PACKET);
     EXPECT_EQ(p[1].pos, 0u);
     EXPECT_EQ(p[1].len, 9u);
-    // 600 bytes of one value: no packet over 273.
     p = trace(z, sub, Bytes(600, 'z'));
     for (const auto &q : p) EXPECT_LE(q.len, 273u);
     EXPECT_EQ(p[1].len, 273u);
-    // A 2-byte match 129 back is a literal.
-    Bytes far = {'x', 'y'};
-    for (int i = 0; i < 127; i++) far.push_back(static_cast<uint8_t>(0x80 + i));
-    far.push_back('x');
-    far.push_back('y');
-    for (const auto &q : trace(z, sub, far)) EXPECT_EQ(q.type, LZMA_LIT_PACKET);
-    // Inputs under 3 bytes: literals only.
-    for (const Bytes &tiny : {Bytes{'q'}, Bytes{'q', 'q'}}) {
-        for (const auto &q : trace(z, sub, tiny)) EXPECT_EQ(q.type, LZMA_LIT_PACKET);
-    }
-    // The positions of a match are in the dictionary: a later repeat of part
-    // of its text finds them, 10 back rather than past the noise.
-    const Bytes text = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    Bytes in = text;
-    const Bytes noise = lzma_corpus::random_bytes(3, 200);
-    in.insert(in.end(), noise.begin(), noise.end());
-    in.insert(in.end(), text.begin(), text.end());
-    in.insert(in.end(), {'#', '#'});
-    in.insert(in.end(), text.begin() + 2, text.begin() + 9);
-    p = trace(z, sub, in);
-    EXPECT_EQ(p.back().type, LZMA_MATCH_PACKET);
-    EXPECT_EQ(p.back().pos, 9u);
-    EXPECT_EQ(p.back().len, 7u);
 }
 
 // Objects of every family and size, mixes of them and noise: each comes back,
