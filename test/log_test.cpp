@@ -8,6 +8,7 @@
 #include <ctime>
 #include <regex>
 #include <string>
+#include <tuple>
 
 #include "error.h"
 #include "file.h"
@@ -185,37 +186,28 @@ TEST_F(LogTest, ChunkAddOutOfMemoryKeepsTheChunk) {
 }
 
 TEST(LogNames, LevelsAndCategoriesByName) {
-    struct Level {
-        const char *name;
-        ZEL_RETCODE rc;
-        B_LOG_LEVEL value;
-    };
-    const Level levels[] = {
-        {"all", sOKAY, B_LOG_LEVEL_ALL},         {"ERROR", sOKAY, B_LOG_LEVEL_ERROR},
-        {"Info", sOKAY, B_LOG_LEVEL_INFO},       {"mesg", sOKAY, B_LOG_LEVEL_MESG},
-        {"wArNiNg", sOKAY, B_LOG_LEVEL_WARNING}, {"none", eNOTFOUND, B_LOG_LEVEL_INFO},
-        {"", eNOTFOUND, B_LOG_LEVEL_INFO},       {"warnings", eNOTFOUND, B_LOG_LEVEL_INFO},
-        {nullptr, eNOTFOUND, B_LOG_LEVEL_INFO},
-    };
-    for (const Level &l : levels) {
-        B_LOG_LEVEL v = B_LOG_LEVEL_INFO;
-        EXPECT_EQ(b_logGetLevel(l.name, &v), l.rc) << (l.name ? l.name : "null");
-        EXPECT_EQ(v, l.value);
-    }
-    struct Category {
-        const char *name;
-        ZEL_RETCODE rc;
-        B_LOG_CATEGORY value;
-    };
-    const Category categories[] = {
-        {"none", sOKAY, B_LOG_CATEGORY_NONE},     {"DDL", sOKAY, B_LOG_CATEGORY_DDL},
-        {"All", sOKAY, B_LOG_CATEGORY_ALL},       {"dml", eNOTFOUND, B_LOG_CATEGORY_DDL},
-        {nullptr, eNOTFOUND, B_LOG_CATEGORY_DDL},
-    };
-    for (const Category &c : categories) {
-        B_LOG_CATEGORY v = B_LOG_CATEGORY_DDL;
-        EXPECT_EQ(b_logGetCategoryFromString(c.name, &v), c.rc) << (c.name ? c.name : "null");
-        EXPECT_EQ(v, c.value);
+    // {category (or level), name, code, the value after the call}
+    const std::tuple<bool, const char *, ZEL_RETCODE, int> cases[] = {
+        {false, "all", sOKAY, B_LOG_LEVEL_ALL},
+        {false, "ERROR", sOKAY, B_LOG_LEVEL_ERROR},
+        {false, "Info", sOKAY, B_LOG_LEVEL_INFO},
+        {false, "mesg", sOKAY, B_LOG_LEVEL_MESG},
+        {false, "wArNiNg", sOKAY, B_LOG_LEVEL_WARNING},
+        {false, "none", eNOTFOUND, B_LOG_LEVEL_INFO},
+        {false, "", eNOTFOUND, B_LOG_LEVEL_INFO},
+        {false, "warnings", eNOTFOUND, B_LOG_LEVEL_INFO},
+        {false, nullptr, eNOTFOUND, B_LOG_LEVEL_INFO},
+        {true, "none", sOKAY, B_LOG_CATEGORY_NONE},
+        {true, "DDL", sOKAY, B_LOG_CATEGORY_DDL},
+        {true, "All", sOKAY, B_LOG_CATEGORY_ALL},
+        {true, "dml", eNOTFOUND, B_LOG_CATEGORY_DDL},
+        {true, nullptr, eNOTFOUND, B_LOG_CATEGORY_DDL}};
+    for (auto [category, name, rc, value] : cases) {
+        B_LOG_LEVEL l = B_LOG_LEVEL_INFO;
+        B_LOG_CATEGORY c = B_LOG_CATEGORY_DDL;
+        EXPECT_EQ(category ? b_logGetCategoryFromString(name, &c) : b_logGetLevel(name, &l), rc)
+            << (name ? name : "null");
+        EXPECT_EQ(category ? int(c) : int(l), value) << (name ? name : "null");
     }
 }
 

@@ -77,9 +77,42 @@ std::multiset<Box> asSet(const std::vector<Box> &v) {
     return {v.begin(), v.end()};
 }
 
-class RtreeModel : public TaggedTest {};
+ZEL_RETCODE add(B_RTREE_T *rt, Box x) {
+    B_RTREE_VAL v = valOf(x);
+    return b_rtAdd(rt, &v);
+}
 
-TEST_F(RtreeModel, RandomOperationsAgainstBruteForce) {
+// The k nearest boxes to `p`, their count in *found; nothing is written
+// past the k asked for.
+std::vector<Box> nearest(B_RTREE_T *rt, int32_t *p, uint32_t k, uint32_t *found) {
+    std::vector<Box> res(k + 1, Box{std::vector<int32_t>(2 * rt->dim), 0});
+    std::vector<B_RTREE_VAL> out;
+    for (Box &x : res) out.push_back(valOf(x));
+    out[k].val = 0xDEAD;
+    ZEL_KNN_CRITERIA kc{p, k};
+    EXPECT_EQ(b_rtFindNearestNeighbors(rt, &kc, found, out.data()), sOKAY);
+    EXPECT_EQ(out[k].val, 0xDEADu);
+    for (uint32_t i = 0; i < k; ++i) res[i].val = out[i].val;
+    res.pop_back();
+    return res;
+}
+
+// A tree of `dim` dimensions, terminated at the end.
+class RtreeTest : public TaggedTest {
+  protected:
+    void init(uint32_t dim = 2) {
+        ASSERT_EQ(b_rtInit(&rt, 0, dim, nullptr, sub), sOKAY);
+        inited = true;
+    }
+    void TearDown() override {
+        if (inited) b_rtTerm(&rt);
+        TaggedTest::TearDown();
+    }
+    B_RTREE_T rt{};
+    bool inited = false;
+};
+
+TEST_F(RtreeTest, RandomOperationsAgainstBruteForce) {
     for (uint32_t d : {2u, 3u}) {
         for (uint32_t seed = 1; seed <= 5; ++seed) {
             std::mt19937 rng(seed * 7919 + d);
@@ -127,21 +160,14 @@ TEST_F(RtreeModel, RandomOperationsAgainstBruteForce) {
                 }
                 for (uint32_t k : {1u, 10u, 40u}) {
                     std::vector<int32_t> p(q.b.begin(), q.b.begin() + d);
-                    ZEL_KNN_CRITERIA kc{p.data(), k};
-                    std::vector<Box> res(k, Box{std::vector<int32_t>(2 * d), 0});
-                    std::vector<B_RTREE_VAL> out;
-                    for (Box &x : res) out.push_back(valOf(x));
                     uint32_t found = 99;
-                    ASSERT_EQ(b_rtFindNearestNeighbors(&rt, &kc, &found, out.data()), sOKAY);
+                    const std::vector<Box> res = nearest(&rt, p.data(), k, &found);
                     std::vector<uint64_t> all, got;
                     for (const Box &x : model) all.push_back(distance(p, x.b, d));
                     std::sort(all.begin(), all.end());
                     all.resize(std::min<size_t>(k, all.size()));
                     ASSERT_EQ(found, all.size());
-                    for (uint32_t i = 0; i < found; ++i) {
-                        std::vector<int32_t> b(out[i].boundary, out[i].boundary + 2 * d);
-                        got.push_back(distance(p, b, d));
-                    }
+                    for (uint32_t i = 0; i < found; ++i) got.push_back(distance(p, res[i].b, d));
                     ASSERT_EQ(got, all) << "nearest first, the same distances";
                 }
             }
@@ -150,17 +176,13 @@ TEST_F(RtreeModel, RandomOperationsAgainstBruteForce) {
     }
 }
 
-class RtreeCursor : public TaggedTest {};
-
-TEST_F(RtreeCursor, TurnsBackAndInvalidates) {
-    B_RTREE_T rt;
-    ASSERT_EQ(b_rtInit(&rt, 0, 2, nullptr, sub), sOKAY);
+TEST_F(RtreeTest, CursorTurnsBackAndInvalidates) {
+    init();
     std::vector<Box> boxes;
     std::mt19937 rng(5);
     for (uint64_t i = 0; i < 200; ++i) {
         boxes.push_back(randomBox(rng, 2, i));
-        B_RTREE_VAL v = valOf(boxes.back());
-        ASSERT_EQ(b_rtAdd(&rt, &v), sOKAY);
+        ASSERT_EQ(add(&rt, boxes.back()), sOKAY);
     }
     const std::vector<Box> order = walk(&rt, nullptr, false);
     ASSERT_EQ(order.size(), 200u);
@@ -180,21 +202,16 @@ TEST_F(RtreeCursor, TurnsBackAndInvalidates) {
     ASSERT_EQ(b_rtPrevCriteria(&rt, nullptr, &v), sOKAY);
     EXPECT_EQ(v.val, order.back().val);
     // An add invalidates the cursor.
-    B_RTREE_VAL a = valOf(boxes[0]);
-    ASSERT_EQ(b_rtAdd(&rt, &a), sOKAY);
+    ASSERT_EQ(add(&rt, boxes[0]), sOKAY);
     EXPECT_EQ(b_rtNextCriteria(&rt, nullptr, &v), sNOTFOUND);
     EXPECT_EQ(b_rtPrevCriteria(&rt, nullptr, &v), sNOTFOUND);
-    b_rtTerm(&rt);
 }
 
-class RtreeEdges : public TaggedTest {};
-
-TEST_F(RtreeEdges, EmptyOneBoxAndArguments) {
-    B_RTREE_T rt;
+TEST_F(RtreeTest, EmptyOneBoxAndArguments) {
     EXPECT_EQ(b_rtInit(&rt, 0, 0, nullptr, sub), eINVARG);
     EXPECT_EQ(b_rtInit(&rt, 0, 21, nullptr, sub), eINVARG);
     EXPECT_EQ(b_rtInit(nullptr, 0, 2, nullptr, sub), eINVNULLARG);
-    ASSERT_EQ(b_rtInit(&rt, 0, 2, nullptr, sub), sOKAY);
+    init();
     Box x{{1, 2, 3, 4}, 7};
     B_RTREE_VAL v = valOf(x);
     Box out{std::vector<int32_t>(4), 0};
@@ -212,11 +229,9 @@ TEST_F(RtreeEdges, EmptyOneBoxAndArguments) {
     EXPECT_EQ(b_rtFindNearestNeighbors(&rt, &kc, &found, three), eINVNULLARG);
 
     ASSERT_EQ(b_rtAdd(&rt, &v), sOKAY);
-    Box twin{{1, 2, 3, 4}, 8};  // same box, another value: a distinct entry
-    B_RTREE_VAL t = valOf(twin);
+    Box twin{{1, 2, 3, 4}, 8}, other{{1, 2, 3, 4}, 9};  // same box, another value: distinct
+    B_RTREE_VAL t = valOf(twin), w = valOf(other);
     ASSERT_EQ(b_rtAdd(&rt, &t), sOKAY);
-    Box other{{1, 2, 3, 4}, 9};
-    B_RTREE_VAL w = valOf(other);
     EXPECT_EQ(b_rtDelete(&rt, &w), sNOTFOUND);
     EXPECT_EQ(b_rtDelete(&rt, &t), sOKAY);
     kc.numNeighbors = 0;  // nothing asked: nothing found
@@ -230,25 +245,18 @@ TEST_F(RtreeEdges, EmptyOneBoxAndArguments) {
     EXPECT_EQ(rt.root->used, 0u);
     EXPECT_EQ(b_rtValidate(&rt), sOKAY);
 
-    Box bad{{5, 0, 4, 1}, 1};  // a low above its high could never be deleted
-    B_RTREE_VAL b = valOf(bad);
-    EXPECT_EQ(b_rtAdd(&rt, &b), eINVARG);
+    // A low above its high could never be deleted.
+    EXPECT_EQ(add(&rt, Box{{5, 0, 4, 1}, 1}), eINVARG);
     EXPECT_EQ(b_rtAdd(&rt, nullptr), eINVNULLARG);
     EXPECT_EQ(b_rtDelete(nullptr, &v), eINVNULLARG);
     EXPECT_EQ(b_rtCount(&rt, nullptr), eINVNULLARG);
     EXPECT_EQ(b_rtValidate(nullptr), eINVNULLARG);
-    b_rtTerm(&rt);
 }
 
-TEST_F(RtreeEdges, ValidateReportsABrokenCoverage) {
-    B_RTREE_T rt;
-    ASSERT_EQ(b_rtInit(&rt, 0, 2, nullptr, sub), sOKAY);
+TEST_F(RtreeTest, ValidateReportsABrokenCoverage) {
+    init();
     std::mt19937 rng(3);
-    for (uint64_t i = 0; i < 40; ++i) {
-        Box x = randomBox(rng, 2, i);
-        B_RTREE_VAL v = valOf(x);
-        ASSERT_EQ(b_rtAdd(&rt, &v), sOKAY);
-    }
+    for (uint64_t i = 0; i < 40; ++i) ASSERT_EQ(add(&rt, randomBox(rng, 2, i)), sOKAY);
     ASSERT_GT(rt.root->level, 0);
     rt.root->boundary[0]--;  // branch 0's low no longer its child's coverage
     EXPECT_EQ(b_rtValidate(&rt), eINVVARINT);
@@ -257,16 +265,12 @@ TEST_F(RtreeEdges, ValidateReportsABrokenCoverage) {
     EXPECT_EQ(b_rtValidate(&rt), eINVVARINT);
     rt.count--;
     EXPECT_EQ(b_rtValidate(&rt), sOKAY);
-    b_rtTerm(&rt);
 }
 
-TEST_F(RtreeEdges, SplitOf33GivesTwoNodesOfAtLeastTen) {
-    B_RTREE_T rt;
-    ASSERT_EQ(b_rtInit(&rt, 0, 2, nullptr, sub), sOKAY);
+TEST_F(RtreeTest, SplitOf33GivesTwoNodesOfAtLeastTen) {
+    init();
     for (int32_t i = 0; i < 33; ++i) {
-        Box x{{i * 10, 0, i * 10 + 5, 5}, uint64_t(i)};
-        B_RTREE_VAL v = valOf(x);
-        ASSERT_EQ(b_rtAdd(&rt, &v), sOKAY);
+        ASSERT_EQ(add(&rt, Box{{i * 10, 0, i * 10 + 5, 5}, uint64_t(i)}), sOKAY);
         EXPECT_EQ(rt.root->level, i < 32 ? 0 : 1);
     }
     ASSERT_EQ(rt.root->used, 2u);
@@ -277,10 +281,9 @@ TEST_F(RtreeEdges, SplitOf33GivesTwoNodesOfAtLeastTen) {
     // stays in the node that split.
     EXPECT_EQ(rt.root->children[0]->boundary[0], 0);
     EXPECT_EQ(b_rtValidate(&rt), sOKAY);
-    b_rtTerm(&rt);
 }
 
-TEST_F(RtreeEdges, UnitSphereVolumes) {
+TEST(RtreeConstants, UnitSphereVolumes) {
     EXPECT_EQ(UnitSphereVolumes[0], 0.0);
     EXPECT_EQ(UnitSphereVolumes[1], 2.0);
     EXPECT_DOUBLE_EQ(UnitSphereVolumes[2], 3.14159265358979323846);
@@ -289,45 +292,28 @@ TEST_F(RtreeEdges, UnitSphereVolumes) {
     EXPECT_NEAR(UnitSphereVolumes[20], 0.0258069, 1e-7);  // pi^10 / 10!
 }
 
-class RtreeKnn : public TaggedTest {};
-
 // Squares are taken in 32 bits and sign-extended: from (0,0), 70000^2 wraps to
 // 605032704 and 50000^2 to a negative square, which the 64-bit sum makes huge:
 // 1000 (1e6) < 70000 (605032704) < 46000 (2116000000) < 50000.
-TEST_F(RtreeKnn, KeptWrapOfThe32BitSquares) {
-    B_RTREE_T rt;
-    ASSERT_EQ(b_rtInit(&rt, 0, 2, nullptr, sub), sOKAY);
-    for (int32_t x : {1000, 46000, 70000, 50000}) {
-        Box b{{x, 0, x, 0}, uint64_t(x)};
-        B_RTREE_VAL v = valOf(b);
-        ASSERT_EQ(b_rtAdd(&rt, &v), sOKAY);
-    }
+TEST_F(RtreeTest, KeptWrapOfThe32BitSquares) {
+    init();
+    for (int32_t x : {1000, 46000, 70000, 50000})
+        ASSERT_EQ(add(&rt, Box{{x, 0, x, 0}, uint64_t(x)}), sOKAY);
     int32_t origin[2] = {0, 0};
-    ZEL_KNN_CRITERIA kc{origin, 4};
-    std::vector<Box> res(4, Box{std::vector<int32_t>(4), 0});
-    std::vector<B_RTREE_VAL> out;
-    for (Box &x : res) out.push_back(valOf(x));
     uint32_t found = 0;
-    ASSERT_EQ(b_rtFindNearestNeighbors(&rt, &kc, &found, out.data()), sOKAY);
+    std::vector<Box> res = nearest(&rt, origin, 4, &found);
     ASSERT_EQ(found, 4u);
-    EXPECT_EQ(out[0].val, 1000u);
-    EXPECT_EQ(out[1].val, 70000u);
-    EXPECT_EQ(out[2].val, 46000u);
-    EXPECT_EQ(out[3].val, 50000u);
-    kc.numNeighbors = 2;  // at most numNeighbors written
-    out[2].val = 1;
-    ASSERT_EQ(b_rtFindNearestNeighbors(&rt, &kc, &found, out.data()), sOKAY);
+    std::vector<uint64_t> vals;
+    for (const Box &b : res) vals.push_back(b.val);
+    EXPECT_EQ(vals, (std::vector<uint64_t>{1000, 70000, 46000, 50000}));
+    res = nearest(&rt, origin, 2, &found);  // at most numNeighbors written
     EXPECT_EQ(found, 2u);
-    EXPECT_EQ(out[2].val, 1u);
-    b_rtTerm(&rt);
 }
-
-class RtreeOom : public TaggedTest {};
 
 // A whole life under every failing allocation: init, adds with splits,
 // searches, nearest neighbours, deletes with reinsertion, term. A failed
 // add or delete leaves the tree sound and as it was.
-TEST_F(RtreeOom, EveryAllocationFailing) {
+TEST_F(RtreeTest, EveryAllocationFailing) {
     std::mt19937 rng(11);
     std::vector<Box> boxes;
     for (uint64_t i = 0; i < 400; ++i) boxes.push_back(randomBox(rng, 2, i));
@@ -346,8 +332,7 @@ TEST_F(RtreeOom, EveryAllocationFailing) {
             return r;
         };
         for (Box &x : boxes) {
-            B_RTREE_VAL v = valOf(x);
-            if ((rc = b_rtAdd(&rt, &v)) != sOKAY) return fail(rc);
+            if ((rc = add(&rt, x)) != sOKAY) return fail(rc);
             in.push_back(x);
         }
         Box q{{-5000, -5000, 5000, 5000}, 0};

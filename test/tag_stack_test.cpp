@@ -20,9 +20,11 @@ constexpr size_t kNextPayload = 4096 - 32;
 
 class StackTag : public ::testing::Test {
   protected:
+    // A tag of one-page blocks unless a test makes another.
     void SetUp() override {
         ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master), sOKAY);
         b_tag_masterMemUsage(master, &masterStart, &masterPeak);
+        Create(4096, 4096);
     }
     void TearDown() override {
         if (stack != nullptr) b_tag_stackDestroy(stack);
@@ -32,6 +34,7 @@ class StackTag : public ::testing::Test {
         b_tag_masterDestroy(master);
     }
     void Create(size_t initial, size_t increment) {
+        if (stack != nullptr) b_tag_stackDestroy(stack);
         ASSERT_EQ(b_tag_stackCreate(master, initial, increment, &stack), sOKAY);
     }
     uint8_t *Alloc(size_t size) {
@@ -61,8 +64,7 @@ class StackTag : public ::testing::Test {
     int64_t masterStart = 0, masterPeak = 0;
 };
 
-TEST_F(StackTag, OneByteAdvancesTheTopByEight) {
-    Create(4096, 4096);
+TEST_F(StackTag, OneByteAdvancesTheTopByEightAndTheBlockEndFits) {
     EXPECT_EQ(Usage(), "0 0");  // a fresh tag uses nothing but its page
     EXPECT_EQ(MasterPages(), masterStart / 4096 + 1);
     uint8_t *a = Alloc(1);
@@ -70,16 +72,14 @@ TEST_F(StackTag, OneByteAdvancesTheTopByEight) {
     EXPECT_EQ(b - a, 8);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(a) % 8, 0u);
     EXPECT_EQ(Used(), 16);
-}
-
-TEST_F(StackTag, BufferEndingAtTheBlockEndFits) {
-    Create(4096, 4096);
+    b_tag_stackFreeAll(stack);
+    // A buffer ending at the block's end fits it.
     int64_t pages = MasterPages();
-    uint8_t *a = Alloc(kFirstPayload);
+    a = Alloc(kFirstPayload);
     EXPECT_EQ(a, stack->payload);
     EXPECT_EQ(stack->current_top, stack->current_max);
     EXPECT_EQ(MasterPages(), pages);  // no new block yet
-    uint8_t *b = Alloc(8);
+    b = Alloc(8);
     EXPECT_EQ(MasterPages(), pages + 1);
     EXPECT_NE(stack->current, reinterpret_cast<STACK_BLOCK_T *>(stack));
     EXPECT_EQ(b, stack->current->payload);
@@ -87,7 +87,6 @@ TEST_F(StackTag, BufferEndingAtTheBlockEndFits) {
 }
 
 TEST_F(StackTag, FreeDropsEverythingAfterAcrossBlocks) {
-    Create(4096, 4096);
     std::vector<uint8_t *> bufs;
     std::vector<int64_t> before;
     for (int i = 0; i < 12; ++i) {  // 1000 bytes: four per block, three blocks
@@ -112,7 +111,6 @@ TEST_F(StackTag, FreeDropsEverythingAfterAcrossBlocks) {
 }
 
 TEST_F(StackTag, SavedPositionIsAMark) {
-    Create(4096, 4096);
     Alloc(24);
     uint8_t *mark = Alloc(0);  // zero bytes: the top itself
     for (int i = 0; i < 20; ++i) Alloc(500);
@@ -125,7 +123,6 @@ TEST_F(StackTag, SavedPositionIsAMark) {
 }
 
 TEST_F(StackTag, LargeRequestAfterRollbackOverSmallBlockFails) {
-    Create(4096, 4096);
     Alloc(kFirstPayload);
     Alloc(100);  // retains a one-page second block
     b_tag_stackFreeAll(stack);
@@ -146,7 +143,6 @@ TEST_F(StackTag, LargeRequestAfterRollbackOverSmallBlockFails) {
 }
 
 TEST_F(StackTag, ReallocInPlaceKeepsPointerAndDropsLater) {
-    Create(4096, 4096);
     uint8_t *a = Alloc(16);
     std::memset(a, 0x11, 16);
     Alloc(64);
@@ -163,7 +159,6 @@ TEST_F(StackTag, ReallocInPlaceKeepsPointerAndDropsLater) {
 }
 
 TEST_F(StackTag, ReallocMovingCopiesTheOldTail) {
-    Create(4096, 4096);
     Alloc(kFirstPayload - 16);
     uint8_t *a = Alloc(16);  // the last 16 bytes of the first block
     for (int i = 0; i < 16; ++i) a[i] = static_cast<uint8_t>(i + 1);
@@ -177,7 +172,6 @@ TEST_F(StackTag, ReallocMovingCopiesTheOldTail) {
 }
 
 TEST_F(StackTag, FailedReallocLeavesTopAtOldBuffer) {
-    Create(4096, 4096);
     Alloc(kFirstPayload - 16);
     uint8_t *a = Alloc(16);
     Alloc(100);  // second block, one page, now retained
@@ -190,7 +184,6 @@ TEST_F(StackTag, FailedReallocLeavesTopAtOldBuffer) {
 }
 
 TEST_F(StackTag, VariantsClearCopyAndNull) {
-    Create(4096, 4096);
     uint8_t *a = Alloc(64);
     std::memset(a, 0xee, 64);
     b_tag_stackFree(stack, a);

@@ -100,7 +100,13 @@ struct LzBitWriter {
             const ZEL_RETCODE rc =
                 ctx->outputFcn(ctx->userData, LZBYTE, static_cast<uint8_t>(acc >> pending));
             acc &= (1u << pending) - 1;
-            if (lz_failed(rc)) return rc;
+            if (lz_failed(rc)) {
+                // A failed sink ends the stream: the whole bytes still pending
+                // go with the one it refused, so that the rack can hold the rest.
+                pending &= 7;
+                acc &= (1u << pending) - 1;
+                return rc;
+            }
         }
         return sOKAY;
     }
