@@ -497,7 +497,9 @@ TEST_F(Loader, OutOfMemoryFoldsAndLeaksNothing) {
                "nextkey":1,"maxkeys":1,"norefs":1,"maxrefs":1,"columns":[@],"keys":[@],
                "refs":[{"refid":0,"dwrid":8,"name":"ba","otabid":"1","pkeyid":"0","nocols":1,
                "nosortcols":1,"cols":["1"],"sortcols":[{"colid":"0","order":"desc"}]}]})",
-              {kCols, R"({"keyid":0,"method":"avl","nocols":1,"cols":[{"colid":"0"}]})"}),
+              {kCols,
+               // Unnamed over two columns: its name "id_b" is built by appending.
+               R"({"keyid":0,"method":"avl","nocols":2,"cols":[{"colid":"0"},{"colid":"1"}]})"}),
          R"({"tabid":3,"dwrid":9,"name":"c","maxcols":1,"nocols":1,"nextcol":1,
             "columns":[{"colid":0,"name":"x","type":{"data_type":"wchar","length":21},
             "defValue":"hi"}]})"});
