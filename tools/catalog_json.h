@@ -216,8 +216,12 @@ inline std::string write(SCH_INFO_C sch) {
     num(&out, "nexttab", sch->next_table);
     key(&out, "drawers");
     out += '[';
-    for (auto di = sch_iterate_user_drawers(sch, nullptr, ZEL_FORWARD); di;
-         di = sch_iterate_user_drawers(sch, di, ZEL_FORWARD)) {
+    // The array itself, not the iterator: a drawer may be created at number
+    // next_drawer, one past where the iterator stops, and is still the
+    // catalogue's (a key's drawer, say).
+    for (ZEL_DRAWER d = SCH_FIRST_USER_DRAWER; d < sch->max_drawer; ++d) {
+        const SCH_DRAWER_INFO di = sch->drawers[d];
+        if (di == nullptr) continue;
         out += out.back() == '[' ? "\n  {" : ",\n  {";
         num(&out, "dwrid", di->ndx);
         text(&out, "tabid", std::to_string(di->src_tblid).c_str());

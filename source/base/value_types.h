@@ -140,6 +140,10 @@ typedef struct VAL_TAG_S {
 /* The payload: inline numbers, or a pointer to text, bytes, a decimal, a
  * UUID, a time stamp with zone, or the element array of an array value. */
 typedef union ZEL_COLUMN_U {
+    /* First, and as wide as the union: `{}` in C++ and `{0}` in C set only
+     * the first member, so a narrower one would leave the pointer's upper
+     * bytes as they were. */
+    uint64_t u64v;
     ZEL_RETCODE err;
     ZEL_BOOL_T bv;
     int8_t i8v;
@@ -149,7 +153,6 @@ typedef union ZEL_COLUMN_U {
     int32_t i32v;
     uint32_t u32v;
     int64_t i64v;
-    uint64_t u64v;
     ZEL_ROWID_T ridv;
     float fv;
     double dv;
