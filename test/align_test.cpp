@@ -19,17 +19,10 @@ TEST(AlignOffset, RoundsUpToEachBoundary) {
             }
         }
     }
-    EXPECT_EQ(b_align(13, B_ALN_INT16), 14u);
-    EXPECT_EQ(b_align(13, B_ALN_WCHAR), 16u);
-    EXPECT_EQ(b_align(17, B_ALN_DOUBLE), 24u);
 }
 
 TEST(AlignBufferSize, RoundsUpToEight) {
-    EXPECT_EQ(b_alignBufferSize(0), 0u);
-    EXPECT_EQ(b_alignBufferSize(1), 8u);
-    EXPECT_EQ(b_alignBufferSize(8), 8u);
-    EXPECT_EQ(b_alignBufferSize(9), 16u);
-    EXPECT_EQ(b_alignBufferSize(248), 248u);
+    for (uint32_t n = 0; n < 300; n++) EXPECT_EQ(b_alignBufferSize(n), (n + 7) / 8 * 8) << n;
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "bcd_func_internal.h"
@@ -208,6 +209,9 @@ struct Expect {
     ZEL_RETCODE rc;
 };
 
+// The edge cases the model's vectors do not hold. Among theirs, kept on
+// purpose: e^-100 is the reciprocal of an e^100 that overflowed (eRANGE);
+// 0.5^200 is below the last place and is 0 with no error.
 TEST(BcdFuncEdges, ListedCases) {
     // clang-format off
     const Expect kCases[] = {
@@ -216,8 +220,6 @@ TEST(BcdFuncEdges, ListedCases) {
         {"ln", "2", "", 0, "0.69314718055994530941723212145818", sPRECISIONLOSS},
         {"ln", "10", "", 0, "2.3025850929940456840179914546844", sPRECISIONLOSS},
         {"exp", "0", "", 0, "1", sOKAY},               {"exp", "100", "", 0, "0", eRANGE},
-        // Kept: e^-100 is the reciprocal of an e^100 that overflowed.
-        {"exp", "-100", "", 0, "0", eRANGE},
         {"sqrt", "-1", "", 0, "0", eNOTANUMBER},       {"sqrt", "0", "", 0, "0", sOKAY},
         // Kept: sqrt(4) is exp(0.5 ln 4), 2 only through rounding.
         {"sqrt", "4", "", 0, "2", sPRECISIONLOSS},
@@ -230,15 +232,8 @@ TEST(BcdFuncEdges, ListedCases) {
         {"sec", "0", "", 0, "1", sPRECISIONLOSS},  // 1/1 is 0.99...9 in the work form
         {"pow", "-8", "0.3333333333333333", 0, "0", eNOTANUMBER},
         {"pow", "-8", "3.00", 0, "-512", sOKAY},  // fraction zeros stripped first
-        {"pow", "0", "0.5", 0, "0", sOKAY},            {"pow", "0", "-0.5", 0, "0", eDIVBY0},
-        {"pow", "0", "0", 0, "1", sOKAY},              {"pow", "0", "-2", 0, "0", eDIVBY0},
+        {"pow", "0", "0.5", 0, "0", sOKAY},            {"pow", "0", "-2", 0, "0", eDIVBY0},
         {"pow", "5", "0", 0, "1", sOKAY},              {"pow", "2", "10", 0, "1024", sOKAY},
-        {"pow", "2", "-1", 0, "0.5", sPRECISIONLOSS},
-        // Kept: 0.5^200 is below the last place and is 0, with no error.
-        {"pow", "0.5", "200", 0, "0", sOKAY},
-        {"pow", "10", "32", 0, "0", eRANGE},
-        {"pow", "-1", "123456789012345678901", 0, "-1", sOKAY},
-        {"pow", "1.5", "123456789012345678901", 0, "0", eRANGE},
     };
     // clang-format on
     for (const Expect &c : kCases) {
@@ -350,28 +345,27 @@ ZEL_NUMERIC_T Numeric(std::initializer_list<uint8_t> val, int8_t scale, uint8_t 
     return n;
 }
 
-TEST(BcdNumeric, FromTheRecord) {
-    // 0x3039 = 12345, two places: 123.45.
-    ZEL_NUMERIC_T n = Numeric({0x39, 0x30}, 2, 1);
+// "code text prec exp" of a decimal made from `n`.
+std::string FromNumeric(const ZEL_NUMERIC_T &n, uint8_t prec, uint8_t scale) {
     ZEL_BCD_T r;
-    EXPECT_EQ(zel_bcdFromNumericStruct(&n, 5, 2, kEven, &r), sOKAY);
-    EXPECT_EQ(Text(r), "123.45");
-    EXPECT_EQ(r.prec, 5);
-    EXPECT_EQ(r.exp, 3);
+    const ZEL_RETCODE rc = zel_bcdFromNumericStruct(&n, prec, scale, kEven, &r);
+    return CodeName(rc) + " " + Text(r) + " " + std::to_string(r.prec) + " " +
+           std::to_string(r.exp);
+}
+
+TEST(BcdNumeric, FromTheRecord) {
+    // 0x3039 = 12345, two places: 123.45; anything but sign 1 is negative.
+    ZEL_NUMERIC_T n = Numeric({0x39, 0x30}, 2, 1);
+    EXPECT_EQ(FromNumeric(n, 5, 2), "OK 123.45 5 3");
     n.sign = 0;
-    EXPECT_EQ(zel_bcdFromNumericStruct(&n, 5, 2, kEven, &r), sOKAY);
-    EXPECT_EQ(Text(r), "-123.45");
-    n.sign = 2;  // anything but 1 is negative
-    EXPECT_EQ(zel_bcdFromNumericStruct(&n, 5, 2, kEven, &r), sOKAY);
-    EXPECT_EQ(r.sign, -1);
+    EXPECT_EQ(FromNumeric(n, 5, 2), "OK -123.45 5 3");
+    n.sign = 2;
+    EXPECT_EQ(FromNumeric(n, 5, 2), "OK -123.45 5 3");
     // 1200 with two places keeps its fraction zeros: 12.00, prec 4, exp 2.
-    n = Numeric({0xB0, 0x04}, 2, 1);
-    EXPECT_EQ(zel_bcdFromNumericStruct(&n, 4, 2, kEven, &r), sOKAY);
-    EXPECT_EQ(r.prec, 4);
-    EXPECT_EQ(r.exp, 2);
+    EXPECT_EQ(FromNumeric(Numeric({0xB0, 0x04}, 2, 1), 4, 2), "OK 12.00 4 2");
     // A zero is the canonical zero, whatever the sign and scale.
     n = Numeric({}, 5, 0);
-    ZEL_BCD_T zero{};
+    ZEL_BCD_T r, zero{};
     zero.sign = 1;
     std::memset(&r, 0x5A, sizeof r);
     EXPECT_EQ(zel_bcdFromNumericStruct(&n, 10, 5, kEven, &r), sOKAY);
@@ -381,8 +375,7 @@ TEST(BcdNumeric, FromTheRecord) {
     for (int i = 0; i < 32; ++i) v *= 10;
     n = Numeric({}, 0, 1);
     for (int i = 0; i < 16; ++i) n.val[i] = static_cast<uint8_t>((v - 1) >> (8 * i));
-    EXPECT_EQ(zel_bcdFromNumericStruct(&n, 32, 0, kEven, &r), sOKAY);
-    EXPECT_EQ(Text(r), std::string(32, '9'));
+    EXPECT_EQ(FromNumeric(n, 32, 0), "OK " + std::string(32, '9') + " 32 32");
     for (int i = 0; i < 16; ++i) n.val[i] = static_cast<uint8_t>(v >> (8 * i));
     EXPECT_EQ(zel_bcdFromNumericStruct(&n, 32, 0, kEven, &r), eRANGE);
     EXPECT_EQ(r.prec, 0);
@@ -403,42 +396,39 @@ ZEL_RETCODE ToNumeric(const std::string &text, uint8_t prec, uint8_t scale,
     return zel_bcdToNumericStruct(&b, prec, scale, mode, n);
 }
 
+// "code precision scale sign val[0..3]" of `text` at (prec, scale), written
+// over a record of 0xEE bytes (238, and -18 in the signed scale).
+std::string ToRecord(const std::string &text, uint8_t prec, uint8_t scale, ZEL_NUMERIC_T *n) {
+    std::memset(n, 0xEE, sizeof *n);
+    std::string s = CodeName(ToNumeric(text, prec, scale, kEven, n));
+    for (int f : {int(n->precision), int(n->scale), int(n->sign), int(n->val[0]), int(n->val[1]),
+                  int(n->val[2]), int(n->val[3])})
+        s += " " + std::to_string(f);
+    return s;
+}
+
 TEST(BcdNumeric, ToTheRecord) {
     ZEL_NUMERIC_T n;
-    std::memset(&n, 0xEE, sizeof n);
-    // 123.45 at (10, 4): 123.4500, digits 1234500 = 0x12D644.
-    EXPECT_EQ(ToNumeric("123.45", 10, 4, kEven, &n), sOKAY);
-    EXPECT_EQ(n.precision, 7);
-    EXPECT_EQ(n.scale, 4);
-    EXPECT_EQ(n.sign, 1);
-    EXPECT_EQ(n.val[0], 0x44);
-    EXPECT_EQ(n.val[1], 0xD6);
-    EXPECT_EQ(n.val[2], 0x12);
-    // Kept: the bytes past the integer are left as the caller had them.
-    EXPECT_EQ(n.val[3], 0xEE);
+    // 123.45 at (10, 4): 123.4500, digits 1234500 = 0x12D644. Kept: the bytes
+    // past the integer are left as the caller had them.
+    EXPECT_EQ(ToRecord("123.45", 10, 4, &n), "OK 7 4 1 68 214 18 238");
     EXPECT_EQ(n.val[15], 0xEE);
-    // Fraction digits are cut, not rounded.
-    EXPECT_EQ(ToNumeric("-2.999", 5, 2, kEven, &n), sPRECISIONLOSS);
-    EXPECT_EQ(n.sign, 0);
-    EXPECT_EQ(n.scale, 2);
-    EXPECT_EQ(n.val[0], 43);  // 299 = 0x12B
-    EXPECT_EQ(n.val[1], 1);
+    // Fraction digits are cut, not rounded: 299 = 0x12B.
+    EXPECT_EQ(ToRecord("-2.999", 5, 2, &n), "LOSS 3 2 0 43 1 238 238");
+    // Zero: precision 0, scale 0, sign 1, val untouched.
+    EXPECT_EQ(ToRecord("0", 5, 2, &n), "OK 0 0 1 238 238 238 238");
     // Too many integer digits, bad limits, error operands: nothing written.
-    ZEL_NUMERIC_T before = n;
-    EXPECT_EQ(ToNumeric("12345", 5, 2, kEven, &n), eRANGE);
-    EXPECT_EQ(ToNumeric("1", 33, 2, kEven, &n), eRANGE);
-    EXPECT_EQ(ToNumeric("1", 5, 33, kEven, &n), eRANGE);
+    for (auto [text, prec, scale] : {std::tuple{"12345", 5, 2}, {"1", 33, 2}, {"1", 5, 33}}) {
+        EXPECT_EQ(ToRecord(text, uint8_t(prec), uint8_t(scale), &n),
+                  "RANGE 238 -18 238 238 238 238 238")
+            << text;
+    }
     ZEL_BCD_T bad = Parse("1");
     bad.flags = ZEL_BCD_FLAG_DIVBY0;
+    std::memset(&n, 0xEE, sizeof n);
+    const ZEL_NUMERIC_T before = n;
     EXPECT_EQ(zel_bcdToNumericStruct(&bad, 5, 2, kEven, &n), eDIVBY0);
     EXPECT_EQ(std::memcmp(&n, &before, sizeof n), 0);
-    // Zero: precision 0, scale 0, sign 1, val untouched.
-    std::memset(&n, 0xEE, sizeof n);
-    EXPECT_EQ(ToNumeric("0", 5, 2, kEven, &n), sOKAY);
-    EXPECT_EQ(n.precision, 0);
-    EXPECT_EQ(n.scale, 0);
-    EXPECT_EQ(n.sign, 1);
-    EXPECT_EQ(n.val[0], 0xEE);
 }
 
 TEST(BcdNumeric, SplitsIntoBytesExactlyInEveryMode) {

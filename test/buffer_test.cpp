@@ -89,7 +89,7 @@ TEST(BufferStatic, RefusesToGrowWithTruncated) {
     EXPECT_EQ(b_bufferEmitByte(&b, 'x'), eTRUNCATED);  // capacity 0 refuses the first byte
 }
 
-TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnce) {
+TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnceAndGrowingDropsTheView) {
     B_BUFFER_T b;
     b_bufferInit(&b, sub);
     ASSERT_EQ(b_bufferEmitString(&b, "owned"), sOKAY);
@@ -99,13 +99,8 @@ TEST_F(BufferBorrowed, SetStaticFreesOwnedBytesOnce) {
     EXPECT_EQ(b.subTag, sub);
     b_bufferSetStatic(&b, "other", 5);  // size 0: nothing to free
     EXPECT_EQ(held(b), "other");
-    b_bufferTerm(&b);
-}
-
-TEST_F(BufferBorrowed, GrowingDropsTheViewWithoutCopying) {
+    // Growing drops the view without copying it.
     const char text[] = "abcdef";
-    B_BUFFER_T b;
-    b_bufferInit(&b, sub);
     b_bufferSetStatic(&b, text, 6);
     // len stands at 6 and the capacity is 6 + 16; the view is never written.
     EXPECT_EQ(state(b_bufferEmitByte(&b, 'g'), b).substr(0, 10), "0 7/22 0: ");
@@ -144,27 +139,23 @@ TEST_F(BufferCopy, BorrowedSourceGivesAViewAndOwnedIsAppended) {
     b_bufferTerm(&dst);
 }
 
-TEST_F(BufferInput, BytesAndSeek) {
+TEST_F(BufferInput, BytesSeekAndBulkShortReads) {
     B_BUFFER_T b;
     b_bufferInit(&b, sub);
     ASSERT_EQ(b_bufferEmitString(&b, "xyz"), sOKAY);
-    std::string got;
+    std::string bytes;
     uint32_t c = 0;
     for (size_t seek : {0, 2, 3}) {
         ASSERT_EQ(b_bufferSeek(&b, seek), sOKAY);
         c = '-';
         const ZEL_RETCODE rc = b_bufferInputByte(&b, &c);
-        got += std::to_string(rc) + char(c);
+        bytes += std::to_string(rc) + char(c);
     }
-    EXPECT_EQ(got, "0x0z" + std::to_string(eEOD) + "-");
+    EXPECT_EQ(bytes, "0x0z" + std::to_string(eEOD) + "-");
     EXPECT_EQ(b_bufferSeek(&b, 4), eEOD);
     EXPECT_EQ(b.pos, 3u);
     b_bufferTerm(&b);
-}
-
-TEST_F(BufferInput, BulkShortReadCountsLenLessCapacity) {
-    // A buffer sized to its length, as the stream readers see it.
-    B_BUFFER_T b;
+    // Bulk: a buffer sized to its length, as the stream readers see it.
     b_bufferInit(&b, sub);
     ASSERT_EQ(b_bufferEmitBytesBulk(&b, "abcdef", 6), sOKAY);
     ASSERT_EQ(b.size, b.len);

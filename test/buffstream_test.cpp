@@ -5,9 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +14,7 @@
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
 
@@ -80,39 +79,11 @@ class BuffStream : public TaggedTest {
     bool outOpen = false, inOpen = false;
 };
 
-ZEL_RETCODE put(B_OUTPUT_BUFFEREDSTREAM_T *o, int16_t v) {
-    return b_outputBuffPutInt16(o, v);
-}
-ZEL_RETCODE put(B_OUTPUT_BUFFEREDSTREAM_T *o, int32_t v) {
-    return b_outputBuffPutInt32(o, v);
-}
-ZEL_RETCODE put(B_OUTPUT_BUFFEREDSTREAM_T *o, int64_t v) {
-    return b_outputBuffPutInt64(o, v);
-}
-ZEL_RETCODE put(B_OUTPUT_BUFFEREDSTREAM_T *o, float v) {
-    return b_outputBuffPutFloat32(o, v);
-}
-ZEL_RETCODE put(B_OUTPUT_BUFFEREDSTREAM_T *o, double v) {
-    return b_outputBuffPutFloat64(o, v);
-}
-ZEL_RETCODE get(B_INPUT_BUFFEREDSTREAM_T *i, int16_t *v) {
-    return b_inputBuffGetInt16(i, v);
-}
-ZEL_RETCODE get(B_INPUT_BUFFEREDSTREAM_T *i, int32_t *v) {
-    return b_inputBuffGetInt32(i, v);
-}
-ZEL_RETCODE get(B_INPUT_BUFFEREDSTREAM_T *i, int64_t *v) {
-    return b_inputBuffGetInt64(i, v);
-}
-ZEL_RETCODE get(B_INPUT_BUFFEREDSTREAM_T *i, float *v) {
-    return b_inputBuffGetFloat32(i, v);
-}
-ZEL_RETCODE get(B_INPUT_BUFFEREDSTREAM_T *i, double *v) {
-    return b_inputBuffGetFloat64(i, v);
-}
-
+// Puts `v` with `put`, or reads it back with `get` and compares the bytes.
 template <class T>
-void putGet(B_OUTPUT_BUFFEREDSTREAM_T *out, B_INPUT_BUFFEREDSTREAM_T *in, T v, bool doPut) {
+void putGet(B_OUTPUT_BUFFEREDSTREAM_T *out, B_INPUT_BUFFEREDSTREAM_T *in, T v, bool doPut,
+            ZEL_RETCODE (*put)(B_OUTPUT_BUFFEREDSTREAM_T *, T),
+            ZEL_RETCODE (*get)(B_INPUT_BUFFEREDSTREAM_T *, T *)) {
     if (doPut) {
         ASSERT_EQ(put(out, v), sOKAY);
         return;
@@ -126,11 +97,16 @@ void putGetRow(B_OUTPUT_BUFFEREDSTREAM_T *out, B_INPUT_BUFFEREDSTREAM_T *in,
                const std::vector<std::string> &row, bool put) {
     const std::string &k = row[0];
     const std::string &text = row[1];
-    if (k == "i16") putGet(out, in, int16_t(std::stol(text)), put);
-    if (k == "i32") putGet(out, in, int32_t(std::stol(text)), put);
-    if (k == "i64") putGet(out, in, int64_t(std::stoll(text)), put);
-    if (k == "f32") putGet(out, in, float(std::strtod(text.c_str(), nullptr)), put);
-    if (k == "f64") putGet(out, in, std::strtod(text.c_str(), nullptr), put);
+    const double d = std::strtod(text.c_str(), nullptr);
+    if (k == "i16")
+        putGet<int16_t>(out, in, std::stol(text), put, b_outputBuffPutInt16, b_inputBuffGetInt16);
+    if (k == "i32")
+        putGet<int32_t>(out, in, std::stol(text), put, b_outputBuffPutInt32, b_inputBuffGetInt32);
+    if (k == "i64")
+        putGet<int64_t>(out, in, std::stoll(text), put, b_outputBuffPutInt64, b_inputBuffGetInt64);
+    if (k == "f32")
+        putGet<float>(out, in, float(d), put, b_outputBuffPutFloat32, b_inputBuffGetFloat32);
+    if (k == "f64") putGet<double>(out, in, d, put, b_outputBuffPutFloat64, b_inputBuffGetFloat64);
     if (k != "str") return;
     const Bytes s = text == "null" ? "" : fixture_fromHex(text);
     const char *p = text == "null" ? nullptr : s.c_str();
@@ -144,14 +120,7 @@ void putGetRow(B_OUTPUT_BUFFEREDSTREAM_T *out, B_INPUT_BUFFEREDSTREAM_T *in,
 }
 
 TEST_F(BuffStream, NumbersAndStringsInBothByteOrders) {
-    std::ifstream file(std::string(ZELBASE_TEST_DATA) + "/good-buffstream.txt");
-    std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(file, line);) {
-        std::vector<std::string> cols;
-        std::stringstream s(line);
-        for (std::string c; std::getline(s, c, '\t');) cols.push_back(c);
-        rows.push_back(cols);
-    }
+    const std::vector<VectorRow> rows = vectors_read("good-buffstream.txt", '\t');
     ASSERT_GT(rows.size(), 80u);
     for (int16_t swap : {0, 1}) {
         sink = Sink{};

@@ -1,7 +1,7 @@
 // Block cache: random gets, releases and flushes replayed against a small
 // model of its rules (which id is zapped for room, which callbacks run in
-// which order), with failing loaders and zappers; the edge cases of a cache
-// of no room, a held block passed over, and a block kept modified by a flush.
+// which order), with failing loaders and zappers, caches of no room among
+// them; one trace worked by hand; bad arguments and allocation failures.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -70,7 +70,6 @@ class CacheModel {
             list.push_back(id);
             return sOKAY;
         }
-        bool reused = false;
         if (entries_.size() >= max_) {
             for (uint64_t c : clean_) {
                 if (entries_[c].hold != 0) continue;
@@ -78,11 +77,9 @@ class CacheModel {
                 if (Callbacks::in(cb_->failZap, c)) return eFILEIO;
                 clean_.remove(c);
                 entries_.erase(c);
-                reused = true;
                 break;
             }
         }
-        (void)reused;
         trace.push_back("L" + std::to_string(id));
         if (Callbacks::in(cb_->failLoad, id)) return eFILEACCESS;
         entries_[id] = {1, false};
@@ -195,22 +192,8 @@ TEST_F(CacheTest, RandomUseFollowsTheModel) {
     }
 }
 
-TEST_F(CacheTest, NoRoomAllocatesWhenNothingCanBeZapped) {
-    init(0);
-    B_CACHE_HANDLE a = get(1);
-    B_CACHE_HANDLE b = get(2);  // 1 is held: nothing to zap, so a new entry
-    EXPECT_EQ(cache.numentries, 2u);
-    b_cacheReleaseEntry(&cache, a, ZEL_FALSE);
-    B_CACHE_HANDLE c = get(3);  // 1 is clean and free now: zapped for room
-    EXPECT_EQ(cache.numentries, 2u);
-    EXPECT_EQ(cb.trace, (std::vector<std::string>{"L1", "L2", "Z1+", "L3"}));
-    b_cacheReleaseEntry(&cache, b, ZEL_FALSE);
-    b_cacheReleaseEntry(&cache, c, ZEL_FALSE);
-    b_cacheReleaseEntry(&cache, nullptr, ZEL_TRUE);
-    b_cacheTerm(&cache, ZEL_FALSE);
-    EXPECT_EQ(cb.trace.back(), "T3");
-}
-
+// A held clean block is passed over for a newer unheld one; a modified one
+// is never zapped for room; term with flush zaps clean then modified.
 TEST_F(CacheTest, HeldCleanBlockIsPassedOverForANewerUnheldOne) {
     init(3);
     B_CACHE_HANDLE old = get(1);
@@ -223,27 +206,6 @@ TEST_F(CacheTest, HeldCleanBlockIsPassedOverForANewerUnheldOne) {
     b_cacheTerm(&cache, ZEL_TRUE);
     EXPECT_EQ(cb.trace,
               (std::vector<std::string>{"L1", "L2", "L3", "Z2+", "L4", "Z1+", "Z4+", "Z3+"}));
-}
-
-TEST_F(CacheTest, FlushWritesAndKeepsBlocksModified) {
-    init(2);
-    b_cacheReleaseEntry(&cache, get(7), ZEL_TRUE);
-    b_cacheReleaseEntry(&cache, get(8), ZEL_TRUE);
-    EXPECT_EQ(b_cacheFlush(&cache), sOKAY);
-    B_CACHE_HANDLE h = get(7);  // the same block, no load
-    EXPECT_TRUE(static_cast<const B_CACHE_ENTRY *>(h)->modified);
-    b_cacheReleaseEntry(&cache, h, ZEL_FALSE);  // does not make it clean
-    EXPECT_TRUE(static_cast<const B_CACHE_ENTRY *>(h)->modified);
-    b_cacheReleaseEntry(&cache, get(9), ZEL_FALSE);  // two modified: over the limit
-    EXPECT_EQ(cache.numentries, 3u);
-    cb.failZap = {8};
-    // The hit moved 7 to the newest end: 8 is written first, and fails.
-    EXPECT_EQ(b_cacheFlush(&cache), eFILEIO);
-    EXPECT_EQ(cb.trace, (std::vector<std::string>{"L7", "L8", "W7", "W8", "L9", "W8"}));
-    cb.failZap.clear();
-    b_cacheTerm(&cache, ZEL_FALSE);
-    EXPECT_EQ(cb.trace,
-              (std::vector<std::string>{"L7", "L8", "W7", "W8", "L9", "W8", "T9", "T8", "T7"}));
 }
 
 TEST_F(CacheTest, FailedLoadKeepsNothingAndBadArgumentsAreRefused) {

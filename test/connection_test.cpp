@@ -51,7 +51,7 @@ struct Vector {
     const char *gsvspec = nullptr;
 };
 
-constexpr TX_CONN_TYPE_INT TCP = TX_TCP_INT, SHM = TX_SHM_INT, UUID = TX_UUID_INT;
+constexpr TX_CONN_TYPE_INT TCP = TX_TCP_INT, SHM = TX_SHM_INT;
 constexpr const char *NUL = nullptr;
 
 const Vector kVectors[] = {

@@ -247,12 +247,6 @@ const TypeRow &TypeOf(const std::string &name) {
     ADD_FAILURE() << name;
     return kTypes[0];
 }
-B_CNVFCN FcnOf(const std::string &type) {
-    return TypeOf(type).fcn;
-}
-size_t SizeOf(const std::string &type) {
-    return TypeOf(type).size;
-}
 
 std::string ValueText(const std::string &type, const Result &r) {
     if (type == "int8") return std::to_string(As<int8_t>(r));
@@ -288,14 +282,14 @@ TEST(ConvertNumberText, MatchesOracleVectors) {
         const std::string text = Unescape(row[3]);
         const ZEL_RETCODE want = CodeOf(code);
         for (bool terminated : {true, false}) {
-            Result r = Convert(FcnOf(type), text, terminated);
+            Result r = Convert(TypeOf(type).fcn, text, terminated);
             ASSERT_EQ(r.rc, want) << type << " [" << text << "] terminated " << terminated;
             if (want < 0) {
                 EXPECT_TRUE(Untouched(r)) << type << " [" << text << "]";
                 continue;
             }
             EXPECT_EQ(ValueText(type, r), value) << type << " [" << text << "]";
-            EXPECT_EQ(r.cb.tSize, SizeOf(type)) << type;
+            EXPECT_EQ(r.cb.tSize, TypeOf(type).size) << type;
         }
     }
     EXPECT_GT(rows.size(), 5000u);
@@ -322,7 +316,7 @@ TEST(ConvertNumberText, Examples) {
         {"boolean", " yes", eINVLITERAL, ""}};
     // clang-format on
     for (const auto &[type, text, rc, value] : cases) {
-        const Result r = Convert(FcnOf(type), text);
+        const Result r = Convert(TypeOf(type).fcn, text);
         ASSERT_EQ(r.rc, rc) << type << " [" << text << "]";
         if (std::string(type) == "boolean") {
             EXPECT_EQ(r.cb.tSize, 1u) << text;  // failures too
@@ -332,8 +326,8 @@ TEST(ConvertNumberText, Examples) {
             continue;
         }
         EXPECT_EQ(ValueText(type, r), value) << type << " [" << text << "]";
-        EXPECT_EQ(r.cb.tSize, SizeOf(type)) << type;
-        EXPECT_EQ(r.out[SizeOf(type)], kFill) << type << " [" << text << "]";
+        EXPECT_EQ(r.cb.tSize, TypeOf(type).size) << type;
+        EXPECT_EQ(r.out[TypeOf(type).size], kFill) << type << " [" << text << "]";
     }
     EXPECT_EQ(b_convertAsciiToDouble("2.5xyz"), 2.5);
     EXPECT_EQ(b_convertAsciiToDouble("xyz"), 0.0);
@@ -385,53 +379,52 @@ TEST(ConvertBinaryText, CutToTheRoomAndSizeOnly) {
 
 // ---- Dates and times.
 
-TEST(ConvertDateText, LiteralForms) {
-    // 4 March 2021 is day 737853 (Python: date(2021, 3, 4).toordinal()).
-    for (const char *text :
-         {"2021-03-04", "'2021-3-4'", "2021-3-4", "date '2021-03-04'", "DATE'2021-03-04'",
-          "@'2021-03-04'", "  \"2021-03-04\"", "timestamp '2021-03-04'",
-          "TimeStamp  '2021-03-04 10", "2021-03-04x", "2021-03-04 10:00:00"}) {
-        Result r = Convert(cnv_stringToDate, text);
-        ASSERT_EQ(r.rc, sOKAY) << text;
-        EXPECT_EQ(As<uint32_t>(r), 737853u) << text;
-        EXPECT_EQ(r.cb.tSize, 4u);
-    }
-    // Day 737883 is 3 April 2021.
-    EXPECT_EQ(As<uint32_t>(Convert(cnv_stringToDate, "2021-4-03")), 737883u);
-    EXPECT_EQ(As<uint32_t>(Convert(cnv_stringToDate, "9999-12-31")), 3652059u);
-}
-
-TEST(ConvertDateText, RefusedForms) {
-    for (const char *text :
-         {"2021-3-", "21-03-04xx", "date 2021-03-04", "dates '2021-03-04'", "x2021-03-04",
-          "2021/03/04", "2021-003-04", "'2021-03-'", "@ 2021-03-04", "tims '2021-03-04'",
-          "timestamp '2021-03-04 10:00:00'"}) {  // 31 characters: past the 25 of a literal
-        Result r = Convert(cnv_stringToDate, text);
-        EXPECT_EQ(r.rc, eINVLITERAL) << text;
-        EXPECT_TRUE(Untouched(r)) << text;
-    }
-    EXPECT_EQ(Convert(cnv_stringToDate, "2021-13-04").rc, eBASE_INVDATE);
-    EXPECT_EQ(Convert(cnv_stringToDate, "0000-01-04").rc, eBASE_INVDATE);
-    EXPECT_EQ(Convert(cnv_stringToDate, "2021-01-00").rc, eBASE_INVDATE);
-}
-
-TEST(ConvertDateText, OtherOrdersAreRewritten) {
-    // {text, format, separator, "code size bytes"}; 4 March 2021 is day 737853,
-    // 0x000B423D.
-    const std::tuple<const char *, ZEL_DATE_FORMAT, char, const char *> cases[] = {
-        {"03/04/2021", ZEL_MMDDYYYY, '/', "sOKAY 4 3d420b00"},
-        {"04.03.2021", ZEL_DDMMYYYY, '.', "sOKAY 4 3d420b00"},
-        {"03/04/2021 10:00:00", ZEL_MMDDYYYY, '/', "sOKAY 4 3d420b00"},  // the time is cut
-        {"2021/03/04", ZEL_YYYYMMDD, '/', "sOKAY 4 3d420b00"},
-        {"03-04-2021", ZEL_MMDDYYYY, '/', "eINVLITERAL 4 "},
-        {"03/04/2021x10", ZEL_MMDDYYYY, '/', "eINVLITERAL 4 "},
+TEST(ConvertDateText, FormsOrdersAndCodes) {
+    // {text, format, separator, "code size bytes"}; 4 March 2021 is day
+    // 737853 (Python: date(2021, 3, 4).toordinal()), 0x000B423D.
+    const std::string march4 = "sOKAY 4 3d420b00", bad = "eINVLITERAL 4 ";
+    const std::tuple<const char *, ZEL_DATE_FORMAT, char, std::string> cases[] = {
+        {"2021-03-04", ZEL_YYYYMMDD, '-', march4},
+        {"'2021-3-4'", ZEL_YYYYMMDD, '-', march4},
+        {"date '2021-03-04'", ZEL_YYYYMMDD, '-', march4},
+        {"DATE'2021-03-04'", ZEL_YYYYMMDD, '-', march4},
+        {"@'2021-03-04'", ZEL_YYYYMMDD, '-', march4},
+        {"  \"2021-03-04\"", ZEL_YYYYMMDD, '-', march4},
+        {"timestamp '2021-03-04'", ZEL_YYYYMMDD, '-', march4},
+        {"TimeStamp  '2021-03-04 10", ZEL_YYYYMMDD, '-', march4},
+        {"2021-03-04x", ZEL_YYYYMMDD, '-', march4},
+        {"2021-03-04 10:00:00", ZEL_YYYYMMDD, '-', march4},
+        {"2021-4-03", ZEL_YYYYMMDD, '-', "sOKAY 4 5b420b00"},   // day 737883
+        {"9999-12-31", ZEL_YYYYMMDD, '-', "sOKAY 4 dbb93700"},  // day 3652059
+        // Refused, nothing written.
+        {"2021-3-", ZEL_YYYYMMDD, '-', bad},
+        {"21-03-04xx", ZEL_YYYYMMDD, '-', bad},
+        {"date 2021-03-04", ZEL_YYYYMMDD, '-', bad},
+        {"dates '2021-03-04'", ZEL_YYYYMMDD, '-', bad},
+        {"x2021-03-04", ZEL_YYYYMMDD, '-', bad},
+        {"2021/03/04", ZEL_YYYYMMDD, '-', bad},
+        {"2021-003-04", ZEL_YYYYMMDD, '-', bad},
+        {"'2021-03-'", ZEL_YYYYMMDD, '-', bad},
+        {"@ 2021-03-04", ZEL_YYYYMMDD, '-', bad},
+        {"tims '2021-03-04'", ZEL_YYYYMMDD, '-', bad},
+        {"timestamp '2021-03-04 10:00:00'", ZEL_YYYYMMDD, '-', bad},  // past the 25 of a literal
+        {"2021-13-04", ZEL_YYYYMMDD, '-', "eBASE_INVDATE 4 "},
+        {"0000-01-04", ZEL_YYYYMMDD, '-', "eBASE_INVDATE 4 "},
+        {"2021-01-00", ZEL_YYYYMMDD, '-', "eBASE_INVDATE 4 "},
+        // Other orders are rewritten.
+        {"03/04/2021", ZEL_MMDDYYYY, '/', march4},
+        {"04.03.2021", ZEL_DDMMYYYY, '.', march4},
+        {"03/04/2021 10:00:00", ZEL_MMDDYYYY, '/', march4},  // the time is cut
+        {"2021/03/04", ZEL_YYYYMMDD, '/', march4},
+        {"03-04-2021", ZEL_MMDDYYYY, '/', bad},
+        {"03/04/2021x10", ZEL_MMDDYYYY, '/', bad},
         {"03/04/2021", ZEL_DATE_FORMAT(9), '/', "eINVDATEFMT 4 "},
         // Lengths: 8 to 25 characters.
-        {"2021-3-4", ZEL_YYYYMMDD, '-', "sOKAY 4 3d420b00"},
-        {"202-3-4", ZEL_YYYYMMDD, '-', "eINVLITERAL 4 "},
-        {"2021-03-04               ", ZEL_YYYYMMDD, '-', "sOKAY 4 3d420b00"},
-        {"2021-03-04                ", ZEL_YYYYMMDD, '-', "eINVLITERAL 4 "}};
-    for (auto [text, fmt, sep, want] : cases)
+        {"2021-3-4", ZEL_YYYYMMDD, '-', march4},
+        {"202-3-4", ZEL_YYYYMMDD, '-', bad},
+        {"2021-03-04               ", ZEL_YYYYMMDD, '-', march4},
+        {"2021-03-04                ", ZEL_YYYYMMDD, '-', bad}};
+    for (const auto &[text, fmt, sep, want] : cases)
         EXPECT_EQ(Brief(Convert(cnv_stringToDate, text, true, fmt, sep)), want) << text;
 }
 

@@ -6,12 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "embed.h"
+#include "file_fixture.h"
 #include "lz.h"
 #include "oom.h"
 #include "path.h"
@@ -20,14 +19,7 @@
 
 namespace {
 
-using Bytes = std::string;
 namespace fs = std::filesystem;
-
-Bytes read_file(const std::string &path) {
-    std::ostringstream s;
-    s << std::ifstream(path, std::ios::binary).rdbuf();
-    return s.str();
-}
 
 uint32_t hash_of(const Bytes &b) {
     return b_embed_fileHash(B_EMBED_HASH_INIT, b.data(), b.size());
@@ -91,7 +83,7 @@ TEST_F(EmbedTest, CreateVerifyDelete) {
     ASSERT_GE(pieces.size(), 2u);
     const std::string ns = dir + "ns/";
     ASSERT_EQ(run(EMBED_CREATE, "file.txt", ns), sOKAY);
-    EXPECT_TRUE(read_file(ns + "file.txt") == text);
+    EXPECT_TRUE(fixture_readFile(ns + "file.txt") == text);
     Bytes lf = text;
     std::erase(lf, '\r');
     EXPECT_EQ(run(EMBED_VERIFY, "file.txt", ns, hash_of(lf)), sOKAY);
@@ -111,26 +103,26 @@ TEST_F(EmbedTest, NameSpaces) {
     // under "/". With xflags no directory is made, so the file cannot be
     // opened: no error, nothing left. A null name space: the name alone.
     ASSERT_EQ(run(EMBED_CREATE, "g", dir + "bs\\"), sOKAY);
-    EXPECT_EQ(read_file(dir + "bs/g"), "x");
+    EXPECT_EQ(fixture_readFile(dir + "bs/g"), "x");
     ASSERT_EQ(run(EMBED_CREATE, "h", dir + "none/", 0, 1), sOKAY);
     EXPECT_FALSE(fs::exists(dir + "none"));
     ASSERT_EQ(
         b_embed_file((dir + "n").c_str(), pieces.data(), size, 0, EMBED_CREATE, nullptr, 0, sub),
         sOKAY);
-    EXPECT_EQ(read_file(dir + "n"), "x");
+    EXPECT_EQ(fixture_readFile(dir + "n"), "x");
     // No separator: a plain prefix, relative to the working directory.
     const fs::path cwd = fs::current_path();
     fs::current_path(dir);
     const ZEL_RETCODE rc = run(EMBED_CREATE, "f", "pre-");
     fs::current_path(cwd);
     ASSERT_EQ(rc, sOKAY);
-    EXPECT_EQ(read_file(dir + "pre-f"), "x");
+    EXPECT_EQ(fixture_readFile(dir + "pre-f"), "x");
 }
 
 TEST_F(EmbedTest, EmptyAndFailedExtractions) {
     // Size 0: LZBEGIN opened the file, so it exists, empty.
     ASSERT_EQ(b_embed_file("empty", nullptr, 0, 0, EMBED_CREATE, dir.c_str(), 0, sub), sOKAY);
-    EXPECT_EQ(read_file(dir + "empty"), "");
+    EXPECT_EQ(fixture_readFile(dir + "empty"), "");
     EXPECT_EQ(b_embed_file("empty", nullptr, 0, 1, EMBED_VERIFY, dir.c_str(), 0, sub), sOKAY);
     // The codes 65 300 259, 65 (39 times), 259 65 300 at 9 bits loop in the
     // table (lz_test.cpp, loop_stream): sOKAY, no file, no descriptor left.
@@ -183,7 +175,7 @@ TEST_F(EmbedTest, OutOfMemory) {
                         [&] {
                             const ZEL_RETCODE rc = run(EMBED_CREATE, "f", ns);
                             const bool made = fs::exists(ns + "f");
-                            EXPECT_TRUE(!made || read_file(ns + "f") == text);
+                            EXPECT_TRUE(!made || fixture_readFile(ns + "f") == text);
                             EXPECT_TRUE(rc == sOKAY || !made);
                             (void)run(EMBED_DELETE, "f", ns);
                             return rc;

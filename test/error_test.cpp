@@ -11,7 +11,7 @@
 
 #include "error.h"
 #include "oom.h"
-#include "tag_master_psp.h"
+#include "tag_fixture.h"
 #include "tag_stack.h"
 #include "tag_sub.h"
 
@@ -159,24 +159,23 @@ std::string facts(const ZEL_ERR &e) {
            std::to_string(e.errline) + ":" + std::to_string(e.errcolumn);
 }
 
-class ErrorObject : public ::testing::Test {
+std::string facts4(int a, int b, int c, int d) {
+    return std::to_string(a) + " " + std::to_string(b) + " " + std::to_string(c) + " " +
+           std::to_string(d);
+}
+
+class ErrorObject : public TaggedTest {
   protected:
     void SetUp() override {
-        ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master_), sOKAY);
-        ASSERT_EQ(b_tag_subCreate(master_, &sub_), sOKAY);
-        b_tag_subMemUsage(sub_, &start_, nullptr, nullptr);
-        zelErrorInit(&err_, sub_);
+        TaggedTest::SetUp();
+        zelErrorInit(&err_, sub);
     }
     void TearDown() override {
         // errfile and sqlstate are the sub tag owner's to free.
-        b_tag_subFreeCanBeNull(sub_, err_.errfile);
-        b_tag_subFreeCanBeNull(sub_, err_.sqlstate);
+        b_tag_subFreeCanBeNull(sub, err_.errfile);
+        b_tag_subFreeCanBeNull(sub, err_.sqlstate);
         EXPECT_EQ(zelErrorTerm(&err_), sOKAY);
-        int64_t now = -1;
-        b_tag_subMemUsage(sub_, &now, nullptr, nullptr);
-        EXPECT_EQ(now, start_);
-        b_tag_subDestroy(sub_);
-        b_tag_masterDestroy(master_);
+        TaggedTest::TearDown();
     }
     ZEL_RETCODE report(ZEL_RETCODE code) {
         return zelErrorEx(&err_, code, nullptr, nullptr, 0, 0, nullptr, 0);
@@ -187,9 +186,6 @@ class ErrorObject : public ::testing::Test {
         zelErrorSetUserHandler(&err_, TraceUser, &t);
         zelErrorSetCleanup(&err_, TraceCleanup, &t);
     }
-    B_TAG_MASTER master_ = nullptr;
-    B_TAG_SUB sub_ = nullptr;
-    int64_t start_ = 0;
     ZEL_ERR err_{};
 };
 
@@ -234,75 +230,48 @@ TEST_F(ErrorObject, InfoOfAnUnknownStatusWritesNothing) {
     EXPECT_STREQ(subsys, "status");
 }
 
-TEST_F(ErrorObject, ReportFromInsideAHandlerIsRefused) {
+TEST_F(ErrorObject, ReportOrTermFromInsideAHandlerIsRefused) {
     Trace t;
-    t.nest = true;
+    t.nest = t.term_inside = true;
     Wire(t);
     EXPECT_EQ(zelErrorEx(&err_, eINVARG, "outer", nullptr, 0, 0, nullptr, 0), eINVARG);
     EXPECT_EQ(t.nested, eDIVBY0);  // returned as given
+    EXPECT_EQ(t.term_rc, eSYS_ERRACTIVE);
     EXPECT_EQ(facts(err_), std::to_string(eINVARG) + " 1 outer -:0 -:0:0");
     EXPECT_EQ(t.sys.size(), 1u);
     EXPECT_EQ(err_.erractive, ZEL_FALSE);
+    EXPECT_EQ(err_.subTag, sub);
     EXPECT_EQ(zelErrorEx(nullptr, eINVARG, nullptr, nullptr, 0, 0, nullptr, 0), eINVARG);
 }
 
-TEST_F(ErrorObject, TermFromInsideAHandlerIsRefused) {
-    Trace t;
-    t.term_inside = true;
-    Wire(t);
-    EXPECT_EQ(zelErrorEx(&err_, eINVARG, "kept", nullptr, 0, 0, "f.cpp", 1), eINVARG);
-    EXPECT_EQ(t.term_rc, eSYS_ERRACTIVE);
-    EXPECT_STREQ(err_.info, "kept");
-    EXPECT_EQ(err_.subTag, sub_);
-}
-
-TEST_F(ErrorObject, StatusSkipsUserHandlerAndCleanup) {
+// The system handler decides the sign (sOKAY leaves the code); a status
+// skips the user handler and the cleanup; the user handler's sOKAY ignores
+// (sIGNORE), the same code lets the failure stand, another code replaces the
+// result only. "result status code-the-user-saw cleanups".
+TEST_F(ErrorObject, HandlerProtocol) {
     Trace t;
     Wire(t);
-    EXPECT_EQ(report(sNOTFOUND), sNOTFOUND);
-    EXPECT_EQ(err_.status, sNOTFOUND);
-    EXPECT_EQ(t.sys, std::vector<ZEL_RETCODE>{sNOTFOUND});
-    EXPECT_TRUE(t.user.empty());
-    EXPECT_EQ(t.cleanups, 0);
-}
-
-TEST_F(ErrorObject, SystemHandlerDecidesTheSign) {
-    Trace t;
-    Wire(t);
-    t.sys_answer = sNODATA;  // an error becomes a status
-    EXPECT_EQ(report(eEOF), sNODATA);
-    EXPECT_EQ(err_.status, sNODATA);
-    EXPECT_TRUE(t.user.empty());
-    EXPECT_EQ(t.cleanups, 0);
-
-    t.sys_answer = eFILEIO;  // a status becomes an error
-    t.user_answer = eFILEIO;
-    EXPECT_EQ(report(sEOF), eFILEIO);
-    EXPECT_EQ(err_.status, eFILEIO);
-    EXPECT_EQ(t.user, std::vector<ZEL_RETCODE>{eFILEIO});
-    EXPECT_EQ(t.cleanups, 1);
-
-    t.sys_answer = sOKAY;  // sOKAY leaves the code
-    EXPECT_EQ(report(eRANGE), eFILEIO);
-    EXPECT_EQ(err_.status, eRANGE);
-    EXPECT_EQ(t.sys.back(), eRANGE);
-}
-
-TEST_F(ErrorObject, UserHandlerAnswers) {
-    Trace t;
-    Wire(t);
-    t.user_answer = sOKAY;  // ignoring: the caller sees sIGNORE
-    EXPECT_EQ(report(eCHECK), sIGNORE);
-    EXPECT_EQ(err_.status, eCHECK);
-    t.user_answer = eCHECK;  // the same code: the failure stands
-    EXPECT_EQ(report(eCHECK), eCHECK);
-    t.user_answer = eDBCORRUPTED;  // another code replaces the result only
-    EXPECT_EQ(report(eCHECK), eDBCORRUPTED);
-    EXPECT_EQ(err_.status, eCHECK);
-    EXPECT_EQ(t.cleanups, 3);
-    int other = 0;
-    zelErrorSetUserHandlerData(&err_, &other);
-    EXPECT_EQ(err_.userdata, &other);
+    const struct {
+        ZEL_RETCODE code, sys, user;
+        std::string want;
+    } cases[] = {
+        {sNOTFOUND, sOKAY, kEcho, facts4(sNOTFOUND, sNOTFOUND, 0, 0)},
+        {eEOF, sNODATA, kEcho, facts4(sNODATA, sNODATA, 0, 0)},
+        {sEOF, eFILEIO, eFILEIO, facts4(eFILEIO, eFILEIO, eFILEIO, 1)},
+        {eRANGE, sOKAY, eFILEIO, facts4(eFILEIO, eRANGE, eRANGE, 1)},
+        {eCHECK, sOKAY, sOKAY, facts4(sIGNORE, eCHECK, eCHECK, 1)},
+        {eCHECK, sOKAY, eCHECK, facts4(eCHECK, eCHECK, eCHECK, 1)},
+        {eCHECK, sOKAY, eDBCORRUPTED, facts4(eDBCORRUPTED, eCHECK, eCHECK, 1)},
+    };
+    for (const auto &c : cases) {
+        t = Trace{};
+        t.sys_answer = c.sys;
+        t.user_answer = c.user;
+        const ZEL_RETCODE rc = report(c.code);
+        EXPECT_EQ(facts4(rc, err_.status, t.user.empty() ? 0 : t.user.back(), t.cleanups), c.want)
+            << c.code;
+        EXPECT_EQ(t.sys, std::vector<ZEL_RETCODE>{c.code});
+    }
 }
 
 TEST_F(ErrorObject, CleanupRunsForEveryNegativeCode) {
@@ -359,29 +328,23 @@ TEST_F(ErrorObject, SavingTexts) {
     EXPECT_STREQ(err_.errfile, "b-longer-name.sql");
 }
 
-TEST_F(ErrorObject, OwnSqlstate) {
-    EXPECT_EQ(zelErrorGetSqlstate(&err_), nullptr);
-    zelErrorSetSqlstate(&err_, "45000");
-    zelErrorSetSqlstate(&err_, "HY000");
-    EXPECT_STREQ(zelErrorGetSqlstate(&err_), "HY000");
-    zelErrorSetSqlstate(&err_, nullptr);
-    EXPECT_EQ(zelErrorGetSqlstate(&err_), nullptr);
-}
-
 TEST_F(ErrorObject, TermKeepsInputFileAndSqlstateForTheOwner) {
     ASSERT_EQ(zelErrorEx(&err_, eFAIL, "i", "input.json", 1, 1, "f.cpp", 1), eFAIL);
+    EXPECT_EQ(zelErrorGetSqlstate(&err_), nullptr);
+    zelErrorSetSqlstate(&err_, "45000");
     zelErrorSetSqlstate(&err_, "22000");
+    EXPECT_STREQ(zelErrorGetSqlstate(&err_), "22000");
     char *errfile = err_.errfile;
     char *sqlstate = err_.sqlstate;
     ASSERT_EQ(zelErrorTerm(&err_), sOKAY);
     EXPECT_EQ(err_.info, nullptr);
     EXPECT_EQ(err_.subTag, nullptr);
     int64_t now = 0;
-    b_tag_subMemUsage(sub_, &now, nullptr, nullptr);
-    EXPECT_GT(now, start_);  // the two texts are still out
-    b_tag_subFree(sub_, errfile);
-    b_tag_subFree(sub_, sqlstate);
-    zelErrorInit(&err_, sub_);
+    b_tag_subMemUsage(sub, &now, nullptr, nullptr);
+    EXPECT_GT(now, start);  // the two texts are still out
+    b_tag_subFree(sub, errfile);
+    b_tag_subFree(sub, sqlstate);
+    zelErrorInit(&err_, sub);
     EXPECT_EQ(zelErrorTerm(nullptr), eINVNULLARG);
 }
 
@@ -392,34 +355,31 @@ std::string stat(const ERR_STAT &es) {
            (es.fcnId ? es.fcnId : "-");
 }
 
-TEST_F(ErrorObject, StatCopiesOnASubTag) {
+TEST_F(ErrorObject, StatCopies) {
     ASSERT_EQ(zelErrorEx(&err_, eRANGE, "column 3", "rows.csv", 17, 3, "imp.cpp", 5), eRANGE);
-    ASSERT_EQ(b_tag_subCopyString(sub_, "row_unpack", &err_.fcnid), sOKAY);
+    ASSERT_EQ(b_tag_subCopyString(sub, "row_unpack", &err_.fcnid), sOKAY);
     ERR_STAT es{};
     char sentinel[] = "keep";
     es.srcfile = sentinel;
     es.srcline = 11;
-    EXPECT_EQ(zelGetErrorStat(&err_, sub_, nullptr), eINVNULLARG);
-    ASSERT_EQ(zelGetErrorStat(&err_, sub_, &es), sOKAY);
+    EXPECT_EQ(zelGetErrorStat(&err_, sub, nullptr), eINVNULLARG);
+    ASSERT_EQ(zelGetErrorStat(&err_, sub, &es), sOKAY);
     EXPECT_EQ(stat(es), std::to_string(eRANGE) + " 17:3 column 3 row_unpack");
     EXPECT_NE(es.info, err_.info);
     EXPECT_EQ(es.srcfile, sentinel);  // not written
     EXPECT_EQ(es.srcline, 11);
-    b_tag_subFree(sub_, es.info);
-    b_tag_subFree(sub_, es.fcnId);
+    b_tag_subFree(sub, es.info);
+    b_tag_subFree(sub, es.fcnId);
     zelErrorSetStatus(&err_, sNOTFOUND);  // empty info copies as null
-    ASSERT_EQ(zelGetErrorStat(&err_, sub_, &es), sOKAY);
+    ASSERT_EQ(zelGetErrorStat(&err_, sub, &es), sOKAY);
     EXPECT_EQ(es.info, nullptr);
-    b_tag_subFree(sub_, es.fcnId);
-}
-
-TEST_F(ErrorObject, StatCopiesOnAStackTag) {
+    b_tag_subFree(sub, es.fcnId);
+    // On a stack tag: one block, info and fcnId together.
     B_TAG_STACK stack = nullptr;
-    ASSERT_EQ(b_tag_stackCreate(master_, 4096, 4096, &stack), sOKAY);
+    ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
     ASSERT_EQ(zelErrorEx(&err_, eSYNTAX, "unexpected ','", nullptr, 2, 9, nullptr, 0), eSYNTAX);
-    ERR_STAT es{};
     ASSERT_EQ(zelGetErrorStatStack(&err_, stack, &es), sOKAY);
-    EXPECT_EQ(stat(es), std::to_string(eSYNTAX) + " 2:9 unexpected ',' -");
+    EXPECT_EQ(stat(es), std::to_string(eSYNTAX) + " 2:9 unexpected ',' row_unpack");
     b_tag_stackFree(stack, es.info);
     int64_t now = -1, peak = 0;
     b_tag_stackMemUsage(stack, &now, &peak);
@@ -443,7 +403,7 @@ std::vector<std::string> texts(const ZEL_ERR &e) {
 // leaves the record untouched; nothing leaks.
 TEST_F(ErrorObject, SavingUnderFailingAllocations) {
     B_TAG_STACK stack = nullptr;
-    ASSERT_EQ(b_tag_stackCreate(master_, 8192, 8192, &stack), sOKAY);
+    ASSERT_EQ(b_tag_stackCreate(master, 8192, 8192, &stack), sOKAY);
     const std::string big(3500, 'B');  // a page of its own
     const char *const bigs = big.c_str();
     const std::function<ZEL_RETCODE(ZEL_ERR *)> steps[] = {
@@ -456,10 +416,10 @@ TEST_F(ErrorObject, SavingUnderFailingAllocations) {
         [&](ZEL_ERR *e) { return zelErrorEx(e, eBADCAT, "report", "in.sql", 3, 3, "r.cpp", 3); },
     };
     const int faults =
-        oom_check(master_, {sub_},
+        oom_check(master, {sub},
                   [&] {
                       ZEL_ERR e;
-                      zelErrorInit(&e, sub_);
+                      zelErrorInit(&e, sub);
                       Trace t;
                       zelErrorSetUserHandler(&e, TraceUser, &t);
                       ZEL_RETCODE rc = sOKAY;
@@ -480,16 +440,16 @@ TEST_F(ErrorObject, SavingUnderFailingAllocations) {
                           }
                       }
                       zelErrorSetSqlstate(&e, "45000");  // a failed copy is ignored
-                      if (rc == sOKAY) rc = b_tag_subCopyString(sub_, "fcn", &e.fcnid);
+                      if (rc == sOKAY) rc = b_tag_subCopyString(sub, "fcn", &e.fcnid);
                       if (rc == sOKAY) {
                           ERR_STAT es{}, keep{};
                           es.code = keep.code = sIGNORE;
-                          rc = zelGetErrorStat(&e, sub_, &es);
+                          rc = zelGetErrorStat(&e, sub, &es);
                           if (rc == sOKAY) {
                               EXPECT_STREQ(es.info, "report");
                               EXPECT_STREQ(es.fcnId, "fcn");
-                              b_tag_subFree(sub_, es.fcnId);
-                              b_tag_subFree(sub_, es.info);
+                              b_tag_subFree(sub, es.fcnId);
+                              b_tag_subFree(sub, es.info);
                               es = keep;
                               rc = zelGetErrorStatStack(&e, stack, &es);
                               if (rc == sOKAY) b_tag_stackFree(stack, es.info);  // and fcnId
@@ -498,8 +458,8 @@ TEST_F(ErrorObject, SavingUnderFailingAllocations) {
                               EXPECT_EQ(std::memcmp(&es, &keep, sizeof es), 0);
                           }
                       }
-                      b_tag_subFreeCanBeNull(sub_, e.errfile);  // the owner's to free
-                      b_tag_subFreeCanBeNull(sub_, e.sqlstate);
+                      b_tag_subFreeCanBeNull(sub, e.errfile);  // the owner's to free
+                      b_tag_subFreeCanBeNull(sub, e.sqlstate);
                       EXPECT_EQ(zelErrorTerm(&e), sOKAY);
                       return rc;
                   },

@@ -15,6 +15,7 @@
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
 
@@ -39,19 +40,6 @@ class FileTest : public TaggedTest {
     B_FILE_T f{};
 };
 
-std::vector<std::vector<std::string>> readVectors(const char *name) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/" + name);
-    std::vector<std::vector<std::string>> rows;
-    for (std::string line; std::getline(in, line);) {
-        std::vector<std::string> cols;
-        std::stringstream s(line);
-        for (std::string c; std::getline(s, c, '\t');) cols.push_back(c);
-        rows.push_back(cols);
-    }
-    EXPECT_FALSE(rows.empty()) << name;
-    return rows;
-}
-
 TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
     struct Case {
         Bytes bytes;
@@ -59,18 +47,16 @@ TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
         uint32_t bom_off;
         uint8_t swap;
     };
+    // clang-format off
     const Case cases[] = {
         {"", B_FILE_MODE_UTF8, 0, 0},
         {"A", B_FILE_MODE_UTF8, 0, 0},  // one and two bytes read back whole
-        {"\xEF", B_FILE_MODE_UTF8, 0, 0},
-        {"\xEF\xBB", B_FILE_MODE_UTF8, 0, 0},
-        {"\xFF", B_FILE_MODE_UTF8, 0, 0},
-        {"\xFE\xFE", B_FILE_MODE_UTF8, 0, 0},
-        {"\xEF\xBB\xBF", B_FILE_MODE_UTF8, 3, 0},
-        {"\xEF\xBB\xBFxyz", B_FILE_MODE_UTF8, 3, 0},
-        {"\xFF\xFE", B_FILE_MODE_UTF16, 2, 0},
-        {"\xFE\xFF", B_FILE_MODE_UTF16, 2, 1},
+        {"\xEF", B_FILE_MODE_UTF8, 0, 0}, {"\xEF\xBB", B_FILE_MODE_UTF8, 0, 0},
+        {"\xFF", B_FILE_MODE_UTF8, 0, 0}, {"\xFE\xFE", B_FILE_MODE_UTF8, 0, 0},
+        {"\xEF\xBB\xBF", B_FILE_MODE_UTF8, 3, 0}, {"\xEF\xBB\xBFxyz", B_FILE_MODE_UTF8, 3, 0},
+        {"\xFF\xFE", B_FILE_MODE_UTF16, 2, 0}, {"\xFE\xFF", B_FILE_MODE_UTF16, 2, 1},
     };
+    // clang-format on
     for (const Case &c : cases) {
         OpenWith(c.bytes);
         EXPECT_EQ(f.fmode, c.mode) << fixture_toHex(c.bytes);
@@ -86,7 +72,7 @@ TEST_F(FileTest, ByteOrderMarkIsRecordedAndStaysInTheStream) {
 }
 
 TEST_F(FileTest, Utf16ReadsAsCodecsAndTheModel) {
-    for (const auto &row : readVectors("good-file-utf16.txt")) {
+    for (const auto &row : vectors_read("good-file-utf16.txt", '\t')) {
         OpenWith(fixture_fromHex(row[1]));
         EXPECT_EQ(f.swap, row[0] == "be" ? 1 : 0);
         EXPECT_EQ(fixture_toHex(ReadAllGetc()), row[2] == "-" ? "" : row[2]) << row[1];
@@ -108,7 +94,7 @@ TEST_F(FileTest, Utf16ReadsAsCodecsAndTheModel) {
 }
 
 TEST_F(FileTest, Utf16WritesHostOrderUnitsWithoutMark) {
-    for (const auto &row : readVectors("good-file-utf16w.txt")) {
+    for (const auto &row : vectors_read("good-file-utf16w.txt", '\t')) {
         ASSERT_EQ(b_fileOpen(&f, path.c_str(), B_FILE_FLAGS_WRITE), sOKAY);
         f.fmode = B_FILE_MODE_UTF16;
         const Bytes utf8 = fixture_fromHex(row[0]);

@@ -73,7 +73,7 @@ TEST(FormatLimits, FirstFailureOfTheFunctionIsReturned) {
     EXPECT_EQ(e.text, "xyz");
 }
 
-TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
+TEST_F(FormatAlloc, MakeStrTakesLengthPlusOneAndAppendStrGrows) {
     char *s = nullptr;
     int64_t before = fixture_subBytes(sub);
     ASSERT_EQ(b_makeStr(sub, &s, "%s=%d", "key", 17), sOKAY);
@@ -91,10 +91,7 @@ TEST_F(FormatAlloc, MakeStrTakesLengthPlusOne) {
     EXPECT_STREQ(b, "neighbour");
     b_tag_subFree(sub, a);
     b_tag_subFree(sub, b);
-}
-
-TEST_F(FormatAlloc, AppendStrGrowsTheText) {
-    char *s = nullptr;
+    s = nullptr;
     ASSERT_EQ(b_appendStr(sub, &s, nullptr, "%s", "one"), sOKAY);  // null: length 0
     ASSERT_EQ(b_appendStr(sub, &s, s, ", %s", "two"), sOKAY);
     ASSERT_EQ(b_appendStr(sub, &s, s, ", %d", 3), sOKAY);

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
+#include "vectors.h"
 
 namespace {
 
@@ -123,15 +123,14 @@ class Json : public TaggedTest {
 const std::string SYNTAX = "rc=" + std::to_string(eSYNTAX);
 
 TEST_F(Json, WalksAgreeWithPythonJson) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-json-walks.txt");
-    std::string doc, events;
-    int n = 0;
+    // A document, then its events, one a line.
+    const auto lines = vectors_read("good-json-walks.txt", '\n', false);
     B_TAG_STACK stack = nullptr;
     ASSERT_EQ(b_tag_stackCreate(master, 4096, 4096, &stack), sOKAY);
-    while (std::getline(in, doc) && std::getline(in, events)) {
-        ++n;
+    for (size_t i = 0; i + 1 < lines.size(); i += 2) {
+        const std::string &doc = lines[i][0];
         Events want;
-        std::istringstream words(events);
+        std::istringstream words(lines[i + 1][0]);
         for (std::string w; words >> w;) {
             // Python writes 0x1.5e00000000000p+9 where printf writes 0x1.5ep+9.
             want.push_back(w[0] == 'D' ? doubleEvent(std::strtod(w.c_str() + 1, nullptr)) : w);
@@ -139,7 +138,7 @@ TEST_F(Json, WalksAgreeWithPythonJson) {
         EXPECT_EQ(read(doc), want) << doc;
         EXPECT_EQ(read(doc, stack), want) << doc;
     }
-    EXPECT_EQ(n, 200);
+    EXPECT_EQ(lines.size(), 400u);
     b_tag_stackDestroy(stack);
 }
 
@@ -149,40 +148,30 @@ struct Case {
 };
 
 TEST_F(Json, RelaxedSyntaxAndWhatIsKept) {
+    // clang-format off
     const Case cases[] = {
-        {"", {SYNTAX}},
-        {"[1 2,3]", {"[", "N1", "N2", "N3", "]"}},
-        {"[1,,2]", {"[", "N1", SYNTAX}},
+        {"", {SYNTAX}}, {"[1 2,3]", {"[", "N1", "N2", "N3", "]"}}, {"[1,,2]", {"[", "N1", SYNTAX}},
         {"{\"a\":1,,\"b\":2}", {"{", "K61", "N1", "K62", "N2", "}"}},
         {"{a:1}", {"{", "K41", "N1", "}"}},  // names from the identifier path
         {"-1.5", {SYNTAX}},
         {"[-1, +2, 1.5, 1e2]", {"[", "N-1", "N2", doubleEvent(1.5), doubleEvent(100), "]"}},
         {"[1234567890.1234567]", {"[", SYNTAX}},  // a decimal token
-        {"[x'00', 0x1F]", {"[", SYNTAX}},
-        {"[1, -- note\n 2 /* more */]", {"[", "N1", "N2", "]"}},
-        {R"(["\/", "\u00e9"])", {"[", "S5c2f", "Se9", "]"}},
-        {R"(["\u0100"])", {"[", SYNTAX}},
+        {"[x'00', 0x1F]", {"[", SYNTAX}}, {"[1, -- note\n 2 /* more */]", {"[", "N1", "N2", "]"}},
+        {R"(["\/", "\u00e9"])", {"[", "S5c2f", "Se9", "]"}}, {R"(["\u0100"])", {"[", SYNTAX}},
         {"[true, FALSE, Null, abc]", {"[", "T", "F", "Z", "S414243", "]"}},
         // Kept: one comma skipped in arrays; in objects only after the "}" test.
-        {"[,1,]", {"[", "N1", "]"}},
-        {"{\"a\":1,}", {"{", "K61", "N1", SYNTAX}},
+        {"[,1,]", {"[", "N1", "]"}}, {"{\"a\":1,}", {"{", "K61", "N1", SYNTAX}},
         {"{,\"a\":1}", {"{", "K61", "N1", "}"}},
         {"[1] trailing ] garbage", {"[", "N1", "]"}},  // the top level is not closed
         // Kept: a sign only before an integer; an integer taken as signed.
-        {"[- 1.5]", {"[", SYNTAX}},
-        {"[18446744073709551615]", {"[", "N-1", "]"}},
+        {"[- 1.5]", {"[", SYNTAX}}, {"[18446744073709551615]", {"[", "N-1", "]"}},
         {"[-9223372036854775808, -18446744073709551615]",
-         {"[", "N-9223372036854775808", "N1", "]"}},
-        {"[}", {"[", SYNTAX}},
-        {"{]", {"{", SYNTAX}},
-        {"{\"a\" 1}", {"{", SYNTAX}},
-        {"{1:2}", {"{", SYNTAX}},
-        {",1", {SYNTAX}},
-        {"{\"a\":,1}", {"{", SYNTAX}},
-        {"['single']", {"[", "S73696e676c65", "]"}},
-        {"[\"open", {"[", SYNTAX}},
-        {"[1", {"[", "N1", SYNTAX}},
+        {"[", "N-9223372036854775808", "N1", "]"}}, {"[}", {"[", SYNTAX}}, {"{]", {"{", SYNTAX}},
+        {"{\"a\" 1}", {"{", SYNTAX}}, {"{1:2}", {"{", SYNTAX}}, {",1", {SYNTAX}},
+        {"{\"a\":,1}", {"{", SYNTAX}}, {"['single']", {"[", "S73696e676c65", "]"}},
+        {"[\"open", {"[", SYNTAX}}, {"[1", {"[", "N1", SYNTAX}},
     };
+    // clang-format on
     for (const Case &c : cases) EXPECT_EQ(read(c.text), c.want) << c.text;
 }
 
@@ -256,11 +245,9 @@ TEST_F(Json, FileSourceReadsAsMemory) {
     ASSERT_GT(text.size(), 4096u);
     const Events want = read(text);
     ASSERT_EQ(want.back(), "}");
-    const std::string path = testing::TempDir() + "json_test_catalogue.json";
-    {
-        std::ofstream out(path, std::ios::binary);
-        out << text;
-    }
+    ScratchDir dir;
+    const std::string path = dir.path("catalogue.json");
+    fixture_writeFile(path, text);
     B_FILE_T file;
     b_fileInit(&file);
     ASSERT_EQ(b_fileOpen(&file, path.c_str(), B_FILE_FLAGS_READ), sOKAY);
@@ -273,7 +260,6 @@ TEST_F(Json, FileSourceReadsAsMemory) {
     EXPECT_EQ(got, want);
     b_jsonTerm(&j);
     b_fileClose(&file);
-    std::remove(path.c_str());
 }
 
 TEST_F(Json, OutOfMemoryEndsInNoMemoryOrTheExactWalk) {

@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "keyvalue.h"
+#include "vectors.h"
 #include "oom.h"
 #include "psp.h"
 #include "tag_fixture.h"
@@ -59,63 +59,37 @@ struct GrammarCase {
 };
 
 TEST_F(KeyValueTest, GrammarAndGluing) {
+    // clang-format off
     const GrammarCase cases[] = {
-        {"", sOKAY, ""},
-        {";;;", sOKAY, ""},
-        {";a=1;;b=2;", sOKAY, "a=1;b=2"},
+        {"", sOKAY, ""}, {";;;", sOKAY, ""}, {";a=1;;b=2;", sOKAY, "a=1;b=2"},
         {"a=1;a=2", sOKAY, "a=2"},
         {"Key=1;key=2", sOKAY, "key=2"},  // one key under the case-blind compare
-        {"a='x y'", sOKAY, "a='x y'"},
-        {"a=\"x y\"", sOKAY, "a='x y'"},
+        {"a='x y'", sOKAY, "a='x y'"}, {"a=\"x y\"", sOKAY, "a='x y'"},
         // Kept: blanks between glued tokens vanish.
-        {"a=x y", sOKAY, "a=xy"},
-        {"a=-5", sOKAY, "a=-5"},
-        {"a=+5", sOKAY, "a=5"},
-        {"a=foo-bar", sOKAY, "a=foo-bar"},
-        {"a=foo+bar", sOKAY, "a=foo+bar"},
+        {"a=x y", sOKAY, "a=xy"}, {"a=-5", sOKAY, "a=-5"}, {"a=+5", sOKAY, "a=5"},
+        {"a=foo-bar", sOKAY, "a=foo-bar"}, {"a=foo+bar", sOKAY, "a=foo+bar"},
         // Kept: a number replaces the text before it.
-        {"a=foo-5", sOKAY, "a=5"},
-        {"a=5-3", sOKAY, "a=-3"},
-        {"a=x--5", sOKAY, "a=-5"},
-        {"a=007", sOKAY, "a=7"},
-        {"a=18446744073709551615", sOKAY, "a=18446744073709551615"},
+        {"a=foo-5", sOKAY, "a=5"}, {"a=5-3", sOKAY, "a=-3"}, {"a=x--5", sOKAY, "a=-5"},
+        {"a=007", sOKAY, "a=7"}, {"a=18446744073709551615", sOKAY, "a=18446744073709551615"},
         // Kept: floats by "%f".
-        {"a=1.5", sOKAY, "a=1.500000"},
-        {"a=10K", sOKAY, "a=10K"},
-        {"a=/tmp/x,b;", sOKAY, "a=/tmp/x,b"},
-        {"a=b=c", sOKAY, "a=b=c"},
+        {"a=1.5", sOKAY, "a=1.500000"}, {"a=10K", sOKAY, "a=10K"},
+        {"a=/tmp/x,b;", sOKAY, "a=/tmp/x,b"}, {"a=b=c", sOKAY, "a=b=c"},
         {"a=!#%&()*/<=>?@[\\]^`{|}~.", sOKAY, "a=!#%&()*/<=>?@[\\]^`{|}~."},
-        {"a='x'y", sOKAY, "a='xy'"},
-        {"a=y'x'", sOKAY, "a='x'"},
-        {"a=''", sOKAY, "a=''"},
-        {"'my key'=v", sOKAY, "my key=v"},
-        {"a:b=1", sOKAY, "a:b=1"},
+        {"a='x'y", sOKAY, "a='xy'"}, {"a=y'x'", sOKAY, "a='x'"}, {"a=''", sOKAY, "a=''"},
+        {"'my key'=v", sOKAY, "my key=v"}, {"a:b=1", sOKAY, "a:b=1"},
         // Empty elements: null before a comma, "" alone, refused last in a list.
-        {"k=", sOKAY, "k="},
-        {"k=;j=1", sOKAY, "j=1;k="},
-        {"k=,a", sOKAY, "k=~,a"},
-        {"k=a,,b", sOKAY, "k=a,~,b"},
-        {"k=a,''", sOKAY, "k=a,''"},
-        {"k=a,", eINVKEYVALUE, ""},
-        {"k=,", eINVKEYVALUE, ""},
-        {"k=a,;", eINVKEYVALUE, ""},
+        {"k=", sOKAY, "k="}, {"k=;j=1", sOKAY, "j=1;k="}, {"k=,a", sOKAY, "k=~,a"},
+        {"k=a,,b", sOKAY, "k=a,~,b"}, {"k=a,''", sOKAY, "k=a,''"}, {"k=a,", eINVKEYVALUE, ""},
+        {"k=,", eINVKEYVALUE, ""}, {"k=a,;", eINVKEYVALUE, ""},
         // The grammar refused; the pairs before the fault stay.
-        {"a", eINVKEYVALUE, ""},
-        {"a;b=1", eINVKEYVALUE, ""},
-        {"a=1;b", eINVKEYVALUE, "a=1"},
-        {"=a", eINVKEYVALUE, ""},
-        {"1=a", eINVKEYVALUE, ""},
-        {"a=:", eINVKEYVALUE, ""},
-        {"a=$", eINVKEYVALUE, ""},
-        {"a=-x", eINVKEYVALUE, ""},
-        {"a=--5", eINVKEYVALUE, ""},
-        {"a=-", eINVKEYVALUE, ""},
-        {"a=+;b=1", eINVKEYVALUE, ""},
-        {"a=x'41'", eINVKEYVALUE, ""},
+        {"a", eINVKEYVALUE, ""}, {"a;b=1", eINVKEYVALUE, ""}, {"a=1;b", eINVKEYVALUE, "a=1"},
+        {"=a", eINVKEYVALUE, ""}, {"1=a", eINVKEYVALUE, ""}, {"a=:", eINVKEYVALUE, ""},
+        {"a=$", eINVKEYVALUE, ""}, {"a=-x", eINVKEYVALUE, ""}, {"a=--5", eINVKEYVALUE, ""},
+        {"a=-", eINVKEYVALUE, ""}, {"a=+;b=1", eINVKEYVALUE, ""}, {"a=x'41'", eINVKEYVALUE, ""},
         {"a=1;b=12345678901234567.8", eINVKEYVALUE, "a=1"},  // a decimal token
-        {"a='open", eINVKEYVALUE, ""},
-        {"a=\xc3\xa9", eINVKEYVALUE, ""},
+        {"a='open", eINVKEYVALUE, ""}, {"a=\xc3\xa9", eINVKEYVALUE, ""},
     };
+    // clang-format on
     for (const GrammarCase &c : cases) {
         SCOPED_TRACE(c.text);
         EXPECT_EQ(parse(c.text), c.rc);
@@ -266,18 +240,13 @@ TEST_F(KeyValueTest, ListsAndIteration) {
 }
 
 TEST_F(KeyValueTest, FixedFormAgreesWithPython) {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-keyvalue-fixed.txt");
-    ASSERT_TRUE(in) << "missing vectors";
-    std::string line;
-    int count = 0;
-    while (std::getline(in, line)) {
-        const size_t tab = line.find('\t');
-        const std::string text = "a=" + line.substr(0, tab);
+    const auto rows = vectors_read("good-keyvalue-fixed.txt", '\t', false);
+    for (const VectorRow &row : rows) {
+        const std::string text = "a=" + row[0];
         ASSERT_EQ(parse(text.c_str()), sOKAY) << text;
-        EXPECT_EQ(dump(kv), "a=" + line.substr(tab + 1)) << text;
-        ++count;
+        EXPECT_EQ(dump(kv), "a=" + row[1]) << text;
     }
-    EXPECT_GT(count, 300);
+    EXPECT_GT(rows.size(), 300u);
 }
 
 // Random strings of pairs over a few keys in random case, against a model in
@@ -314,17 +283,16 @@ TEST_F(KeyValueTest, LastKeyWinsModel) {
 }
 
 TEST_F(KeyValueTest, Tokenize) {
+    // clang-format off
     const struct {
         const char *input;
         bool trim;
         std::vector<std::string> words;
     } cases[] = {
-        {"a, b ,c", false, {"a", " b ", "c"}},
-        {"a, b ,\t c", true, {"a", "b", "c"}},
-        {" , ,", true, {}},
-        {"", false, {}},
-        {",,one,,", false, {"one"}},
+        {"a, b ,c", false, {"a", " b ", "c"}}, {"a, b ,\t c", true, {"a", "b", "c"}},
+        {" , ,", true, {}}, {"", false, {}}, {",,one,,", false, {"one"}},
     };
+    // clang-format on
     for (const auto &c : cases) {
         std::string input = c.input;
         char **words = reinterpret_cast<char **>(1);

@@ -7,14 +7,13 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "bcd.h"
 #include "input.h"
 #include "lex.h"
+#include "vectors.h"
 #include "oom.h"
 #include "tag_fixture.h"
 #include "tag_stack.h"
@@ -124,34 +123,15 @@ const std::string MISSING = "ERR:" B_LEX_ERR_NO_QUOTE;
 
 // ---- Numbers.
 
-struct NumberVector {
-    std::string text, type, tokbuf, value;
-    size_t consumed;
-};
-
-std::vector<NumberVector> numberVectors() {
-    std::ifstream in(ZELBASE_TEST_DATA "/good-lex-numbers.txt");
-    std::vector<NumberVector> out;
-    std::string line;
-    while (std::getline(in, line)) {
-        std::istringstream fields(line);
-        NumberVector v;
-        std::string consumed;
-        std::getline(fields, v.text, '\t');
-        std::getline(fields, v.type, '\t');
-        std::getline(fields, v.tokbuf, '\t');
-        std::getline(fields, consumed, '\t');
-        std::getline(fields, v.value, '\t');
-        v.consumed = std::stoul(consumed);
-        out.push_back(v);
-    }
-    return out;
-}
-
 TEST_F(Lex, NumbersAgreeWithPythonFloatAndDecimal) {
-    const std::vector<NumberVector> vectors = numberVectors();
+    // text, type, token buffer, characters consumed, value
+    const auto vectors = vectors_read("good-lex-numbers.txt", '\t', false);
     ASSERT_GT(vectors.size(), 400u);
-    for (const NumberVector &v : vectors) {
+    for (const VectorRow &row : vectors) {
+        const struct {
+            std::string text, type, tokbuf, value;
+            size_t consumed;
+        } v{row[0], row[1], row[2], row[4], std::stoul(row[3])};
         b_lexTerm(&lex);
         open(v.text);
         B_TOKEN t;
@@ -178,18 +158,9 @@ TEST_F(Lex, NumbersAgreeWithPythonFloatAndDecimal) {
     }
 }
 
-TEST_F(Lex, NumbersOfTheExactBehaviours) {
-    // 2^64 is a double exactly, and '%.0f' prints all of its digits: equal.
-    EXPECT_EQ(lexAll("18446744073709551616"), (Tokens{"DBL:0x1p+64", "EOS"}));
-    // One more is no double: the decimal keeps it.
-    EXPECT_EQ(lexAll("18446744073709551617"), (Tokens{"DEC:18446744073709551617", "EOS"}));
-    // Overflow is exact: 21 * 10^18 passes 2^64 on its last step without
-    // falling below its predecessor, and is still no integer.
-    EXPECT_EQ(lexAll("21000000000000000000"), (Tokens{"DBL:0x1.236efcbcbb34p+64", "EOS"}));
-    EXPECT_EQ(lexAll("18446744073709551615"), (Tokens{"INT:18446744073709551615", "EOS"}));
-    EXPECT_EQ(lexAll("123456789012345678901234567890123"),
-              (Tokens{"ERR:decimal conversion overflow", "EOS"}));
-    EXPECT_EQ(lexAll("1234567890.1234567"), (Tokens{"DEC:1234567890.1234567", "EOS"}));
+// The single numbers at 2^64, past it and past the decimal's digits are the
+// vectors'; here what follows a number.
+TEST_F(Lex, NumbersAndWhatFollowsThem) {
     EXPECT_EQ(lexAll("007 1e5 .5 ."),
               (Tokens{"INT:7", "DBL:0x1.86ap+16", "DBL:0x1p-1", ".", "EOS"}));
     // A sign is a token of its own, but repeats after an exponent letter.
@@ -205,46 +176,30 @@ struct StringCase {
     Tokens want;
 };
 
-TEST_F(Lex, StringsAndEscapes) {
+TEST_F(Lex, StringsEscapesAndLiterals) {
+    // clang-format off
     const StringCase cases[] = {
-        {"'it''s'", {"STR:it's", "EOS"}},
-        {"''", {"STR:", "EOS"}},
+        {"'it''s'", {"STR:it's", "EOS"}}, {"''", {"STR:", "EOS"}},
         {R"('a\nb\tc\\d\'e\"f\?')", {"STR:a\nb\tc\\d'e\"f?", "EOS"}},
         {R"('\a\b\f\r\v')", {"STR:\a\b\f\r\v", "EOS"}},
         // octal: up to three digits in all
         {R"('\101\1010')", {"STR:AA0", "EOS"}},
         {R"('\400')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
         // \x adds its digits in tens, with 'a' counting 0: f=5, f=5 gives 55.
-        {R"('\xff')", {"STR:7", "EOS"}},
-        {R"('\x10')", {"STR:\n", "EOS"}},
+        {R"('\xff')", {"STR:7", "EOS"}}, {R"('\x10')", {"STR:\n", "EOS"}},
         {R"('\x41z')", {"STR:)z", "EOS"}},  // 4*10+1 = 41 = ')'
         // and saturates: no wrap to a small value
         {R"('\x9999999999999999999999')", {"ERR:invalid escape sequence", MISSING, "EOS"}},
         {R"('\x300')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
-        {R"('\u00e9')", {"STR:\xE9", "EOS"}},
-        {R"('\U000000e9')", {"STR:\xE9", "EOS"}},
+        {R"('\u00e9')", {"STR:\xE9", "EOS"}}, {R"('\U000000e9')", {"STR:\xE9", "EOS"}},
         {R"('\u0100')", {"ERR:Unicode characters are not supported", MISSING, "EOS"}},
         {R"('\u00g')", {"ERR:invalid escape sequence", "ID:G", MISSING, "EOS"}},
         {R"('\U00110000')", {"ERR:invalid escape sequence", MISSING, "EOS"}},
         // anything else keeps its backslash
-        {R"('\q\/')", {"STR:\\q\\/", "EOS"}},
-        {"'open", {MISSING, "EOS"}},
-        {R"('a\)", {MISSING, "EOS"}},
-        {"\"dq\"\"x\"", {"STR:dq\"x", "EOS"}},
+        {R"('\q\/')", {"STR:\\q\\/", "EOS"}}, {"'open", {MISSING, "EOS"}},
+        {R"('a\)", {MISSING, "EOS"}}, {"\"dq\"\"x\"", {"STR:dq\"x", "EOS"}},
         {"'line\nbreak'", {"STR:line\nbreak", "EOS"}},
-    };
-    for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
-    // \xA is 0: the string holds one zero byte.
-    open(R"('\xA')");
-    B_TOKEN t;
-    ASSERT_EQ(b_lexGet(&lex, &t), tokSTRING);
-    EXPECT_EQ(t.v.str[0], '\0');
-    EXPECT_EQ(lex.tokpos, 1u);
-    b_lexTokenFree(&lex, &t);
-}
-
-TEST_F(Lex, UnicodeLiterals) {
-    const StringCase cases[] = {
+        // Unicode literals
         {R"(U&'caf\00e9')", {"STR:caf\xC3\xA9", "EOS"}},
         {R"(u&'\+01F600 \\ ''')", {"STR:\xF0\x9F\x98\x80 \\ '", "EOS"}},
         {R"(U&'\0100')", {"STR:\xC4\x80", "EOS"}},
@@ -253,21 +208,22 @@ TEST_F(Lex, UnicodeLiterals) {
         {"U&'open", {MISSING, "EOS"}},
         {"U&x", {"ERR:Invalid Unicode literal sequence", "ID:X", "EOS"}},
         {"U & 'a'", {"ID:U", "&", "STR:a", "EOS"}},
-    };
-    for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
-}
-
-TEST_F(Lex, BinaryLiterals) {
-    const StringCase cases[] = {
+        // binary literals
         {"0x1F X'1f' x''", {"BIN:1F", "BIN:1F", "BIN:", "EOS"}},
         {"x'ABC'", {"ERR:bad binary literal", MISSING, "EOS"}},
-        {"X'AB", {"ERR:bad binary literal", "EOS"}},
-        {"0xABCDEFg", {"BIN:ABCDEF", "ID:G", "EOS"}},
-        {"0x1", {"ERR:bad binary literal", "EOS"}},
-        {"0X", {"BIN:", "EOS"}},
+        {"X'AB", {"ERR:bad binary literal", "EOS"}}, {"0xABCDEFg", {"BIN:ABCDEF", "ID:G", "EOS"}},
+        {"0x1", {"ERR:bad binary literal", "EOS"}}, {"0X", {"BIN:", "EOS"}},
         {"X 'a'", {"ID:X", "STR:a", "EOS"}},
     };
+    // clang-format on
     for (const StringCase &c : cases) EXPECT_EQ(lexAll(c.text), c.want) << c.text;
+    // \xA is 0: the string holds one zero byte.
+    open(R"('\xA')");
+    B_TOKEN t;
+    ASSERT_EQ(b_lexGet(&lex, &t), tokSTRING);
+    EXPECT_EQ(t.v.str[0], '\0');
+    EXPECT_EQ(lex.tokpos, 1u);
+    b_lexTokenFree(&lex, &t);
 }
 
 // ---- Identifiers.
@@ -492,6 +448,12 @@ TEST_F(Lex, CaptureOfAnExpression) {
     EXPECT_STREQ(b_lexGetTokString(&lex), "");
     b_tag_subFree(sub, text);
     EXPECT_EQ(b_lexExprGet(&lex, &text), eINVFCNSEQ);  // capture is off
+    open("  ");                                        // nothing captured: null
+    ASSERT_EQ(b_lexExprSaveBegin(&lex), sOKAY);
+    EXPECT_EQ(b_lexGet(&lex, &t), tokEOS);
+    text = reinterpret_cast<char *>(1);
+    ASSERT_EQ(b_lexExprGet(&lex, &text), sOKAY);
+    EXPECT_EQ(text, nullptr);
 }
 
 TEST_F(Lex, CaptureRereadsAsTheSameTokens) {
@@ -512,16 +474,6 @@ TEST_F(Lex, CaptureRereadsAsTheSameTokens) {
     read.insert(read.begin(), "(");
     read.push_back("EOS");
     EXPECT_EQ(lexAll(captured), read) << captured;
-}
-
-TEST_F(Lex, EmptyCaptureIsNull) {
-    open("  ");
-    ASSERT_EQ(b_lexExprSaveBegin(&lex), sOKAY);
-    B_TOKEN t;
-    EXPECT_EQ(b_lexGet(&lex, &t), tokEOS);
-    char *text = reinterpret_cast<char *>(1);
-    ASSERT_EQ(b_lexExprGet(&lex, &text), sOKAY);
-    EXPECT_EQ(text, nullptr);
 }
 
 // ---- Long tokens and memory.

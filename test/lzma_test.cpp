@@ -5,72 +5,39 @@
 // allocating call under the out-of-memory helper.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <map>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "buffer.h"
+#include "file_fixture.h"
 #include "lzma.h"
 #include "lzma_corpus.h"
 #include "oom.h"
 #include "sha256.h"
 #include "tag_fixture.h"
 #include "tag_sub.h"
+#include "vectors.h"
 
 namespace {
 
 using lzma_corpus::Bytes;
 
 Bytes from_hex(const std::string &hex) {
-    Bytes out;
-    for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-        out.push_back(static_cast<uint8_t>(std::stoul(hex.substr(i, 2), nullptr, 16)));
-    }
-    return out;
+    const std::string s = vectors_unhex(hex);
+    return Bytes(s.begin(), s.end());
 }
 
 std::string to_hex(const Bytes &b) {
-    std::string s;
-    char two[3];
-    for (uint8_t c : b) {
-        std::snprintf(two, sizeof two, "%02x", c);
-        s += two;
-    }
-    return s;
-}
-
-std::vector<std::string> split(const std::string &s, char sep) {
-    std::vector<std::string> out;
-    std::stringstream in(s);
-    for (std::string part; std::getline(in, part, sep);) out.push_back(part);
-    return out;
-}
-
-// One line of lzma_vectors.txt: name, input, output (see lzma_model.py).
-struct Vector {
-    std::string name, input, output;
-};
-
-std::vector<Vector> read_vectors() {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/lzma_vectors.txt");
-    std::vector<Vector> out;
-    for (std::string line; std::getline(in, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        const auto f = split(line, '\t');
-        if (f.size() == 3) out.push_back({f[0], f[1], f[2]});
-    }
-    EXPECT_GT(out.size(), 20u) << "lzma_vectors.txt missing";
-    return out;
+    return fixture_toHex(std::string(b.begin(), b.end()));
 }
 
 // The input a vector names; its SHA-256 is checked where the line gives one.
 Bytes vector_input(const std::string &spec) {
     const size_t eq = spec.find('=');
     const std::string kind = spec.substr(0, eq);
-    const auto f = split(spec.substr(eq + 1), '/');
+    const auto f = vectors_split(spec.substr(eq + 1), '/');
     if (kind == "hex") return from_hex(spec.substr(eq + 1));
     Bytes data;
     if (kind == "gen") {
@@ -143,43 +110,43 @@ std::vector<LZMA_PACKET> trace(B_LZMA_T *z, B_TAG_SUB sub, const Bytes &in) {
     return packets;
 }
 
-TEST_F(LzmaTest, StoredBytesAreTheModels) {
-    int checked = 0;
-    for (const Vector &v : read_vectors()) {
-        if (v.name.rfind("decode-", 0) == 0) continue;
-        const Bytes in = vector_input(v.input);
-        const Bytes out = compress(in);
-        EXPECT_EQ(digest_of(out, v.output), v.output) << v.name;
-        Bytes back;
-        EXPECT_EQ(decompress(out, &back), sOKAY) << v.name;
-        EXPECT_TRUE(back == in) << v.name;
-        checked++;
+// Each line of lzma_vectors.txt (see lzma_model.py): name, input, output.
+// Inputs are compressed to the model's bytes and back; "decode-" lines are
+// forged streams, decoded as the model says.
+TEST_F(LzmaTest, StreamsAreTheModels) {
+    int stored = 0, forged = 0;
+    for (const VectorRow &v : vectors_read("lzma_vectors.txt", '\t')) {
+        ASSERT_EQ(v.size(), 3u);
+        const std::string &name = v[0], &input = v[1], &output = v[2];
+        Bytes out, back;
+        if (name.rfind("decode-", 0) == 0) {
+            const ZEL_RETCODE rc = decompress(from_hex(input.substr(4)), &out);
+            const bool two = output.rfind("status2=", 0) == 0;
+            EXPECT_EQ(rc, output == "corrupt" ? eDBCORRUPTED
+                          : two               ? static_cast<ZEL_RETCODE>(2)
+                                              : sOKAY)
+                << name;
+            if (output != "corrupt") {
+                EXPECT_EQ(to_hex(out), output.substr(two ? 8 : 3)) << name;
+            }
+            forged++;
+            continue;
+        }
+        const Bytes in = vector_input(input);
+        out = compress(in);
+        EXPECT_EQ(digest_of(out, output), output) << name;
+        EXPECT_EQ(decompress(out, &back), sOKAY) << name;
+        EXPECT_TRUE(back == in) << name;
+        stored++;
     }
-    EXPECT_GE(checked, 18);
+    EXPECT_GE(stored, 18);
+    EXPECT_EQ(forged, 7);
 }
 
 // Empty input: the size 0 (one varint byte), then the coder's flush: five
 // shifts of low = 0 each send the held-back cache byte 0.
 TEST_F(LzmaTest, EmptyIsTheSizeAndFiveFlushBytes) {
     EXPECT_EQ(to_hex(compress({})), "000000000000");
-}
-
-TEST_F(LzmaTest, ForgedStreamsDecodeAsTheModelSays) {
-    int checked = 0;
-    for (const Vector &v : read_vectors()) {
-        if (v.name.rfind("decode-", 0) != 0) continue;
-        Bytes out;
-        const ZEL_RETCODE rc = decompress(from_hex(v.input.substr(4)), &out);
-        if (v.output == "corrupt") {
-            EXPECT_EQ(rc, eDBCORRUPTED) << v.name;
-        } else {
-            const bool two = v.output.rfind("status2=", 0) == 0;
-            EXPECT_EQ(rc, two ? static_cast<ZEL_RETCODE>(2) : sOKAY) << v.name;
-            EXPECT_EQ(to_hex(out), v.output.substr(two ? 8 : 3)) << v.name;
-        }
-        checked++;
-    }
-    EXPECT_EQ(checked, 7);
 }
 
 TEST_F(LzmaTest, BadLengthsAreRefused) {
@@ -227,55 +194,19 @@ TEST_F(LzmaTest, CutStreamsGiveAPrefix) {
     }
 }
 
-TEST_F(LzmaTest, DecodesFromTheSourcePosition) {
-    const Bytes in = lzma_corpus::object(3, 9, 333);
-    Bytes framed = {0xAA, 0xBB, 0xCC};
-    const Bytes body = compress(in);
-    framed.insert(framed.end(), body.begin(), body.end());
-    Bytes out;
-    EXPECT_EQ(decompress(framed, &out, 3), sOKAY);
-    EXPECT_TRUE(out == in);
-}
-
-// Packets of the cases the chooser is built around.
-TEST_F(LzmaTest, PacketsOfTheEdgeCases) {
-    // A literal, then a long repeat of rep0 = 0 (distance 1) over the rest.
+// The trace hands out the chooser's packets (the stored-bytes vectors hold
+// its choices): a literal, then a long repeat of rep0 = 0 (distance 1) over
+// the rest; 600 bytes of one value, no packet over 273.
+TEST_F(LzmaTest, TraceGivesThePackets) {
     auto p = trace(z, sub, Bytes(10, 'a'));
     ASSERT_EQ(p.size(), 2u);
     EXPECT_EQ(p[0].type, LZMA_LIT_PACKET);
     EXPECT_EQ(p[1].type, LZMA_LONGREP_PACKET);
     EXPECT_EQ(p[1].pos, 0u);
     EXPECT_EQ(p[1].len, 9u);
-    // 600 bytes of one value: no packet over 273.
     p = trace(z, sub, Bytes(600, 'z'));
     for (const auto &q : p) EXPECT_LE(q.len, 273u);
     EXPECT_EQ(p[1].len, 273u);
-    // A 2-byte match 129 back is a literal.
-    Bytes far = {'x', 'y'};
-    for (int i = 0; i < 127; i++) far.push_back(static_cast<uint8_t>(0x80 + i));
-    far.push_back('x');
-    far.push_back('y');
-    for (const auto &q : trace(z, sub, far)) EXPECT_EQ(q.type, LZMA_LIT_PACKET);
-    // After a match, the literal that follows is coded in a state from 7 on.
-    p = trace(z, sub, vector_input("hex=616263616263616263616263616263"));
-    ASSERT_GE(p.size(), 4u);
-    // Inputs under 3 bytes: literals only.
-    for (const Bytes &tiny : {Bytes{'q'}, Bytes{'q', 'q'}}) {
-        for (const auto &q : trace(z, sub, tiny)) EXPECT_EQ(q.type, LZMA_LIT_PACKET);
-    }
-    // The positions of a match are in the dictionary: a later repeat of part
-    // of its text finds them, 10 back rather than past the noise.
-    const Bytes text = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    Bytes in = text;
-    const Bytes noise = lzma_corpus::random_bytes(3, 200);
-    in.insert(in.end(), noise.begin(), noise.end());
-    in.insert(in.end(), text.begin(), text.end());
-    in.insert(in.end(), {'#', '#'});
-    in.insert(in.end(), text.begin() + 2, text.begin() + 9);
-    p = trace(z, sub, in);
-    EXPECT_EQ(p.back().type, LZMA_MATCH_PACKET);
-    EXPECT_EQ(p.back().pos, 9u);
-    EXPECT_EQ(p.back().len, 7u);
 }
 
 // Objects of every family and size, mixes of them and noise: each comes back,
@@ -308,7 +239,8 @@ TEST_F(LzmaTest, RoundTripsAndContextReuse) {
 }
 
 // Past the page runs (626,688 bytes) both ways, also into buffers that hold
-// bytes already and so must move to fresh memory as they grow.
+// bytes already and so must move to fresh memory as they grow; the stream
+// is decoded from its position in the source.
 TEST_F(LzmaTest, OneMebibyteBothWays) {
     for (const Bytes &in :
          {lzma_corpus::object(3, 5, 1 << 20), lzma_corpus::random_bytes(5, 1 << 20)}) {

@@ -1,6 +1,7 @@
-// B_MAPB_T beyond the shared model test (map_test.cpp): the block edges,
-// positions across blocks, find-or scans, the pages of blocks (bytes a key,
-// pages given back) and every allocation failing.
+// B_MAPB_T beyond the shared model test (map_test.cpp), which holds the
+// block edges, positions across blocks and find-or scans: a block leaving the
+// tree, the pages of blocks (bytes a key, pages given back) and every
+// allocation failing.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -30,26 +31,6 @@ class MapbTest : public TaggedTest {
     B_MAPB_T mapb{};
 };
 
-TEST_F(MapbTest, KeysOfTwoBlocks) {
-    set({63, 64});
-    EXPECT_EQ(b_avlCount(&mapb.avl), 2u);  // 63 ends block 0, 64 starts block 64
-    B_MAPB_POS pos{};
-    B_MAP_KEY k = 0;
-    B_MAP_VALUE v = 0;
-    ASSERT_EQ(b_mapbFindEx(&mapb, 63, &v, &pos), sOKAY);
-    EXPECT_EQ(pos.node->start, 0u);
-    EXPECT_EQ(pos.offset, 63);
-    ASSERT_EQ(b_mapbNext(&mapb, &pos, &k, &v, &pos), sOKAY);  // past 63: the next block
-    EXPECT_EQ(k, 64u);
-    EXPECT_EQ(v, 640u);
-    EXPECT_EQ(pos.node->start, 64u);
-    EXPECT_EQ(pos.offset, 0);
-    // Prev from offset 0 moves to the previous block's highest bit.
-    ASSERT_EQ(b_mapbPrev(&mapb, &pos, &k, &v, &pos), sOKAY);
-    EXPECT_EQ(k, 63u);
-    EXPECT_EQ(b_mapbPrev(&mapb, &pos, &k, &v, &pos), sNOTFOUND);
-}
-
 TEST_F(MapbTest, LastKeyOfABlockTakesTheBlockOut) {
     set({3, 5, 130});
     ASSERT_EQ(b_avlCount(&mapb.avl), 2u);
@@ -63,34 +44,6 @@ TEST_F(MapbTest, LastKeyOfABlockTakesTheBlockOut) {
     EXPECT_EQ(b_mapbDelete(&mapb, 5), sNOTFOUND);
     EXPECT_EQ(b_mapbDelete(&mapb, 131), sNOTFOUND);  // block there, bit clear
     EXPECT_EQ(b_mapbCount(&mapb), 1u);
-}
-
-// Find or next scans the key's own block from the key's bit, another block
-// from bit 0, and goes on to the next block when its own has nothing above.
-TEST_F(MapbTest, FindOrScansBlocks) {
-    set({2, 40, 200, 1000});
-    struct Case {
-        B_MAP_KEY key;
-        bool next;
-        ZEL_RETCODE rc;
-        B_MAP_KEY found;
-    } const cases[] = {
-        {2, true, sOKAY, 2},      {3, true, sOKAY, 40},        {41, true, sOKAY, 200},
-        {64, true, sOKAY, 200},   {201, true, sOKAY, 1000},    {1001, true, sNOTFOUND, 1001},
-        {39, false, sOKAY, 2},    {1, false, sNOTFOUND, 1},    {199, false, sOKAY, 40},
-        {999, false, sOKAY, 200}, {~0ull, false, sOKAY, 1000}, {128, false, sOKAY, 40},
-    };
-    for (const Case &c : cases) {
-        B_MAP_KEY k = c.key;
-        B_MAP_VALUE v = 0;
-        const ZEL_RETCODE rc =
-            c.next ? b_mapbFindOrNext(&mapb, &k, &v) : b_mapbFindOrPrev(&mapb, &k, &v);
-        EXPECT_EQ(rc, c.rc) << c.key;
-        EXPECT_EQ(k, c.found) << c.key;
-        if (rc == sOKAY) {
-            EXPECT_EQ(v, c.found * 10);
-        }
-    }
 }
 
 // Full blocks, seven to a page: 4096 / (7 * 64) = 9.14 bytes a key. Deleting

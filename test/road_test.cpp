@@ -39,6 +39,15 @@ std::vector<Catalog> strictCatalogs() {
     return out;
 }
 
+// The named tables of a catalogue.
+std::vector<SCH_TBL_INFO> namedTables(SCH_INFO sch) {
+    std::vector<SCH_TBL_INFO> out;
+    for (SCH_TBL_INFO ti = sch_iterate_tables(sch, nullptr, ZEL_FORWARD); ti;
+         ti = sch_iterate_tables(sch, ti, ZEL_FORWARD))
+        if (sch_tbl_name(ti)) out.push_back(ti);
+    return out;
+}
+
 class Road : public TaggedTest {
   protected:
     void open(const Catalog &c) {
@@ -48,13 +57,6 @@ class Road : public TaggedTest {
     void TearDown() override {
         if (opened) zb_road_close(&r);
         TaggedTest::TearDown();
-    }
-    std::vector<SCH_TBL_INFO> tables() const {
-        std::vector<SCH_TBL_INFO> out;
-        for (SCH_TBL_INFO ti = sch_iterate_tables(r.sch, nullptr, ZEL_FORWARD); ti;
-             ti = sch_iterate_tables(r.sch, ti, ZEL_FORWARD))
-            if (sch_tbl_name(ti)) out.push_back(ti);
-        return out;
     }
     ZbRoad r;
     bool opened = false;
@@ -70,9 +72,7 @@ TEST_F(Road, RandomRowsOfRandomCatalogsComeBackAsTheyWent) {
         ASSERT_EQ(zb_road_open(&one, master, sub, cats[n].text.c_str(), cats[n].unicode), sOKAY)
             << n << ": " << one.err;
         one.sortPages = 1;  // one page a cache: the sort spills to its files
-        for (SCH_TBL_INFO ti = sch_iterate_tables(one.sch, nullptr, ZEL_FORWARD); ti;
-             ti = sch_iterate_tables(one.sch, ti, ZEL_FORWARD)) {
-            if (sch_tbl_name(ti) == nullptr) continue;
+        for (SCH_TBL_INFO ti : namedTables(one.sch)) {
             std::vector<std::string> sqls;
             for (int i = 0; i < 400; ++i) sqls.push_back(zb_road_random_insert(ti, rng));
             std::vector<std::vector<uint8_t>> first, second;
@@ -132,9 +132,7 @@ TEST_F(Road, EveryAllocationMayFail) {
     for (size_t n = 0; n < cats.size() && rows < 300; n += 2) {
         ZbRoad one;
         ASSERT_EQ(zb_road_open(&one, master, sub, cats[n].text.c_str(), cats[n].unicode), sOKAY);
-        for (SCH_TBL_INFO ti = sch_iterate_tables(one.sch, nullptr, ZEL_FORWARD); ti;
-             ti = sch_iterate_tables(one.sch, ti, ZEL_FORWARD)) {
-            if (sch_tbl_name(ti) == nullptr) continue;
+        for (SCH_TBL_INFO ti : namedTables(one.sch)) {
             for (int i = 0; i < 30; ++i, ++rows) {
                 const std::string sql = zb_road_random_insert(ti, rng);
                 faults += oom_check(master, {sub}, [&] {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "schema.h"
+#include "tag_fixture.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 #include "schema_build.h"
@@ -150,62 +151,35 @@ inline ZEL_RETCODE fx_addRef(SCH_TBL_INFO ti, ZEL_REF_INDEX id, const char *name
 
 // Every column type once, nullable and not.
 inline std::vector<ColDef> fx_allTypes() {
+    // clang-format off
     return {
-        {"id", ZEL_INT64, 0, 0, true},
-        {"flag", ZEL_BOOL},
-        {"i8", ZEL_INT8},
-        {"u8", ZEL_UINT8, 0, 0, true},
-        {"i16", ZEL_INT16},
-        {"u16", ZEL_UINT16},
-        {"i32", ZEL_INT32},
-        {"u32", ZEL_UINT32},
-        {"u64", ZEL_UINT64},
-        {"f", ZEL_FLOAT},
-        {"d", ZEL_DOUBLE},
-        {"amount", ZEL_BCD, 12},
-        {"day", ZEL_DATE},
-        {"at", ZEL_TIME},
-        {"attz", ZEL_TIMETZ},
-        {"ts", ZEL_TIMESTAMP},
-        {"tstz", ZEL_TIMESTAMPTZ},
-        {"rid", ZEL_ROWID},
-        {"uid", ZEL_UUID},
-        {"name", ZEL_CHAR, 41, 0, true},
-        {"note", ZEL_VARCHAR, 81},
-        {"wname", ZEL_WCHAR, 21},
-        {"wnote", ZEL_WVARCHAR, 33},
-        {"bin", ZEL_BINARY, 7},
-        {"vbin", ZEL_VARBINARY, 9},
-        {"photo", ZEL_BLOB},
-        {"text", ZEL_CLOB},
-        {"wtext", ZEL_WCLOB},
-        {"i32a", ZEL_INT32, 0, 3},
+        {"id", ZEL_INT64, 0, 0, true}, {"flag", ZEL_BOOL}, {"i8", ZEL_INT8},
+        {"u8", ZEL_UINT8, 0, 0, true}, {"i16", ZEL_INT16}, {"u16", ZEL_UINT16}, {"i32", ZEL_INT32},
+        {"u32", ZEL_UINT32}, {"u64", ZEL_UINT64}, {"f", ZEL_FLOAT}, {"d", ZEL_DOUBLE},
+        {"amount", ZEL_BCD, 12}, {"day", ZEL_DATE}, {"at", ZEL_TIME}, {"attz", ZEL_TIMETZ},
+        {"ts", ZEL_TIMESTAMP}, {"tstz", ZEL_TIMESTAMPTZ}, {"rid", ZEL_ROWID}, {"uid", ZEL_UUID},
+        {"name", ZEL_CHAR, 41, 0, true}, {"note", ZEL_VARCHAR, 81}, {"wname", ZEL_WCHAR, 21},
+        {"wnote", ZEL_WVARCHAR, 33}, {"bin", ZEL_BINARY, 7}, {"vbin", ZEL_VARBINARY, 9},
+        {"photo", ZEL_BLOB}, {"text", ZEL_CLOB}, {"wtext", ZEL_WCLOB}, {"i32a", ZEL_INT32, 0, 3},
         {"da", ZEL_DOUBLE, 0, 2},
     };
+    // clang-format on
 }
 
 // The tags and a catalogue, destroyed at the end; the test gives back every
 // byte it took.
-class SchemaTest : public ::testing::Test {
+class SchemaTest : public TaggedTest {
   protected:
     void SetUp() override {
-        ASSERT_EQ(b_tag_masterCreate(nullptr, 0, &master), sOKAY);
-        ASSERT_EQ(b_tag_subCreate(master, &sub), sOKAY);
-        b_tag_subMemUsage(sub, &start, &peak, nullptr);
+        TaggedTest::SetUp();
         ASSERT_EQ(sch_create(&sch, sub), sOKAY);
     }
     void TearDown() override {
         sch_destroy(sch);
-        int64_t cur = 0;
-        b_tag_subMemUsage(sub, &cur, &peak, nullptr);
-        EXPECT_EQ(cur, start) << "memory not given back";
-        b_tag_subDestroy(sub);
-        b_tag_masterDestroy(master);
+        TaggedTest::TearDown();
     }
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
     SCH_INFO sch = nullptr;
-    int64_t start = 0, peak = 0;
+    int64_t peak = 0;
 };
 
 #endif

@@ -50,13 +50,6 @@ class MasterPages : public ::testing::Test {
     B_TAG_MASTER master_ = nullptr;
 };
 
-TEST_F(MasterPages, CreationHoldsTheHeaderPage) {
-    int64_t cur = 0, max = 0;
-    b_tag_masterMemUsage(master_, &cur, &max);
-    EXPECT_EQ(cur, 4096);
-    EXPECT_EQ(max, 4096);
-}
-
 TEST_F(MasterPages, RunsAreCarvedInOrderAndCounted) {
     uint8_t *a = alloc(2);
     uint8_t *b = alloc(3);
@@ -148,18 +141,6 @@ TEST_F(MasterPages, TooWideRequestKeepsTheBlock) {
     uint8_t *a = alloc(1);
     EXPECT_EQ(a, reinterpret_cast<uint8_t *>(master_) + kPage);
     release(a);
-}
-
-// 153 pages fit any large block, however the platform aligned it; a second
-// run of 153 needs a new block.
-TEST_F(MasterPages, FullWidthRunsTakeNewBlocks) {
-    uint8_t *a = alloc(153);
-    uint8_t *b = alloc(153);
-    EXPECT_TRUE(b < a || b >= a + 153 * kPage);
-    std::memset(a, 1, 153 * kPage);
-    std::memset(b, 2, 153 * kPage);
-    release(a);
-    release(b);
 }
 
 TEST_F(MasterPages, RandomRunsAgainstAModel) {

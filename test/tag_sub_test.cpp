@@ -127,22 +127,18 @@ TEST_F(SubTag, RouteBoundaries) {
     }
 }
 
+// A cleared block is zeroed over its whole class or run, not just the size.
 TEST_F(SubTag, ClearZeroesTheWholeClassOrRun) {
-    auto *p = static_cast<uint8_t *>(alloc(100));  // class 128
-    std::memset(p, 0xff, 128);
-    b_tag_subFree(sub_, p);
-    uint8_t *q = nullptr;
-    ASSERT_EQ(b_tag_subAllocClear(sub_, 100, &q), sOKAY);
-    ASSERT_EQ(q, p);
-    for (int i = 0; i < 128; i++) EXPECT_EQ(q[i], 0);
-    b_tag_subFree(sub_, q);
-
-    p = static_cast<uint8_t *>(alloc(5000));
-    std::memset(p, 0xff, 8192);
-    b_tag_subFree(sub_, p);
-    ASSERT_EQ(b_tag_subAllocClear(sub_, 5000, &q), sOKAY);
-    for (int i = 0; i < 8192; i++) ASSERT_EQ(q[i], 0);
-    b_tag_subFree(sub_, q);
+    for (auto [size, whole] : {std::pair<size_t, size_t>{100, 128}, {5000, 8192}}) {
+        auto *p = static_cast<uint8_t *>(alloc(size));
+        std::memset(p, 0xff, whole);
+        b_tag_subFree(sub_, p);
+        uint8_t *q = nullptr;
+        ASSERT_EQ(b_tag_subAllocClear(sub_, size, &q), sOKAY);
+        ASSERT_EQ(q, p);
+        EXPECT_EQ(std::count(q, q + whole, 0), static_cast<ptrdiff_t>(whole)) << size;
+        b_tag_subFree(sub_, q);
+    }
 }
 
 // Class 2032 has two slots a page. The third block makes the tag take the
@@ -160,37 +156,15 @@ TEST_F(SubTag, FullPageComesBackOnFree) {
     for (void *p : {b, c, d}) b_tag_subFree(sub_, p);
 }
 
-TEST_F(SubTag, ReallocWithinAndAcrossSmallClasses) {
+// Within its class a block stays where it is, nothing counted; across
+// classes and routes the random churn below checks bytes and accounting.
+TEST_F(SubTag, ReallocWithinTheClassKeepsThePointer) {
     void *p = alloc(20);  // class 24
-    fill(p, 20, 1);
-    int64_t before = current();
     void *q = nullptr;
     ASSERT_EQ(b_tag_subRealloc(sub_, p, 24, &q), sOKAY);
-    EXPECT_EQ(q, p);  // same class: the same pointer, nothing counted
-    EXPECT_EQ(current(), before);
-    ASSERT_EQ(b_tag_subRealloc(sub_, q, 300, &p), sOKAY);  // class 368
-    EXPECT_TRUE(check(p, 20, 1));
-    EXPECT_EQ(current(), kTagBytes + 368);
-    fill(p, 300, 2);
-    ASSERT_EQ(b_tag_subRealloc(sub_, p, 10, &q), sOKAY);  // shrinking copies 10
-    EXPECT_TRUE(check(q, 10, 2));
-    EXPECT_EQ(current(), kTagBytes + 16);
+    EXPECT_EQ(q, p);
+    EXPECT_EQ(current(), kTagBytes + 24);
     b_tag_subFree(sub_, q);
-}
-
-TEST_F(SubTag, ReallocBetweenSmallAndRuns) {
-    void *p = alloc(1000);  // class 1008: all of it is copied
-    fill(p, 1008, 4);
-    void *q = nullptr;
-    ASSERT_EQ(b_tag_subRealloc(sub_, p, 10000, &q), sOKAY);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(q) % kPage, 0u);
-    EXPECT_TRUE(check(q, 1008, 4));
-    EXPECT_EQ(current(), kTagBytes + 3 * 4096);
-    fill(q, 10000, 5);
-    ASSERT_EQ(b_tag_subRealloc(sub_, q, 500, &p), sOKAY);  // class 672, 500 copied
-    EXPECT_TRUE(check(p, 500, 5));
-    EXPECT_EQ(current(), kTagBytes + 672);
-    b_tag_subFree(sub_, p);
 }
 
 // Run a (3 pages) with a free run of 5 right after it grows in place; with an

@@ -70,15 +70,12 @@ TEST(UuidText, SizesAndTruncation) {
 }
 
 TEST(UuidParse, AcceptedForms) {
-    // Each text holds the same digits as the canonical form below.
+    // Capitals, braces and blanks anywhere are in the vectors; these hold the
+    // same digits as the canonical form below.
     const char *canon = "0a1b2c3d-4e5f-6a7b-8c9d-aebfc0d1e2f3";
     for (const char *s : {
-             "0a1b2c3d-4e5f-6a7b-8c9d-aebfc0d1e2f3",
-             "0A1B2C3D-4E5F-6A7B-8C9D-AEBFC0D1E2F3",  // capitals print small
-             "{0a1b2c3d-4e5f-6a7b-8c9d-aebfc0d1e2f3}",
-             "  {0a1b2c3d - 4e5f-6a7b\t-8c9d-aebf c0d1 e2f3}\t",  // blanks anywhere
-             "0a1b{2c3d-4e5f-6a7b-8c9d-aebfc0d1e2f3}",            // "{" at any place
-             "{0a1b2c3d-4e5f-6a7b-8c9d-aebfc0d1}e2f3",            // digits after "}"
+             "0a1b{2c3d-4e5f-6a7b-8c9d-aebfc0d1e2f3}",  // "{" at any place
+             "{0a1b2c3d-4e5f-6a7b-8c9d-aebfc0d1}e2f3",  // digits after "}"
          }) {
         ZEL_UUID_T u;
         ASSERT_EQ(zel_uuidFromString(s, &u), sOKAY) << s;

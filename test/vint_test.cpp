@@ -73,8 +73,16 @@ TEST(VintStoredBytes, EachFormAtBothEnds) {
         ASSERT_EQ(b_vintDecodeUIntmax(TestSource::get, &src, &back), sOKAY);
         EXPECT_EQ(back, v.value);
         EXPECT_EQ(src.pos, v.bytes.size()) << "read past the value";
-        EXPECT_EQ(b_vintGetEncodeInfo(v.value)->size, v.bytes.size());
-        EXPECT_EQ(b_vintGetDecodeInfo(v.bytes[0])->size, v.bytes.size());
+        // The form's row: its size, and its own functions give the same bytes.
+        const B_ENCODE_INFO *row = b_vintGetEncodeInfo(v.value);
+        EXPECT_EQ(row->size, v.bytes.size());
+        EXPECT_EQ(b_vintGetDecodeInfo(v.bytes[0]), row);
+        TestSink sink;
+        ASSERT_EQ(row->encode_fcn(v.value, TestSink::put, &sink), sOKAY);
+        EXPECT_EQ(sink.bytes, v.bytes);
+        TestSource rest(Bytes(v.bytes.begin() + 1, v.bytes.end()));
+        ASSERT_EQ(row->decode_fcn(v.bytes[0], TestSource::get, &rest, &back), sOKAY);
+        EXPECT_EQ(back, v.value);
     }
 }
 
@@ -161,17 +169,6 @@ TEST(VintTables, RowsAndReverseLookup) {
         EXPECT_EQ(reverse_lookup[byte], row) << std::hex << byte;
         EXPECT_EQ(b_vintGetDecodeInfo(byte), &b_encoder_fcns[row]);
     }
-    // The rows' own functions round-trip the boundaries of their form.
-    for (const Vector &v : kBoundaries) {
-        const B_ENCODE_INFO *row = b_vintGetEncodeInfo(v.value);
-        TestSink sink;
-        ASSERT_EQ(row->encode_fcn(v.value, TestSink::put, &sink), sOKAY);
-        EXPECT_EQ(sink.bytes, v.bytes);
-        TestSource src(Bytes(v.bytes.begin() + 1, v.bytes.end()));
-        uintmax_t back = 0;
-        ASSERT_EQ(row->decode_fcn(v.bytes[0], TestSource::get, &src, &back), sOKAY);
-        EXPECT_EQ(back, v.value);
-    }
 }
 
 // v >= 0 maps to 2v, v < 0 to -2v - 1 (the complement of 2v, which is odd).
@@ -190,12 +187,6 @@ TEST(VintSignedMapping, AgreesWithItsDefinition) {
         EXPECT_EQ(static_cast<unsigned __int128>(u), mapDefinition(v)) << v;
         EXPECT_EQ(b_vintConvertToSigned(u), v);
     }
-    EXPECT_EQ(b_vintConvertToUnsigned(-1), 1u);
-    EXPECT_EQ(b_vintConvertToUnsigned(-2), 3u);
-    EXPECT_EQ(b_vintConvertToUnsigned(2), 4u);
-    EXPECT_EQ(b_vintConvertToSigned(UINT64_MAX), INT64_MIN);
-    EXPECT_EQ(b_vintConvertToSigned(1), -1);
-    EXPECT_EQ(b_vintConvertToSigned(UINT64_MAX - 1), INT64_MAX);
 }
 
 }  // namespace

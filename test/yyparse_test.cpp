@@ -4,13 +4,13 @@
 // errors and recovery, the value and growth rules, failures and memory.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "oom.h"
 #include "parens_tab.h"
 #include "tag_fixture.h"
+#include "vectors.h"
 #include "yyparse.h"
 #include "yyparse_calc.h"
 
@@ -21,21 +21,13 @@ class YyParse : public TaggedTest {};
 // Valid streams: bison's parser, built from the same grammar with each
 // action logging its rule, gives the reductions (test/data/gen_yacc_vectors.py).
 TEST_F(YyParse, ReductionsOfValidInputMatchBison) {
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/good-yacc-calc.txt");
-    ASSERT_TRUE(in) << "missing good-yacc-calc.txt";
-    std::string line;
     int streams = 0;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        const size_t bar = line.find('|');
-        ASSERT_NE(bar, std::string::npos) << line;
-        CalcRun run(line.substr(0, bar));
+    for (const VectorRow &v : vectors_read("good-yacc-calc.txt", '|')) {
+        CalcRun run(v[0]);
         run.toksize = 8 << (streams % 3);  // 8, 16 and 32 bytes
         run.setup(sub, streams % 4);
-        ASSERT_EQ(run.parse(), sOKAY) << line;
-        std::string want = line.substr(bar + 1);
-        want.erase(0, want.find_first_not_of(' '));
-        EXPECT_EQ(calc_rules_text(run.rules), want) << line;
+        ASSERT_EQ(run.parse(), sOKAY) << v[0];
+        EXPECT_EQ(calc_rules_text(run.rules), v[1].substr(v[1].find_first_not_of(' '))) << v[0];
         b_yyterm(&run.pd);
         ++streams;
     }
@@ -191,19 +183,14 @@ TEST_F(YyParse, StacksGrowByFiveFromTheFirstPush) {
     }
 }
 
-TEST_F(YyParse, DefaultOnlyStateReducesBeforeAnyLexCall) {
-    CalcRun run("NUM ;");
-    run.setup(sub);
-    EXPECT_EQ(run.parse(), sOKAY);
-    EXPECT_EQ(run.lexCallsAtFirstReduce, 0);  // list -> empty in state 0
-    b_yyterm(&run.pd);
-}
-
-TEST_F(YyParse, NegativeTokenIsTheEndOfInput) {
+// A default-only state reduces before any lex call (list -> empty in state
+// 0); any negative token is the end of input.
+TEST_F(YyParse, DefaultOnlyStateAndNegativeEndToken) {
     CalcRun run("NUM ;");
     run.endToken = -1;
     run.setup(sub);
     EXPECT_EQ(run.parse(), sOKAY);
+    EXPECT_EQ(run.lexCallsAtFirstReduce, 0);
     EXPECT_EQ(calc_rules_text(run.rules), "1 9 2");
     run.endToken = INT16_MIN;
     EXPECT_EQ(run.parse(), sOKAY);

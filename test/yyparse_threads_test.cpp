@@ -3,13 +3,13 @@
 // and sub tag on a shared master, makes exactly the reductions it makes alone.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tag_master_psp.h"
 #include "tag_sub.h"
+#include "vectors.h"
 #include "yyparse_calc.h"
 
 namespace {
@@ -21,15 +21,8 @@ struct Vector {
 
 std::vector<Vector> loadVectors() {
     std::vector<Vector> out;
-    std::ifstream in(std::string(ZELBASE_TEST_DATA) + "/good-yacc-calc.txt");
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
-        const size_t bar = line.find('|');
-        std::string rules = line.substr(bar + 1);
-        rules.erase(0, rules.find_first_not_of(' '));
-        out.push_back({line.substr(0, bar), rules});
-    }
+    for (const VectorRow &v : vectors_read("good-yacc-calc.txt", '|'))
+        out.push_back({v[0], v[1].substr(v[1].find_first_not_of(' '))});
     return out;
 }
 

@@ -1054,9 +1054,14 @@ ZEL_RETCODE sch_key_finalize_name(SCH_KEY_INFO ki) {
     B_TAG_SUB tag = sch_tbl_tag(ki->table);
     ZEL_RETCODE rc;
     char *name = nullptr;
+    size_t want = 0;
     for (ZEL_COL_INDEX i = 0; i < ki->num_elems; ++i) {
         const char *cn = ki->elems[i].col && ki->elems[i].col->name ? ki->elems[i].col->name : "";
+        want += (i == 0 ? 0 : 1) + std::strlen(cn);
         rc = i == 0 ? b_makeStr(tag, &name, "%s", cn) : b_appendStr(tag, &name, name, "_%s", cn);
+        // Appending answers sOKAY when the string could not grow: the length
+        // tells.
+        if (rc >= 0 && std::strlen(name) != want) rc = eNOMEMORY;
         if (rc < 0) {
             b_tag_subFreeCanBeNull(tag, name);
             return rc;
