@@ -481,9 +481,14 @@ const char *zb_tables_check(ZbJsonTables *t) {
             return "'yyexca' has a row without its closing -2";
         i += 2;
     }
-    for (size_t s = 0; s < states; ++s)
+    // After an error the driver drops the look-ahead and tries the state again:
+    // a state that neither shifts nor reduces would never read another token.
+    for (size_t s = 0; s < states; ++s) {
         if (t->s16(kZbDef)[s] == -2 && !row[s])
             return "a state with yydef -2 has no row in 'yyexca'";
+        if (t->s16(kZbPact)[s] <= -1000 && t->s16(kZbDef)[s] == 0)
+            return "a state has neither a shift nor a rule";
+    }
     if (const char *w = zb_tables_depths(*t)) return w;
     for (size_t k = 0; k < 3; ++k)
         for (const std::string &s : t->names[k]) t->ptrs[k].push_back(s.c_str());
