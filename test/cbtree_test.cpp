@@ -610,7 +610,8 @@ TEST_F(CbtTest, InitUnderFailingAllocationsLeavesTheRecordAsItWas) {
 TEST_F(CbtTest, EveryAllocationOfAddsFailingLeavesTheEntriesAsTheyWere) {
     const std::pair<uint32_t, uint32_t> shapes[] = {{3, 1}, {4, 2}, {2, 3}};
     uint64_t leftFull = 0;  // nodes a failed split left full, split by a later add
-    for (const auto &[slots, cache] : shapes) {
+    for (const auto &shape : shapes) {
+        const uint32_t slots = shape.first, cache = shape.second;
         SCOPED_TRACE("slots " + std::to_string(slots) + ", cache " + std::to_string(cache));
         const int runs = oom_check(master, {sub, cells.sub}, [&] {
             B_CBTREE_T x;

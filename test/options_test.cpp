@@ -179,11 +179,11 @@ TEST(OptionWords, LogWordsAgreeWithTheLog) {
             if (words == ZEL_OPT_WORDS_LOG_LEVEL) {
                 B_LOG_LEVEL l;
                 rc = b_logGetLevel(rows[i].word, &l);
-                v = l;
+                if (rc == sOKAY) v = l;
             } else {
                 B_LOG_CATEGORY c;
                 rc = b_logGetCategoryFromString(rows[i].word, &c);
-                v = c;
+                if (rc == sOKAY) v = c;
             }
             EXPECT_EQ(rc == sOKAY, (rows[i].use & ZEL_OPT_WORD_READ) != 0) << rows[i].word;
             if (rc == sOKAY) {

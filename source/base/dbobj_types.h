@@ -35,7 +35,8 @@ ZEL_EXTERN_C_BEGIN
 typedef enum ZEL_ROW_FORMAT_E {
     ZEL_ROW_FORMAT_BUFFER = 1, /* a row buffer laid out by the catalogue */
     ZEL_ROW_FORMAT_VALUE = 2,  /* declared; no format implements it */
-    ZEL_ROW_FORMAT_COMPACT = 3 /* the packed stream kept in a B_BUFFER_T */
+    ZEL_ROW_FORMAT_COMPACT = 3, /* the packed stream kept in a B_BUFFER_T */
+    ZEL_ROW_FORMAT_FORCE_INT32 = 0x7FFFFFFF /* another value is refused with a code */
 } ZEL_ROW_FORMAT;
 
 /* How an object's body is stored; the low four bits of its header. The last
