@@ -51,13 +51,13 @@ typedef struct psp_collate_s {
 
 /* The operating system's own open flags (O_RDONLY, O_RDWR|O_CREAT, ...). */
 typedef enum PSP_FILE_OPEN_MODE_E {
-    PSP_FILE_READ = 0,              /* read only; must exist */
-    PSP_FILE_UPDATE = 66,           /* read and write; created if absent */
-    PSP_FILE_UPDATE_EXISTING = 2,   /* read and write; must exist */
-    PSP_FILE_UPDATE_NEW = 194,      /* read and write; must not exist */
-    PSP_FILE_WRITE = 577,           /* write only; created if absent, truncated */
-    PSP_FILE_WRITE_NEW = 193,       /* write only; must not exist */
-    PSP_FILE_APPEND = 1089          /* write only; created if absent, appended to */
+    PSP_FILE_READ = 0,            /* read only; must exist */
+    PSP_FILE_UPDATE = 66,         /* read and write; created if absent */
+    PSP_FILE_UPDATE_EXISTING = 2, /* read and write; must exist */
+    PSP_FILE_UPDATE_NEW = 194,    /* read and write; must not exist */
+    PSP_FILE_WRITE = 577,         /* write only; created if absent, truncated */
+    PSP_FILE_WRITE_NEW = 193,     /* write only; must not exist */
+    PSP_FILE_APPEND = 1089        /* write only; created if absent, appended to */
 } PSP_FILE_OPEN_MODE;
 
 typedef enum PSP_MATH_SIGN_E {

@@ -66,8 +66,7 @@ B_AVL_NODE_T *b_avlPrev(const B_AVL_NODE_T *node);
 B_AVL_NODE_T *b_avlDelete(B_AVL_T *avl, const B_AVL_NODE_T *lookup);
 /* As b_avlDelete; *pnext gets the removed node's successor. When nothing is
  * found, the result and *pnext are both null. */
-B_AVL_NODE_T *b_avlDeleteAndGetNext(B_AVL_T *avl, const B_AVL_NODE_T *lookup,
-                                    B_AVL_NODE_T **pnext);
+B_AVL_NODE_T *b_avlDeleteAndGetNext(B_AVL_T *avl, const B_AVL_NODE_T *lookup, B_AVL_NODE_T **pnext);
 B_AVL_NODE_T *b_avlDeleteFirst(B_AVL_T *avl);
 B_AVL_NODE_T *b_avlDeleteLast(B_AVL_T *avl);
 uint64_t b_avlCount(const B_AVL_T *avl);

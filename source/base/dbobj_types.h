@@ -33,9 +33,9 @@ ZEL_EXTERN_C_BEGIN
 
 /* Which member of ZEL_ROW.data is live. */
 typedef enum ZEL_ROW_FORMAT_E {
-    ZEL_ROW_FORMAT_BUFFER = 1, /* a row buffer laid out by the catalogue */
-    ZEL_ROW_FORMAT_VALUE = 2,  /* declared; no format implements it */
-    ZEL_ROW_FORMAT_COMPACT = 3, /* the packed stream kept in a B_BUFFER_T */
+    ZEL_ROW_FORMAT_BUFFER = 1,              /* a row buffer laid out by the catalogue */
+    ZEL_ROW_FORMAT_VALUE = 2,               /* declared; no format implements it */
+    ZEL_ROW_FORMAT_COMPACT = 3,             /* the packed stream kept in a B_BUFFER_T */
     ZEL_ROW_FORMAT_FORCE_INT32 = 0x7FFFFFFF /* another value is refused with a code */
 } ZEL_ROW_FORMAT;
 
