@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 #include <random>
 #include <string>
@@ -284,6 +285,66 @@ TEST(BcdDivide, ThreePathsAgreeDigitForDigit) {
     EXPECT_GT(applied[0], 2500);
     EXPECT_GT(applied[1], 2500);
     EXPECT_GT(applied[2], 2500);
+}
+
+// A record for the sum paths: from text of 1 to 38 digits (rounded past 32)
+// and a scale of up to 40, or raw bytes near the short sums' limits: 0 to 18
+// digits, any exponent that keeps a scale of -2 to 34, often all nines, now
+// and then a used spill slot, a byte above 9, a negative zero or any flag bit.
+ZEL_BCD_T SumOperand(std::mt19937_64 &rng) {
+    ZEL_BCD_T b{};
+    if (rng() % 3 == 0) {
+        int n = 1 + static_cast<int>(rng() % 38), scale = static_cast<int>(rng() % 41);
+        std::string digits;
+        for (int i = 0; i < n; ++i) digits += static_cast<char>('0' + rng() % 10);
+        if (scale >= n)
+            digits = "0." + std::string(static_cast<size_t>(scale - n), '0') + digits;
+        else if (scale > 0)
+            digits.insert(static_cast<size_t>(n - scale), ".");
+        // More than 32 integer digits are refused: the record stays as it is.
+        (void)zel_bcdFromString(((rng() & 1 ? "-" : "") + digits).c_str(), &b);
+        return b;
+    }
+    const int prec = static_cast<int>(rng() % 19);
+    b.prec = static_cast<uint8_t>(prec);
+    b.exp = static_cast<int8_t>(prec - static_cast<int>(rng() % 37) + 2);
+    b.sign = static_cast<int8_t>(rng() & 1 ? -1 : 1);
+    for (int i = 1; i <= prec; ++i) b.data[i] = static_cast<uint8_t>(rng() % 10);
+    if (prec > 0 && rng() % 4 != 0 && b.data[1] == 0) b.data[1] = 1;
+    const uint64_t odd = rng() % 64;
+    if (odd >= 32) std::memset(b.data + 1, 9, static_cast<size_t>(prec));  // carries to the top
+    if (odd == 0) b.data[0] = static_cast<uint8_t>(rng() % 10);
+    if (odd == 1 && prec > 0) b.data[1 + rng() % static_cast<uint64_t>(prec)] = 10 + rng() % 246;
+    if (odd == 2) b.sign = static_cast<int8_t>(rng());
+    if (odd == 3) b.flags = static_cast<uint8_t>(1u << (rng() % 8));
+    if (odd >= 4 && odd < 8)  // bytes past prec, never read
+        for (int i = prec + 1; i <= 32; ++i) b.data[i] = static_cast<uint8_t>(rng() % 12);
+    return b;
+}
+
+// The binary sums of short operands store every byte and code the frame does.
+TEST(BcdAdd, ShortSumsAsTheFrame) {
+    std::mt19937_64 rng(17);
+    const auto stop = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    long runs = 0, short_ones = 0;
+    for (; runs < 4000000 && (runs % 4096 != 0 || std::chrono::steady_clock::now() < stop);
+         ++runs) {
+        ZEL_BCD_T a = SumOperand(rng), b = rng() % 8 == 0 ? a : SumOperand(rng);
+        if (rng() % 16 == 0) b.sign = static_cast<int8_t>(-a.sign);  // equal magnitudes
+        const bool sub = rng() & 1;
+        const auto mode = static_cast<ZEL_BCD_ROUNDING_MODE>(rng() % 6);
+        ZEL_BCD_T got, want;
+        std::memset(&got, 0xA5, sizeof got);
+        std::memcpy(&want, &got, sizeof got);
+        const ZEL_RETCODE rc = (sub ? zel_bcdSub : zel_bcdAdd)(&a, &b, mode, &got);
+        const ZEL_RETCODE want_rc = zel::detail::zel_bcd_add_by_frame(&a, &b, sub, mode, &want);
+        short_ones += a.prec <= 15 && b.prec <= 15;
+        ASSERT_EQ(rc, want_rc) << Text(a) << (sub ? " - " : " + ") << Text(b);
+        ASSERT_EQ(std::memcmp(&got, &want, sizeof got), 0)
+            << Text(a) << (sub ? " - " : " + ") << Text(b) << " = " << Text(want);
+    }
+    EXPECT_GT(runs, 100000);
+    EXPECT_GT(short_ones, runs / 3);
 }
 
 TEST(BcdText, EdgeCases) {

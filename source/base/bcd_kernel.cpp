@@ -1071,9 +1071,90 @@ bool zel_bcd_store_wide(const WideDigits &w, ZEL_BCD_ROUNDING_MODE rounding_mode
     return true;
 }
 
-// A sum of two decimals, rounded straight from the frame when it can be.
-ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
-                          ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
+// ---- Short sums in one register. Prices and quantities have a few digits,
+// and staging them in the frame costs more than their sum: when the places of
+// both operands span at most 15 digits, each is shifted into place within a
+// 128-bit word of digit bytes (the last digit in the low byte) and the words
+// are added as the frame adds them. No such sum rounds, and no conversion to
+// binary and back stands in the way: the result's digits are the word's.
+using U128 = unsigned __int128;
+constexpr int kShortSpan = 15;  // and the carry in the top byte
+constexpr U128 kBytes(uint64_t b) {
+    return (U128{b} << 64) | b;
+}
+
+// The digits data[0..prec] of a short operand in place, the digit of 10^-scale
+// in the low byte; false for a byte above 9 or a used spill slot, whose sums
+// the frame alone defines.
+inline bool zel_bcd_short_word(const ZEL_BCD_T *b, int scale, U128 &w) {
+    U128 x;
+    std::memcpy(&x, b->data, 16);
+    if (b->prec < 15) x &= (U128{1} << (8 * (b->prec + 1))) - 1;
+    if (((x | (x + kBytes(0x7676767676767676ull))) & kBytes(0x8080808080808080ull)) != 0 ||
+        (x & 0xFF) != 0)
+        return false;
+    w = __builtin_bswap128(x) >> (8 * (kShortSpan - b->exp - scale));
+    return true;
+}
+
+// a + b or a - b (a not the smaller) over digit bytes, the decimal carry done
+// in binary as in the frame; no carry leaves the top byte.
+inline U128 zel_bcd_short_sum(U128 a, U128 b, bool sub) {
+    constexpr U128 kLow = kBytes(0x0101010101010101ull) >> 8;  // bytes 0 to 14
+    if (sub) {
+        U128 s = a - b, lent = ((s ^ a ^ b) >> 8) & kLow;
+        return s - lent * 246;
+    }
+    U128 x = a + kBytes(0xF6F6F6F6F6F6F6F6ull), s = x + b;
+    U128 kept = ((~(s ^ x ^ b) >> 8) & kLow) | (U128{1} << 120);
+    return s - kept * 246;
+}
+
+// The sum of short operands straight into `res`; false, nothing written, for
+// any other (wider, a scale outside 0 to 32, flagged in error or out of
+// memory), which the frame takes.
+bool zel_bcd_add_short(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract, ZEL_BCD_T *res,
+                       ZEL_RETCODE &rc) {
+    const uint8_t flags = l->flags | r->flags;
+    const int scale = std::max(l->prec - l->exp, r->prec - r->exp);
+    if (std::min(l->prec - l->exp, r->prec - r->exp) < 0 || scale > kMaxPrec ||
+        std::max(l->exp, r->exp) + scale > kShortSpan ||
+        (flags & (kFlagErrors | ZEL_BCD_FLAG_NOMEMORY)))
+        return false;
+    U128 a, b;
+    if (!zel_bcd_short_word(l, scale, a) || !zel_bcd_short_word(r, scale, b)) return false;
+    // Signs as the frame reads them: anything below 0 is minus. The words
+    // compare as the numbers do.
+    const int lsign = l->sign < 0 ? -1 : 1, rsign = (r->sign < 0) != subtract ? -1 : 1;
+    const bool swap = lsign != rsign && a < b;
+    const U128 sum = zel_bcd_short_sum(swap ? b : a, swap ? a : b, lsign != rsign);
+    if (sum == 0) {
+        zel_bcd_set_zero(*res, flags);
+        rc = zel_bcdRetcode(flags);
+        return true;
+    }
+    const uint64_t hi = static_cast<uint64_t>(sum >> 64), lo = static_cast<uint64_t>(sum);
+    const int lead = (hi ? __builtin_clzll(hi) : 64 + __builtin_clzll(lo)) / 8;
+    const int trail = (lo ? __builtin_ctzll(lo) : 64 + __builtin_ctzll(hi)) / 8;
+    const int top = 16 - lead;  // digits up to the highest non-zero one
+    // Fraction zeros go; the digits, first in the low byte, are zero past them.
+    const U128 digits = __builtin_bswap128(sum) >> (8 * lead);
+    uint8_t *out = res->data;
+    const U128 zero = 0;
+    out[0] = 0;
+    std::memcpy(out + 1, &digits, 16);
+    std::memcpy(out + 17, &zero, 16);
+    res->prec = static_cast<uint8_t>(top - std::min(trail, scale));
+    res->exp = static_cast<int8_t>(top - scale);
+    res->flags = flags;
+    res->sign = static_cast<int8_t>(swap ? rsign : lsign);
+    rc = zel_bcdRetcode(flags);
+    return true;
+}
+
+// A sum of two decimals by the frame, rounded straight from it when it can be.
+ZEL_RETCODE zel_bcd_add_frame32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                                ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
     WORK_BCD w;
     Frame f;
     if (!zel_bcd_sum_frame(zel_bcd_op32(l), zel_bcd_op32(r), subtract, f, w))
@@ -1083,6 +1164,13 @@ ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
     if (zel_bcd_store_wide(zel_bcd_frame_digits(f), rounding_mode, res, rc)) return rc;
     zel_bcd_normalize_res(zel_bcd_frame_digits(f), w);
     return zel_bcd_assign(w, rounding_mode, res);
+}
+
+ZEL_RETCODE zel_bcd_add32(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                          ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
+    ZEL_RETCODE rc;
+    if (zel_bcd_add_short(l, r, subtract, res, rc)) return rc;
+    return zel_bcd_add_frame32(l, r, subtract, rounding_mode, res);
 }
 
 }  // namespace
@@ -1175,6 +1263,11 @@ ZEL_RETCODE zel_bcdReciprocal(const ZEL_BCD_T *bcd, ZEL_BCD_ROUNDING_MODE roundi
 }
 
 namespace zel::detail {
+
+ZEL_RETCODE zel_bcd_add_by_frame(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                                 ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res) {
+    return zel_bcd_add_frame32(l, r, subtract, rounding_mode, res);
+}
 
 bool zel_bcd_div_by(BcdDivPath path, const ZEL_BCD_T *l, const ZEL_BCD_T *r,
                     ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res, ZEL_RETCODE *rc) {

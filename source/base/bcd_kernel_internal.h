@@ -55,6 +55,11 @@ void zel_bcd_set_zero(W &w, uint8_t flags) {
 // Magnitude comparison, place by place from the larger exp to the larger scale.
 int zel_bcd_ucompare(const BcdOp &l, const BcdOp &r);
 
+// A sum or difference as zel_bcdAdd or zel_bcdSub stores it, always by the
+// frame of digits: the binary path for short operands must agree with it.
+ZEL_RETCODE zel_bcd_add_by_frame(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
+                                 ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res);
+
 // The three ways to a quotient, which must agree digit for digit: on the
 // fixed grid of six limbs, with Newton's iteration on general limbs, and with
 // the iteration done by the digit operations themselves. Each returns false,
