@@ -288,7 +288,7 @@ TEST(BcdDivide, ThreePathsAgreeDigitForDigit) {
 }
 
 // A record for the sum paths: from text of 1 to 38 digits (rounded past 32)
-// and a scale of up to 40, or raw bytes near the short sums' limits: 0 to 18
+// and a scale of up to 40, or raw bytes about the short sums' limits: 0 to 32
 // digits, any exponent that keeps a scale of -2 to 34, often all nines, now
 // and then a used spill slot, a byte above 9, a negative zero or any flag bit.
 ZEL_BCD_T SumOperand(std::mt19937_64 &rng) {
@@ -305,14 +305,14 @@ ZEL_BCD_T SumOperand(std::mt19937_64 &rng) {
         (void)zel_bcdFromString(((rng() & 1 ? "-" : "") + digits).c_str(), &b);
         return b;
     }
-    const int prec = static_cast<int>(rng() % 19);
+    const int prec = static_cast<int>(rng() % (rng() & 1 ? 17 : 33));
     b.prec = static_cast<uint8_t>(prec);
     b.exp = static_cast<int8_t>(prec - static_cast<int>(rng() % 37) + 2);
     b.sign = static_cast<int8_t>(rng() & 1 ? -1 : 1);
     for (int i = 1; i <= prec; ++i) b.data[i] = static_cast<uint8_t>(rng() % 10);
     if (prec > 0 && rng() % 4 != 0 && b.data[1] == 0) b.data[1] = 1;
     const uint64_t odd = rng() % 64;
-    if (odd >= 32) std::memset(b.data + 1, 9, static_cast<size_t>(prec));  // carries to the top
+    if (odd >= 48) std::memset(b.data + 1, 9, static_cast<size_t>(prec));  // carries to the top
     if (odd == 0) b.data[0] = static_cast<uint8_t>(rng() % 10);
     if (odd == 1 && prec > 0) b.data[1 + rng() % static_cast<uint64_t>(prec)] = 10 + rng() % 246;
     if (odd == 2) b.sign = static_cast<int8_t>(rng());
@@ -322,7 +322,7 @@ ZEL_BCD_T SumOperand(std::mt19937_64 &rng) {
     return b;
 }
 
-// The binary sums of short operands store every byte and code the frame does.
+// The register sums of short operands store every byte and code the frame does.
 TEST(BcdAdd, ShortSumsAsTheFrame) {
     std::mt19937_64 rng(17);
     const auto stop = std::chrono::steady_clock::now() + std::chrono::seconds(2);
