@@ -1083,6 +1083,11 @@ constexpr U128 kBytes(uint64_t b) {
     return (U128{b} << 64) | b;
 }
 
+inline U128 zel_bcd_bswap128(U128 x) {  // not every compiler has the builtin
+    return (U128{__builtin_bswap64(static_cast<uint64_t>(x))} << 64) |
+           __builtin_bswap64(static_cast<uint64_t>(x >> 64));
+}
+
 // The digits data[0..prec] of a short operand in place, the digit of 10^-scale
 // in the low byte; false for a byte above 9 or a used spill slot, whose sums
 // the frame alone defines.
@@ -1093,7 +1098,7 @@ inline bool zel_bcd_short_word(const ZEL_BCD_T *b, int scale, U128 &w) {
     if (((x | (x + kBytes(0x7676767676767676ull))) & kBytes(0x8080808080808080ull)) != 0 ||
         (x & 0xFF) != 0)
         return false;
-    w = __builtin_bswap128(x) >> (8 * (kShortSpan - b->exp - scale));
+    w = zel_bcd_bswap128(x) >> (8 * (kShortSpan - b->exp - scale));
     return true;
 }
 
@@ -1138,7 +1143,7 @@ bool zel_bcd_add_short(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract, ZE
     const int trail = (lo ? __builtin_ctzll(lo) : 64 + __builtin_ctzll(hi)) / 8;
     const int top = 16 - lead;  // digits up to the highest non-zero one
     // Fraction zeros go; the digits, first in the low byte, are zero past them.
-    const U128 digits = __builtin_bswap128(sum) >> (8 * lead);
+    const U128 digits = zel_bcd_bswap128(sum) >> (8 * lead);
     uint8_t *out = res->data;
     const U128 zero = 0;
     out[0] = 0;
