@@ -13,7 +13,9 @@
  * values stay, on general limbs where they do not, on digits for the rest.
  * The public functions round most results straight from their exact digits,
  * with the outcome of the cut and the reduction, and leave the rest to those
- * two. The record side (text, native numbers, the packed form) is bcd.cpp.
+ * two; sums of operands within 15 places are added in one register of digit
+ * bytes instead. The record side (text, native numbers, the packed form) is
+ * bcd.cpp.
  */
 #include <algorithm>
 #include <array>

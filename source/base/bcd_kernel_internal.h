@@ -56,7 +56,7 @@ void zel_bcd_set_zero(W &w, uint8_t flags) {
 int zel_bcd_ucompare(const BcdOp &l, const BcdOp &r);
 
 // A sum or difference as zel_bcdAdd or zel_bcdSub stores it, always by the
-// frame of digits: the binary path for short operands must agree with it.
+// frame of digits: the register path for short operands must agree with it.
 ZEL_RETCODE zel_bcd_add_by_frame(const ZEL_BCD_T *l, const ZEL_BCD_T *r, bool subtract,
                                  ZEL_BCD_ROUNDING_MODE rounding_mode, ZEL_BCD_T *res);
 
