@@ -247,6 +247,25 @@ TEST(SubTagRealloc, SmallToHugeCopiesTheNewSize) {
 #endif
 }
 
+// The clearing and in-bounds forms take a small block to a huge one reading
+// only the block: the bytes it had, then zeroes (the clearing form). Runs
+// under AddressSanitizer, which would report a read past the block.
+TEST_F(SubTag, SmallToHugeInBoundsReadsOnlyTheBlock) {
+    void *p = nullptr;
+    ASSERT_EQ(b_tag_subAlloc(sub_, 100, &p), sOKAY);
+    fill(p, 100, 9);
+    ASSERT_EQ(b_tag_subAllocOrReallocClear(sub_, p, 100, 700000, &p), sOKAY);
+    EXPECT_TRUE(check(p, 100, 9));
+    const auto *b = static_cast<const uint8_t *>(p);
+    EXPECT_TRUE(std::all_of(b + 100, b + 700000, [](uint8_t c) { return c == 0; }));
+    b_tag_subFree(sub_, p);
+    ASSERT_EQ(b_tag_subAlloc(sub_, 100, &p), sOKAY);
+    fill(p, 100, 7);
+    ASSERT_EQ(b_tag_subAllocOrReallocInBounds(sub_, p, 700000, &p), sOKAY);
+    EXPECT_TRUE(check(p, 100, 7));
+    b_tag_subFree(sub_, p);
+}
+
 TEST_F(SubTag, HelpersAllocateCopyAndClear) {
     void *p = &p;
     ASSERT_EQ(b_tag_subAllocOrSetNull(sub_, 0, &p), sOKAY);
@@ -484,6 +503,8 @@ TEST_F(SubTag, EveryRequestUnderFailingAllocations) {
         {100, false,
          [&](void *b, void **o) { return b_tag_subAllocOrReallocClear(t, b, 100, 5000, o); }},
         {100, false, [&](void *b, void **o) { return b_tag_subReallocCopyString(t, b, "xy", o); }},
+        {100, false,
+         [&](void *b, void **o) { return b_tag_subAllocOrReallocInBounds(t, b, 700000, o); }},
         {0, true, [&](void *, void **o) { return b_tag_stackAlloc(stack, 100, o); }},
         {0, true, [&](void *, void **o) { return b_tag_stackAllocClear(stack, 100, o); }},
         {0, true, [&](void *, void **o) { return b_tag_stackAllocCopy(stack, "abc", 4, o); }},

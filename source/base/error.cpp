@@ -44,7 +44,7 @@ ZEL_RETCODE zelErrorStoreText(B_TAG_SUB subTag, char **slot, const char *src) {
     }
     char *buf = nullptr;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAllocOrRealloc(subTag, cur, len, &buf));
+    ZEL_CHECK(rc = b_tag_subAllocOrReallocInBounds(subTag, cur, len, &buf));
     std::memcpy(buf, src, len);
     *slot = buf;
     return sOKAY;

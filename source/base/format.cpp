@@ -125,7 +125,7 @@ ZEL_RETCODE b_appendStrV(B_TAG_SUB subTag, char **res, const char *str, const ch
     char *text = nullptr;
     // Deliberately sOKAY whatever the resize says: callers treat appending as
     // infallible. A failed resize leaves *res as it was and writes nothing.
-    if (b_tag_subAllocOrRealloc(subTag, *res, total, &text) < 0) return sOKAY;
+    if (b_tag_subAllocOrReallocInBounds(subTag, *res, total, &text) < 0) return sOKAY;
     *res = text;
     b_vsnprintf(text + oldLen, newLen + 1, fmt, args);
     return sOKAY;

@@ -19,7 +19,7 @@ ZEL_RETCODE b_strValidateSpace(B_STR_T *str, size_t needed) {
     if (newSize == 0) newSize = B_STR_STEP;
     ZEL_RETCODE rc;
     char *mem = nullptr;
-    ZEL_CHECK(rc = b_tag_subAllocOrRealloc(str->subTag, str->buffer, newSize, &mem));
+    ZEL_CHECK(rc = b_tag_subAllocOrReallocInBounds(str->subTag, str->buffer, newSize, &mem));
     // The capacity is stored only once the memory is there, so that a failed
     // growth leaves a string that is still safe to use.
     str->buffer = mem;

@@ -366,6 +366,21 @@ ZEL_RETCODE tag_subRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t new_size, vo
     return tag_subReallocByAllocAndFree(tag_sub, old_buf, new_size, copy, pBuf);
 }
 
+/* As tag_subRealloc, except that a small block asked to become huge gives
+ * only its own bytes to the copy. For callers that overwrite or clear what
+ * lies past the bytes they had, the result is the same without reading past
+ * the old block; the kept rule of tag_subRealloc stands for its own callers. */
+ZEL_RETCODE tag_subReallocInBounds(B_TAG_SUB tag_sub, void *old_buf, size_t new_size, void *pBuf) {
+    if (new_size > B_TAG_SUB_PAGES_MAX && !tag_subIsPageRun(old_buf)) {
+        const uint32_t index = tag_subPageOf(old_buf)->header64.layout_index;
+        if (index != B_TAG_SUB_HUGE_MARK) {
+            return tag_subReallocByAllocAndFree(tag_sub, old_buf, new_size,
+                                                sub_block_layout[index].size, pBuf);
+        }
+    }
+    return tag_subRealloc(tag_sub, old_buf, new_size, pBuf);
+}
+
 }  // namespace
 
 extern "C" {
@@ -461,6 +476,13 @@ ZEL_RETCODE b_tag_subAllocOrRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t siz
     return b_tag_subRealloc(tag_sub, old_buf, size, pBuf);
 }
 
+ZEL_RETCODE b_tag_subAllocOrReallocInBounds(B_TAG_SUB tag_sub, void *old_buf, size_t size,
+                                            void *pBuf) {
+    if (old_buf == nullptr) return b_tag_subAlloc(tag_sub, size, pBuf);
+    if (tag_subFault(tag_sub)) return eNOMEMORY;
+    return tag_subReallocInBounds(tag_sub, old_buf, size, pBuf);
+}
+
 ZEL_RETCODE b_tag_subReallocAny(B_TAG_SUB tag_sub, void *old_buf, size_t old_len, size_t new_size,
                                 void *pBuf) {
     if (old_buf == nullptr) return b_tag_subAlloc(tag_sub, new_size, pBuf);
@@ -496,7 +518,9 @@ ZEL_RETCODE b_tag_subAllocOrReallocClear(B_TAG_SUB tag_sub, void *old_buf, size_
                                          size_t new_size, void *pBuf) {
     void *buf;
     ZEL_RETCODE rc;
-    ZEL_CHECK(rc = b_tag_subAllocOrRealloc(tag_sub, old_buf, new_size, &buf));
+    // Everything past old_size is cleared below, so the copy need not read
+    // past the old block.
+    ZEL_CHECK(rc = b_tag_subAllocOrReallocInBounds(tag_sub, old_buf, new_size, &buf));
     if (new_size > old_size) {
         std::memset(static_cast<uint8_t *>(buf) + old_size, 0, new_size - old_size);
     }

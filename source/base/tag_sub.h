@@ -32,6 +32,11 @@ ZEL_NODISCARD ZEL_RETCODE b_tag_subRealloc(B_TAG_SUB tag_sub, void *old_buf, siz
                                            void *pBuf);
 ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocOrRealloc(B_TAG_SUB tag_sub, void *old_buf, size_t size,
                                                   void *pBuf);
+/* As b_tag_subAllocOrRealloc, but a small buffer asked to become huge copies
+ * only its own bytes: for callers that overwrite or clear everything past
+ * what they had (text grown and written, arrays grown and cleared). */
+ZEL_NODISCARD ZEL_RETCODE b_tag_subAllocOrReallocInBounds(B_TAG_SUB tag_sub, void *old_buf,
+                                                          size_t size, void *pBuf);
 /* Growth that the tag's routes never refuse: as b_tag_subAllocOrRealloc, but
  * where the tag answers eREALLOCMEMORY (a huge buffer, or a page run asked to
  * pass B_TAG_SUB_PAGES_MAX) a fresh buffer is allocated, the first `old_len`
