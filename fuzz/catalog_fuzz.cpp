@@ -16,24 +16,6 @@
 
 namespace {
 
-constexpr size_t kSeedBytes = size_t{64} << 20;
-
-struct Tags {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-};
-
-Tags &seededTags() {
-    alignas(B_PAGE_SIZE) static uint8_t seed[kSeedBytes];
-    static Tags tags = [] {
-        Tags t;
-        check(b_tag_masterCreate(seed, sizeof seed, &t.master) == sOKAY);
-        check(b_tag_subCreate(t.master, &t.sub) == sOKAY);
-        return t;
-    }();
-    return tags;
-}
-
 // check() with the broken invariant named.
 void expect(bool ok, const char *what) {
     if (!ok) std::fprintf(stderr, "catalog_fuzz: %s\n", what);
@@ -65,7 +47,7 @@ extern "C" const char *__asan_default_options() {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    Tags &tags = seededTags();
+    FuzzSeededTags &tags = fuzzSeededTags();
     const int64_t before = fuzzUsed(tags.sub);
     const std::string text(reinterpret_cast<const char *>(data), size);
     const ZEL_BOOL_T unicode = size % 2 != 0 ? ZEL_TRUE : ZEL_FALSE;

@@ -13,31 +13,9 @@
 #include "../tools/road.h"
 #include "fuzz_tags.h"
 
-namespace {
-
-constexpr size_t kSeedBytes = size_t{64} << 20;
-
-struct Tags {
-    B_TAG_MASTER master = nullptr;
-    B_TAG_SUB sub = nullptr;
-};
-
-Tags &seededTags() {
-    alignas(B_PAGE_SIZE) static uint8_t seed[kSeedBytes];
-    static Tags tags = [] {
-        Tags t;
-        check(b_tag_masterCreate(seed, sizeof seed, &t.master) == sOKAY);
-        check(b_tag_subCreate(t.master, &t.sub) == sOKAY);
-        return t;
-    }();
-    return tags;
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size > 65536) return 0;
-    Tags &t = seededTags();
+    FuzzSeededTags &t = fuzzSeededTags();
     const int64_t before = fuzzUsed(t.sub);
     const char *text = reinterpret_cast<const char *>(data);
     const void *nul = std::memchr(data, 0, size);

@@ -21,17 +21,6 @@ int zb_cmd_dbobj(int argc, char **argv);
 
 namespace {
 
-bool zb_dbobj_read(const char *path, std::string *data) {
-    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
-    if (in == nullptr) return false;
-    char chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data->append(chunk, n);
-    const bool ok = std::ferror(in) == 0;
-    if (in != stdin) std::fclose(in);
-    return ok;
-}
-
 // One row of the table: at most 16 bytes shown, the rest counted.
 void zb_dbobj_row(FILE *out, size_t offset, const uint8_t *p, size_t n,
                   const std::string &meaning) {
@@ -136,7 +125,7 @@ int zb_cmd_dbobj(int argc, char **argv) {
         return zb_usageError("Unknown action '%s': wrap or unwrap", action);
     if (!wrap && wrapOnly) return zb_usageError("The options are for wrap only");
     std::string data;
-    if (!zb_dbobj_read(path, &data)) {
+    if (!zb_readFile(path, &data)) {
         std::fprintf(stderr, "zelbase dbobj: cannot read %s\n",
                      path != nullptr ? path : "standard input");
         return 1;

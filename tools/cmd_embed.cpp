@@ -19,17 +19,6 @@ int zb_cmd_embed(int argc, char **argv);
 
 namespace {
 
-bool zb_embed_read(const char *path, std::string *data) {
-    FILE *in = std::fopen(path, "rb");
-    if (in == nullptr) return false;
-    char chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data->append(chunk, n);
-    const bool ok = std::ferror(in) == 0;
-    std::fclose(in);
-    return ok;
-}
-
 bool zb_embed_hashArg(const char *text, uint32_t *hash) {
     char *end = nullptr;
     errno = 0;
@@ -74,7 +63,7 @@ int zb_cmd_embed(int argc, char **argv) {
         if (args.empty()) return zb_usageError("hash needs one or more files");
         for (const char *file : args) {
             std::string data;
-            if (!zb_embed_read(file, &data)) {
+            if (!zb_readFile(file, &data)) {
                 std::fprintf(stderr, "zelbase embed: cannot read %s\n", file);
                 return 1;
             }
@@ -98,7 +87,7 @@ int zb_cmd_embed(int argc, char **argv) {
     if (hashText != nullptr && !zb_embed_hashArg(hashText, &hash))
         return zb_usageError("Not a hash: '%s'", hashText);
     std::string stream;
-    if (!zb_embed_read(args[0], &stream) || stream.size() > UINT32_MAX) {
+    if (!zb_readFile(args[0], &stream) || stream.size() > UINT32_MAX) {
         std::fprintf(stderr, "zelbase embed: cannot read %s\n", args[0]);
         return 1;
     }

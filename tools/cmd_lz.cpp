@@ -16,17 +16,6 @@ int zb_cmd_lz(int argc, char **argv);
 
 namespace {
 
-bool zb_lz_read(const char *path, std::string *data) {
-    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
-    if (in == nullptr) return false;
-    char chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data->append(chunk, n);
-    const bool ok = std::ferror(in) == 0;
-    if (in != stdin) std::fclose(in);
-    return ok;
-}
-
 // A string as the table shows it: printable bytes, the rest escaped, cut
 // after 24.
 std::string zb_lz_text(const std::string &s) {
@@ -143,7 +132,7 @@ int zb_cmd_lz(int argc, char **argv) {
     if (!compress && !decompress && !trace)
         return zb_usageError("Unknown action '%s': compress, decompress or trace", op);
     std::string data;
-    if (!zb_lz_read(path, &data) || data.size() > UINT32_MAX) {
+    if (!zb_readFile(path, &data) || data.size() > UINT32_MAX) {
         std::fprintf(stderr, "zelbase lz: cannot read %s\n",
                      path != nullptr ? path : "standard input");
         return 1;

@@ -16,17 +16,6 @@ int zb_cmd_lzma(int argc, char **argv);
 
 namespace {
 
-bool zb_lzma_read(const char *path, std::string *data) {
-    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
-    if (in == nullptr) return false;
-    char chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data->append(chunk, n);
-    const bool ok = std::ferror(in) == 0;
-    if (in != stdin) std::fclose(in);
-    return ok;
-}
-
 const char *zb_lzma_code(ZEL_RETCODE rc) {
     const char *name = nullptr;
     if (zelErrorCodeDef(rc, nullptr, &name) == sOKAY && name != nullptr) return name;
@@ -77,7 +66,7 @@ int zb_cmd_lzma(int argc, char **argv) {
     if (!compress && !decompress && !trace)
         return zb_usageError("Unknown action '%s': compress, decompress or trace", op);
     std::string data;
-    if (!zb_lzma_read(path, &data)) {
+    if (!zb_readFile(path, &data)) {
         std::fprintf(stderr, "zelbase lzma: cannot read %s\n",
                      path != nullptr ? path : "standard input");
         return 1;

@@ -38,3 +38,14 @@ int zb_usageError(const char *format, ...) {
     std::fflush(stderr);
     return kZbExitUsage;
 }
+
+bool zb_readFile(const char *path, std::string *data) {
+    FILE *in = path == nullptr ? stdin : std::fopen(path, "rb");
+    if (in == nullptr) return false;
+    char chunk[65536];
+    size_t n;
+    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data->append(chunk, n);
+    const bool ok = std::ferror(in) == 0;
+    if (in != stdin) std::fclose(in);
+    return ok;
+}

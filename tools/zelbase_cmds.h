@@ -80,6 +80,9 @@ int zb_exitCode(ZEL_RETCODE rc, const char *tool, B_LOG_T *log = nullptr);
 // A user error found in the values after the walk, as the processor reports
 // its own: "error: MESSAGE" on standard error; returns 2.
 int zb_usageError(const char *format, ...) __attribute__((format(printf, 1, 2)));
+// The whole of file `path` (standard input when null) appended to `data`;
+// false when it cannot be opened or read.
+bool zb_readFile(const char *path, std::string *data);
 
 int zb_demo_tags(FILE *out);
 int zb_demo_stack(FILE *out);
