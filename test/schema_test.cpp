@@ -467,6 +467,9 @@ TEST_F(SchemaTest, ColumnSetterCodes) {
     // Finalising a column: a blob needs its drawer, others must have none.
     SCH_COL_INFO b = sch_get_col_by_index(ti, 1);
     SCH_DRAWER_INFO keep = b->drawer;
+    // One column a drawer: a second would free it twice.
+    EXPECT_EQ(sch_col_set_blob_drawer(a, keep->ndx), eBADCAT);
+    EXPECT_EQ(sch_col_set_blob_drawer(b, keep->ndx), sOKAY);
     b->drawer = nullptr;
     EXPECT_EQ(sch_col_finalize(b), eBADCAT);
     b->drawer = keep;

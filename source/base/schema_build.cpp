@@ -793,6 +793,9 @@ ZEL_RETCODE sch_col_set_blob_drawer(SCH_COL_INFO ci, ZEL_DRAWER id) {
     if (id >= sch->next_drawer) return eRANGE;
     SCH_DRAWER_INFO di = sch_user_drawer(sch, id);
     if (!di || di->type != ZEL_DRAWER_BLOB) return eBADCAT;
+    // A drawer serves one column: the column frees it with itself, so a
+    // second column on it would free it twice.
+    if (di->obj.ci != nullptr && di->obj.ci != ci) return eBADCAT;
     ci->drawer = di;
     di->obj.ci = ci;
     return sOKAY;
