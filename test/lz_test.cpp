@@ -104,7 +104,8 @@ class LzTest : public TaggedTest {
   protected:
     void SetUp() override {
         TaggedTest::SetUp();
-        ASSERT_EQ(b_tag_subAlloc(sub, sizeof *ctx, &ctx), sOKAY);
+        // Cleared: a test that never starts a stream still terms it.
+        ASSERT_EQ(b_tag_subAllocClear(sub, sizeof *ctx, &ctx), sOKAY);
     }
     void TearDown() override {
         b_lzTerm(ctx);
