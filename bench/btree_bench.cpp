@@ -5,11 +5,8 @@
 // absl::btree_set of the same pointers ordered by the keys they point to.
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <numeric>
-#include <random>
 #include <set>
 #include <vector>
 
@@ -17,37 +14,18 @@
 #include <absl/container/btree_set.h>
 #endif
 
+#include "bench_keys.h"
 #include "btree.h"
 #include "tag_master_psp.h"
 #include "tag_sub.h"
 
 namespace {
 
-constexpr size_t kKeys = 1000000;
-
-// Distinct random keys in insertion order, and the same keys shuffled again
-// for lookups and erasure.
-struct Keys {
-    std::vector<uint64_t> insert, probe;
-    Keys() : insert(kKeys) {
-        std::mt19937_64 rng(42);
-        std::iota(insert.begin(), insert.end(), uint64_t{0});
-        for (uint64_t &k : insert) k = k * 0x9E3779B97F4A7C15u;  // distinct, spread out
-        std::shuffle(insert.begin(), insert.end(), rng);
-        probe = insert;
-        std::shuffle(probe.begin(), probe.end(), rng);
-    }
-};
-
-const Keys &keys() {
-    static const Keys k;
-    return k;
-}
+using bench::keys;
+using bench::kKeys;
 
 ZEL_COMPARE keyCompare(const void *a, const void *b, const void *) {
-    const uint64_t x = *static_cast<const uint64_t *>(a);
-    const uint64_t y = *static_cast<const uint64_t *>(b);
-    return x < y ? ZEL_LT : (x > y ? ZEL_GT : ZEL_EQ);
+    return bench::keyCompare(a, b);
 }
 
 // A tree on its own tags, `slots` from the benchmark's argument.

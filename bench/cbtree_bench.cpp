@@ -11,14 +11,13 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <numeric>
-#include <random>
 #include <vector>
 
 #ifdef ZELBASE_HAVE_ABSL
 #include <absl/container/btree_set.h>
 #endif
 
+#include "bench_keys.h"
 #include "btree.h"
 #include "cbtree.h"
 #include "tag_master_psp.h"
@@ -26,31 +25,10 @@
 
 namespace {
 
-constexpr size_t kKeys = 1000000;
+using bench::keyCompare;
+using bench::keys;
+using bench::kKeys;
 
-// Distinct random keys in insertion order, and shuffled again for lookups.
-struct Keys {
-    std::vector<uint64_t> insert, probe;
-    Keys() : insert(kKeys) {
-        std::mt19937_64 rng(42);
-        std::iota(insert.begin(), insert.end(), uint64_t{0});
-        for (uint64_t &k : insert) k = k * 0x9E3779B97F4A7C15u;  // distinct, spread out
-        std::shuffle(insert.begin(), insert.end(), rng);
-        probe = insert;
-        std::shuffle(probe.begin(), probe.end(), rng);
-    }
-};
-
-const Keys &keys() {
-    static const Keys k;
-    return k;
-}
-
-ZEL_COMPARE keyCompare(const void *a, const void *b) {
-    const uint64_t x = *static_cast<const uint64_t *>(a);
-    const uint64_t y = *static_cast<const uint64_t *>(b);
-    return x < y ? ZEL_LT : (x > y ? ZEL_GT : ZEL_EQ);
-}
 ZEL_COMPARE btCompare(const void *a, const void *b, const void *) {
     return keyCompare(a, b);
 }

@@ -106,55 +106,40 @@ struct Map {
     int64_t bytes() const { return tags.bytes(); }
 };
 
-struct Mapa {
+// MAPA and MAPB have the same shape of API: one body over their functions.
+template <class T, class Pos, auto init_, auto term_, auto set_, auto find_, auto first_,
+          auto next_, auto erase_>
+struct Ordered {
     Tags tags;
-    B_MAPA_T m{};
-    void init() { b_mapaInit(&m, nullptr, nullptr, tags.sub); }
-    void term() { b_mapaTerm(&m); }
-    void set(uint64_t k) { need(b_mapaSet(&m, k, k)); }
+    T m{};
+    void init() { init_(&m, tags.sub); }
+    void term() { term_(&m); }
+    void set(uint64_t k) { need(set_(&m, k, k)); }
     uint64_t find(uint64_t k) {
         B_MAP_VALUE v = 0;
-        need(b_mapaFind(&m, k, &v));
+        need(find_(&m, k, &v));
         return v;
     }
     uint64_t scan() {
         uint64_t sum = 0;
         B_MAP_KEY k;
         B_MAP_VALUE v;
-        B_MAPA_POS pos;
-        for (ZEL_RETCODE rc = b_mapaFirstEx(&m, &k, &v, &pos); rc == sOKAY;
-             rc = b_mapaNext(&m, &pos, &k, &v, &pos))
+        Pos pos;
+        for (ZEL_RETCODE rc = first_(&m, &k, &v, &pos); rc == sOKAY;
+             rc = next_(&m, &pos, &k, &v, &pos))
             sum += v;
         return sum;
     }
-    void erase(uint64_t k) { need(b_mapaDelete(&m, k)); }
+    void erase(uint64_t k) { need(erase_(&m, k)); }
     int64_t bytes() const { return tags.bytes(); }
 };
 
-struct Mapb {
-    Tags tags;
-    B_MAPB_T m{};
-    void init() { b_mapbInit(&m, nullptr, tags.sub); }
-    void term() { b_mapbTerm(&m); }
-    void set(uint64_t k) { need(b_mapbSet(&m, k, k)); }
-    uint64_t find(uint64_t k) {
-        B_MAP_VALUE v = 0;
-        need(b_mapbFind(&m, k, &v));
-        return v;
-    }
-    uint64_t scan() {
-        uint64_t sum = 0;
-        B_MAP_KEY k;
-        B_MAP_VALUE v;
-        B_MAPB_POS pos;
-        for (ZEL_RETCODE rc = b_mapbFirstEx(&m, &k, &v, &pos); rc == sOKAY;
-             rc = b_mapbNext(&m, &pos, &k, &v, &pos))
-            sum += v;
-        return sum;
-    }
-    void erase(uint64_t k) { need(b_mapbDelete(&m, k)); }
-    int64_t bytes() const { return tags.bytes(); }
-};
+using Mapa = Ordered<B_MAPA_T, B_MAPA_POS,
+                     [](B_MAPA_T *m, B_TAG_SUB sub) { b_mapaInit(m, nullptr, nullptr, sub); },
+                     b_mapaTerm, b_mapaSet, b_mapaFind, b_mapaFirstEx, b_mapaNext, b_mapaDelete>;
+using Mapb =
+    Ordered<B_MAPB_T, B_MAPB_POS, [](B_MAPB_T *m, B_TAG_SUB sub) { b_mapbInit(m, nullptr, sub); },
+            b_mapbTerm, b_mapbSet, b_mapbFind, b_mapbFirstEx, b_mapbNext, b_mapbDelete>;
 
 // Every dense key in the array.
 struct Uintmap {
