@@ -46,22 +46,6 @@ inline constexpr RcCol kRcItemCols[] = {
 };
 inline constexpr ZEL_COL_INDEX kRcItemColCount = sizeof kRcItemCols / sizeof kRcItemCols[0];
 
-inline ZEL_RETCODE rc_drawer(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl, ZEL_INDEX src,
-                             ZEL_DRAWER *pId) {
-    ZEL_RETCODE rc;
-    const ZEL_DRAWER id = sch_next_drawer(sch);
-    if (id >= sch_max_drawer(sch)) ZEL_CHECK(rc = sch_set_max_drawer(sch, id + 8));
-    ZEL_CHECK(rc = sch_set_next_drawer(sch, id + 1));
-    ZEL_CHECK(rc = sch_set_num_drawers(sch, sch_num_drawers(sch) + 1));
-    SCH_DRAWER_INFO di = nullptr;
-    ZEL_CHECK(rc = sch_drawer_create(sch, id, &di));
-    ZEL_CHECK(rc = sch_drawer_set_type(di, type));
-    ZEL_CHECK(rc = sch_drawer_set_source_table(di, tbl));
-    ZEL_CHECK(rc = sch_drawer_set_source_item(di, src));
-    *pId = id;
-    return sOKAY;
-}
-
 inline ZEL_RETCODE rc_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name, const RcCol *cols,
                             ZEL_COL_INDEX n, ZEL_KEY_INDEX maxKeys, ZEL_REF_INDEX maxRefs,
                             SCH_TBL_INFO *pti) {
@@ -70,9 +54,9 @@ inline ZEL_RETCODE rc_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name, co
     ZEL_CHECK(rc = sch_tbl_create(sch, id, &ti));
     ZEL_CHECK(rc = sch_set_num_tables(sch, sch_num_tables(sch) + 1));
     ZEL_CHECK(rc = sch_tbl_set_name(ti, name));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = rc_drawer(sch, ZEL_DRAWER_TABLE, id, id, &d));
-    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_TABLE, id, id, &d));
+    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, sch_drawer_id(d)));
     if (n) {
         ZEL_CHECK(rc = sch_tbl_set_max_cols(ti, n));
         ZEL_CHECK(rc = sch_tbl_set_num_cols(ti, n));
@@ -88,8 +72,8 @@ inline ZEL_RETCODE rc_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name, co
         if (cols[i].elems) ZEL_CHECK(rc = sch_type_set_elems(sch_col_type(ci), cols[i].elems));
         if (cols[i].notNull) ZEL_CHECK(rc = sch_col_set_not_null(ci, nullptr));
         if (cols[i].type & ZEL_TYPE_LOB_BIT) {
-            ZEL_CHECK(rc = rc_drawer(sch, ZEL_DRAWER_BLOB, id, i, &d));
-            ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, d));
+            ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_BLOB, id, i, &d));
+            ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, sch_drawer_id(d)));
         }
         ZEL_CHECK(rc = sch_col_finalize(ci));
     }
@@ -111,9 +95,10 @@ inline ZEL_RETCODE rc_key(SCH_TBL_INFO ti, ZEL_KEY_INDEX id, const char *name, Z
     ZEL_CHECK(rc = sch_key_set_type(ki, type));
     ZEL_CHECK(rc = sch_key_set_method(ki, method));
     if (method != ZEL_KEY_METHOD_AVL) {
-        ZEL_DRAWER d;
-        ZEL_CHECK(rc = rc_drawer(sch_tbl_schema(ti), ZEL_DRAWER_BTREE, sch_tbl_index(ti), id, &d));
-        ZEL_CHECK(rc = sch_key_set_drawer(ki, d));
+        SCH_DRAWER_INFO d = nullptr;
+        ZEL_CHECK(
+            rc = sch_drawer_add(sch_tbl_schema(ti), ZEL_DRAWER_BTREE, sch_tbl_index(ti), id, &d));
+        ZEL_CHECK(rc = sch_key_set_drawer(ki, sch_drawer_id(d)));
     }
     ZEL_CHECK(rc = sch_key_set_num_elems(ki, n));
     for (ZEL_COL_INDEX i = 0; i < n; ++i) {
@@ -134,9 +119,9 @@ inline ZEL_RETCODE rc_ref(SCH_TBL_INFO ti, ZEL_REF_INDEX id, const char *name, Z
     ZEL_CHECK(rc = sch_ref_create(ti, id, &ri));
     ZEL_CHECK(rc = sch_tbl_set_num_refs(ti, sch_tbl_num_refs(ti) + 1));
     ZEL_CHECK(rc = sch_ref_set_name(ri, name));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = rc_drawer(sch_tbl_schema(ti), ZEL_DRAWER_REF, sch_tbl_index(ti), id, &d));
-    ZEL_CHECK(rc = sch_ref_set_drawer(ri, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch_tbl_schema(ti), ZEL_DRAWER_REF, sch_tbl_index(ti), id, &d));
+    ZEL_CHECK(rc = sch_ref_set_drawer(ri, sch_drawer_id(d)));
     ZEL_CHECK(rc = sch_ref_set_reftab(ri, target));
     ZEL_CHECK(rc = sch_ref_set_refkey(ri, 0));
     ZEL_CHECK(rc = sch_ref_set_num_cols(ri, 1));

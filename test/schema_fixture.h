@@ -24,21 +24,6 @@ struct ColDef {
     bool notNull = false;
 };
 
-// The next free drawer number, the array grown to hold it.
-inline ZEL_RETCODE fx_newDrawer(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl,
-                                ZEL_INDEX src, SCH_DRAWER_INFO *pdi) {
-    ZEL_RETCODE rc;
-    const ZEL_DRAWER id = sch_next_drawer(sch);
-    if (id >= sch_max_drawer(sch)) ZEL_CHECK(rc = sch_set_max_drawer(sch, id + 8));
-    ZEL_CHECK(rc = sch_set_next_drawer(sch, id + 1));
-    ZEL_CHECK(rc = sch_drawer_create(sch, id, pdi));
-    ZEL_CHECK(rc = sch_set_num_drawers(sch, sch_num_drawers(sch) + 1));
-    ZEL_CHECK(rc = sch_drawer_set_type(*pdi, type));
-    ZEL_CHECK(rc = sch_drawer_set_source_table(*pdi, tbl));
-    ZEL_CHECK(rc = sch_drawer_set_source_item(*pdi, src));
-    return sOKAY;
-}
-
 // A table with a row drawer and the columns given (blob drawers for large
 // objects); keys and references have room for `maxKeys` and `maxRefs`.
 inline ZEL_RETCODE fx_addTable(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
@@ -52,7 +37,7 @@ inline ZEL_RETCODE fx_addTable(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
     ZEL_CHECK(rc = sch_set_num_tables(sch, sch_num_tables(sch) + 1));
     ZEL_CHECK(rc = sch_tbl_set_name(ti, name));
     SCH_DRAWER_INFO di = nullptr;
-    ZEL_CHECK(rc = fx_newDrawer(sch, ZEL_DRAWER_TABLE, id, id, &di));
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_TABLE, id, id, &di));
     ZEL_CHECK(rc = sch_tbl_set_drawer(ti, sch_drawer_id(di)));
     const auto n = static_cast<ZEL_COL_INDEX>(cols.size());
     ZEL_CHECK(rc = sch_tbl_set_max_cols(ti, n));
@@ -69,7 +54,7 @@ inline ZEL_RETCODE fx_addTable(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
         if (d.notNull) ZEL_CHECK(rc = sch_col_set_not_null(ci, nullptr));
         if (d.type & ZEL_TYPE_LOB_BIT) {
             SCH_DRAWER_INFO bd = nullptr;
-            ZEL_CHECK(rc = fx_newDrawer(sch, ZEL_DRAWER_BLOB, id, i, &bd));
+            ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_BLOB, id, i, &bd));
             ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, sch_drawer_id(bd)));
         }
         ZEL_CHECK(rc = sch_col_finalize(ci));
@@ -97,7 +82,7 @@ inline ZEL_RETCODE fx_addKey(SCH_TBL_INFO ti, ZEL_KEY_INDEX id, const char *name
         const ZEL_DRAWER_TYPE dt = method == ZEL_KEY_METHOD_HASH    ? ZEL_DRAWER_HASH
                                    : method == ZEL_KEY_METHOD_RTREE ? ZEL_DRAWER_RTREE
                                                                     : ZEL_DRAWER_BTREE;
-        ZEL_CHECK(rc = fx_newDrawer(sch_tbl_schema(ti), dt, sch_tbl_index(ti), id, &di));
+        ZEL_CHECK(rc = sch_drawer_add(sch_tbl_schema(ti), dt, sch_tbl_index(ti), id, &di));
         ZEL_CHECK(rc = sch_key_set_drawer(ki, sch_drawer_id(di)));
     }
     ZEL_CHECK(rc = sch_key_set_num_elems(ki, static_cast<ZEL_COL_INDEX>(cols.size())));
@@ -125,7 +110,7 @@ inline ZEL_RETCODE fx_addRef(SCH_TBL_INFO ti, ZEL_REF_INDEX id, const char *name
     ZEL_CHECK(rc = sch_tbl_set_num_refs(ti, sch_tbl_num_refs(ti) + 1));
     if (name) ZEL_CHECK(rc = sch_ref_set_name(ri, name));
     SCH_DRAWER_INFO di = nullptr;
-    ZEL_CHECK(rc = fx_newDrawer(sch_tbl_schema(ti), ZEL_DRAWER_REF, sch_tbl_index(ti), id, &di));
+    ZEL_CHECK(rc = sch_drawer_add(sch_tbl_schema(ti), ZEL_DRAWER_REF, sch_tbl_index(ti), id, &di));
     ZEL_CHECK(rc = sch_ref_set_drawer(ri, sch_drawer_id(di)));
     ZEL_CHECK(rc = sch_ref_set_on_update(ri, onUpdate));
     ZEL_CHECK(rc = sch_ref_set_reftab(ri, target));

@@ -410,6 +410,34 @@ TEST_F(SchemaTest, SizingAndCounters) {
     EXPECT_EQ(sch_tbl_set_max_cols(ti, 1), eRANGE);
 }
 
+// Drawers added at the next number: counted, the array grown by 8 when full,
+// nothing counted or written when refused.
+TEST_F(SchemaTest, DrawerAddTakesTheNextNumber) {
+    SCH_DRAWER_INFO di = nullptr;
+    EXPECT_EQ(sch_drawer_add(sch, ZEL_DRAWER_TABLE, 1, 1, nullptr), eINVNULLARG);
+    EXPECT_EQ(sch_drawer_add(nullptr, ZEL_DRAWER_TABLE, 1, 1, &di), eINVNULLARG);
+    const ZEL_DRAWER first = sch_next_drawer(sch), num = sch_num_drawers(sch);
+    for (ZEL_DRAWER i = 0; i < 10; ++i) {
+        ASSERT_EQ(sch_drawer_add(sch, ZEL_DRAWER_BLOB, 2, i, &di), sOKAY);
+        EXPECT_EQ(sch_drawer_id(di), first + i);
+        EXPECT_EQ(sch_drawer_src_table_id(di), 2u);
+        EXPECT_EQ(sch_drawer_src_ndx(di), i);
+        EXPECT_EQ(sch_drawer_type(di), ZEL_DRAWER_BLOB);
+        EXPECT_EQ(sch_drawer(sch, first + i), di);
+    }
+    EXPECT_EQ(sch_next_drawer(sch), first + 10);
+    EXPECT_EQ(sch_num_drawers(sch), num + 10);
+    EXPECT_GE(sch_max_drawer(sch), first + 10);
+    // A slot taken out of turn is refused, and the counts stand.
+    SCH_DRAWER_INFO taken = nullptr;
+    ASSERT_EQ(sch_drawer_create(sch, first + 10, &taken), sOKAY);
+    di = nullptr;
+    EXPECT_EQ(sch_drawer_add(sch, ZEL_DRAWER_REF, 1, 0, &di), eBADCAT);
+    EXPECT_EQ(di, nullptr);
+    EXPECT_EQ(sch_next_drawer(sch), first + 10);
+    EXPECT_EQ(sch_num_drawers(sch), num + 10);
+}
+
 TEST_F(SchemaTest, TypeSetters) {
     SCH_TBL_INFO ti = nullptr;
     ASSERT_EQ(fx_addTable(sch, 1, "t", {{"a", ZEL_INT32}}, 0, 0, &ti), sOKAY);

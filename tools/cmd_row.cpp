@@ -36,22 +36,6 @@ struct ZbRowCol {
     uint16_t elems = 0;  // array elements
 };
 
-ZEL_RETCODE zb_row_drawer(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl, ZEL_INDEX src,
-                          ZEL_DRAWER *pId) {
-    ZEL_RETCODE rc;
-    const ZEL_DRAWER id = sch_next_drawer(sch);
-    if (id >= sch_max_drawer(sch)) ZEL_CHECK(rc = sch_set_max_drawer(sch, id + 8));
-    ZEL_CHECK(rc = sch_set_next_drawer(sch, id + 1));
-    ZEL_CHECK(rc = sch_set_num_drawers(sch, sch_num_drawers(sch) + 1));
-    SCH_DRAWER_INFO di = nullptr;
-    ZEL_CHECK(rc = sch_drawer_create(sch, id, &di));
-    ZEL_CHECK(rc = sch_drawer_set_type(di, type));
-    ZEL_CHECK(rc = sch_drawer_set_source_table(di, tbl));
-    ZEL_CHECK(rc = sch_drawer_set_source_item(di, src));
-    *pId = id;
-    return sOKAY;
-}
-
 ZEL_RETCODE zb_row_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
                          const std::vector<ZbRowCol> &cols, SCH_TBL_INFO *pti) {
     ZEL_RETCODE rc;
@@ -59,9 +43,9 @@ ZEL_RETCODE zb_row_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
     ZEL_CHECK(rc = sch_tbl_create(sch, id, &ti));
     ZEL_CHECK(rc = sch_set_num_tables(sch, sch_num_tables(sch) + 1));
     ZEL_CHECK(rc = sch_tbl_set_name(ti, name));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = zb_row_drawer(sch, ZEL_DRAWER_TABLE, id, id, &d));
-    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_TABLE, id, id, &d));
+    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, sch_drawer_id(d)));
     const auto n = static_cast<ZEL_COL_INDEX>(cols.size());
     ZEL_CHECK(rc = sch_tbl_set_max_cols(ti, n));
     ZEL_CHECK(rc = sch_tbl_set_num_cols(ti, n));
@@ -76,8 +60,8 @@ ZEL_RETCODE zb_row_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
         if (cols[i].notNull) ZEL_CHECK(rc = sch_col_set_not_null(ci, nullptr));
         if (cols[i].elems) ZEL_CHECK(rc = sch_type_set_elems(sch_col_type(ci), cols[i].elems));
         if (cols[i].type & ZEL_TYPE_LOB_BIT) {
-            ZEL_CHECK(rc = zb_row_drawer(sch, ZEL_DRAWER_BLOB, id, i, &d));
-            ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, d));
+            ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_BLOB, id, i, &d));
+            ZEL_CHECK(rc = sch_col_set_blob_drawer(ci, sch_drawer_id(d)));
         }
         ZEL_CHECK(rc = sch_col_finalize(ci));
     }
@@ -97,12 +81,12 @@ ZEL_RETCODE zb_row_key(SCH_TBL_INFO ti, ZEL_KEY_INDEX id, const char *name, ZEL_
     ZEL_CHECK(rc = sch_key_set_type(ki, type));
     ZEL_CHECK(rc = sch_key_set_method(ki, method));
     if (method != ZEL_KEY_METHOD_AVL) {
-        ZEL_DRAWER d;
+        SCH_DRAWER_INFO d = nullptr;
         const ZEL_DRAWER_TYPE type = method == ZEL_KEY_METHOD_HASH    ? ZEL_DRAWER_HASH
                                      : method == ZEL_KEY_METHOD_RTREE ? ZEL_DRAWER_RTREE
                                                                       : ZEL_DRAWER_BTREE;
-        ZEL_CHECK(rc = zb_row_drawer(sch_tbl_schema(ti), type, sch_tbl_index(ti), id, &d));
-        ZEL_CHECK(rc = sch_key_set_drawer(ki, d));
+        ZEL_CHECK(rc = sch_drawer_add(sch_tbl_schema(ti), type, sch_tbl_index(ti), id, &d));
+        ZEL_CHECK(rc = sch_key_set_drawer(ki, sch_drawer_id(d)));
     }
     ZEL_CHECK(rc = sch_key_set_num_elems(ki, static_cast<ZEL_COL_INDEX>(cols.size())));
     for (size_t i = 0; i < cols.size(); ++i) {
@@ -149,9 +133,9 @@ ZEL_RETCODE zb_row_build(SCH_INFO sch) {
     SCH_REF_INFO ri = nullptr;
     ZEL_CHECK(rc = sch_ref_create(ord, 0, &ri));
     ZEL_CHECK(rc = sch_ref_set_name(ri, "orders_customer"));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = zb_row_drawer(sch, ZEL_DRAWER_REF, 2, 0, &d));
-    ZEL_CHECK(rc = sch_ref_set_drawer(ri, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_REF, 2, 0, &d));
+    ZEL_CHECK(rc = sch_ref_set_drawer(ri, sch_drawer_id(d)));
     ZEL_CHECK(rc = sch_ref_set_reftab(ri, 1));
     ZEL_CHECK(rc = sch_ref_set_refkey(ri, 0));
     ZEL_CHECK(rc = sch_ref_set_num_cols(ri, 1));

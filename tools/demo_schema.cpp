@@ -22,23 +22,6 @@ struct ZbSchemaCol {
     bool notNull;
 };
 
-// A drawer of the next free number for an item of table `tbl`.
-ZEL_RETCODE zb_schema_drawer(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl, ZEL_INDEX src,
-                             ZEL_DRAWER *pId) {
-    ZEL_RETCODE rc;
-    const ZEL_DRAWER id = sch_next_drawer(sch);
-    if (id >= sch_max_drawer(sch)) ZEL_CHECK(rc = sch_set_max_drawer(sch, id + 4));
-    ZEL_CHECK(rc = sch_set_next_drawer(sch, id + 1));
-    ZEL_CHECK(rc = sch_set_num_drawers(sch, sch_num_drawers(sch) + 1));
-    SCH_DRAWER_INFO di = nullptr;
-    ZEL_CHECK(rc = sch_drawer_create(sch, id, &di));
-    ZEL_CHECK(rc = sch_drawer_set_type(di, type));
-    ZEL_CHECK(rc = sch_drawer_set_source_table(di, tbl));
-    ZEL_CHECK(rc = sch_drawer_set_source_item(di, src));
-    *pId = id;
-    return sOKAY;
-}
-
 ZEL_RETCODE zb_schema_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
                             const ZbSchemaCol *cols, ZEL_COL_INDEX n, SCH_TBL_INFO *pti) {
     ZEL_RETCODE rc;
@@ -46,9 +29,9 @@ ZEL_RETCODE zb_schema_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
     ZEL_CHECK(rc = sch_tbl_create(sch, id, &ti));
     ZEL_CHECK(rc = sch_set_num_tables(sch, sch_num_tables(sch) + 1));
     ZEL_CHECK(rc = sch_tbl_set_name(ti, name));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = zb_schema_drawer(sch, ZEL_DRAWER_TABLE, id, id, &d));
-    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_TABLE, id, id, &d));
+    ZEL_CHECK(rc = sch_tbl_set_drawer(ti, sch_drawer_id(d)));
     ZEL_CHECK(rc = sch_tbl_set_max_cols(ti, n));
     ZEL_CHECK(rc = sch_tbl_set_num_cols(ti, n));
     ZEL_CHECK(rc = sch_tbl_set_next_col(ti, n));
@@ -68,8 +51,8 @@ ZEL_RETCODE zb_schema_table(SCH_INFO sch, ZEL_TBL_INDEX id, const char *name,
     ZEL_CHECK(rc = sch_key_create(ti, 0, &ki));
     ZEL_CHECK(rc = sch_key_set_type(ki, ZEL_KEY_TYPE_PRIMARY));
     ZEL_CHECK(rc = sch_key_set_method(ki, ZEL_KEY_METHOD_BTREE));
-    ZEL_CHECK(rc = zb_schema_drawer(sch, ZEL_DRAWER_BTREE, id, 0, &d));
-    ZEL_CHECK(rc = sch_key_set_drawer(ki, d));
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_BTREE, id, 0, &d));
+    ZEL_CHECK(rc = sch_key_set_drawer(ki, sch_drawer_id(d)));
     ZEL_CHECK(rc = sch_key_set_num_elems(ki, 1));
     ZEL_CHECK(rc = sch_elem_set_col(sch_key_elem(ki, 0), 0));
     ZEL_CHECK(rc = sch_key_finalize(ki));
@@ -102,9 +85,9 @@ ZEL_RETCODE zb_schema_build(SCH_INFO sch, SCH_TBL_INFO *pCust, SCH_TBL_INFO *pOr
     ZEL_CHECK(rc = sch_tbl_set_num_refs(ord, 1));
     SCH_REF_INFO ri = nullptr;
     ZEL_CHECK(rc = sch_ref_create(ord, 0, &ri));
-    ZEL_DRAWER d;
-    ZEL_CHECK(rc = zb_schema_drawer(sch, ZEL_DRAWER_REF, 2, 0, &d));
-    ZEL_CHECK(rc = sch_ref_set_drawer(ri, d));
+    SCH_DRAWER_INFO d = nullptr;
+    ZEL_CHECK(rc = sch_drawer_add(sch, ZEL_DRAWER_REF, 2, 0, &d));
+    ZEL_CHECK(rc = sch_ref_set_drawer(ri, sch_drawer_id(d)));
     ZEL_CHECK(rc = sch_ref_set_on_delete(ri, ZEL_REF_ACTION_CASCADE));
     ZEL_CHECK(rc = sch_ref_set_reftab(ri, 1));
     ZEL_CHECK(rc = sch_ref_set_refkey(ri, 0));

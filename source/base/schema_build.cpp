@@ -520,6 +520,27 @@ ZEL_RETCODE sch_drawer_create(SCH_INFO sch, ZEL_DRAWER drawerId, SCH_DRAWER_INFO
     return sOKAY;
 }
 
+ZEL_RETCODE sch_drawer_add(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl, ZEL_INDEX src,
+                           SCH_DRAWER_INFO *pdi) {
+    if (!sch || !pdi) return eINVNULLARG;
+    const ZEL_DRAWER id = sch->next_drawer;
+    if (id == std::numeric_limits<ZEL_DRAWER>::max()) return eRANGE;
+    ZEL_RETCODE rc;
+    if (id >= sch->max_drawer) {
+        const ZEL_DRAWER room = std::numeric_limits<ZEL_DRAWER>::max() - id;
+        ZEL_CHECK(rc = sch_set_max_drawer(sch, id + std::min<ZEL_DRAWER>(8, room)));
+    }
+    SCH_DRAWER_INFO di = nullptr;
+    ZEL_CHECK(rc = sch_drawer_create(sch, id, &di));
+    di->type = type;
+    di->src_tblid = tbl;
+    di->src_id = src;
+    sch->next_drawer = id + 1;
+    sch->num_drawers++;
+    *pdi = di;
+    return sOKAY;
+}
+
 ZEL_RETCODE sch_dom_create(SCH_INFO sch, ZEL_DOM_INDEX id, SCH_DOMAIN_INFO *pmi) {
     if (!sch || !pmi) return eINVNULLARG;
     if (id >= sch->next_domain) return eRANGE;

@@ -65,6 +65,12 @@ ZEL_NODISCARD ZEL_RETCODE sch_tbl_set_next_owner(SCH_TBL_INFO ti, ZEL_REF_INDEX 
 /* id above next_drawer (or past the array). */
 ZEL_NODISCARD ZEL_RETCODE sch_drawer_create(SCH_INFO sch, ZEL_DRAWER drawerId,
                                             SCH_DRAWER_INFO *pdi);
+/* Drawer number next_drawer, of `type` for item `src` of table `tbl`, into
+ * *pdi: the array grows by 8 when full, and next_drawer and num_drawers count
+ * it. eINVNULLARG, eRANGE when the numbers are spent, eNOMEMORY; on failure
+ * the counts stand and *pdi is untouched. */
+ZEL_NODISCARD ZEL_RETCODE sch_drawer_add(SCH_INFO sch, ZEL_DRAWER_TYPE type, ZEL_TBL_INDEX tbl,
+                                         ZEL_INDEX src, SCH_DRAWER_INFO *pdi);
 /* id at or above next_domain. */
 ZEL_NODISCARD ZEL_RETCODE sch_dom_create(SCH_INFO sch, ZEL_DOM_INDEX id, SCH_DOMAIN_INFO *pmi);
 /* id above next_table (or past the array). */
