@@ -14,14 +14,6 @@ int zb_cmd_base64(int argc, char **argv);
 
 namespace {
 
-std::string zb_readAll(FILE *in) {
-    std::string data;
-    char chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, in)) > 0) data.append(chunk, n);
-    return data;
-}
-
 ZEL_RETCODE zb_collect(B_OUTPUT_CTX ctx, uint32_t ch) {
     // The encoder closes its text with a 0 character; that is no output.
     if (ch != 0) static_cast<std::string *>(ctx)->push_back(static_cast<char>(ch));
@@ -53,7 +45,11 @@ int zb_cmd_base64(int argc, char **argv) {
     const bool encode = std::strcmp(action, "encode") == 0;
     if (!encode && std::strcmp(action, "decode") != 0)
         return zb_usageError("Unknown action '%s': encode or decode", action);
-    std::string in = zb_readAll(stdin);
+    std::string in;
+    if (!zb_readFile(nullptr, &in)) {
+        std::fprintf(stderr, "zelbase base64: cannot read standard input\n");
+        return 1;
+    }
     std::string out;
     B_BASE64 b64;
     ZEL_RETCODE rc = sOKAY;

@@ -71,17 +71,8 @@ std::string zb_cbtree_child(uint32_t id) {
 
 // The image of every node number given out, as the file holds it now.
 void zb_cbtree_dump(FILE *out, const B_CBTREE_T *t) {
-    std::vector<uint8_t> file;
-    if (t->fh_open) {
-        FILE *f = std::fopen(t->filename, "rb");
-        if (f != nullptr) {
-            uint8_t chunk[65536];
-            size_t n;
-            while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0)
-                file.insert(file.end(), chunk, chunk + n);
-            std::fclose(f);
-        }
-    }
+    std::string file;
+    if (t->fh_open) (void)zb_readFile(t->filename, &file);  // what could be read
     std::string cached;
     for (const B_CBTREE_NODE *n = t->oldest; n != nullptr; n = n->newer)
         cached += " " + std::to_string(n->id) + (n->modified ? "*" : "");
@@ -95,7 +86,7 @@ void zb_cbtree_dump(FILE *out, const B_CBTREE_T *t) {
             std::fprintf(out, "%-6zu  %-23s  node %" PRIu32 ": not in the file\n", at, "", id);
             continue;
         }
-        const uint8_t *img = file.data() + at;
+        const auto *img = reinterpret_cast<const uint8_t *>(file.data()) + at;
         const uint32_t used = zb_cbtree_u32(img);
         if (used > t->slots) {
             std::fprintf(out, "%-6zu  %-23s  node %" PRIu32 ": used %" PRIu32 ", damaged\n", at,

@@ -114,9 +114,10 @@ int zb_cmd_json(int argc, char **argv) {
     B_INPUT_T in;
     std::string text;
     if (path == nullptr || std::strcmp(path, "-") == 0) {
-        char chunk[65536];
-        size_t n;
-        while ((n = std::fread(chunk, 1, sizeof chunk, stdin)) > 0) text.append(chunk, n);
+        if (!zb_readFile(nullptr, &text)) {
+            std::fprintf(stderr, "zelbase json: cannot read standard input\n");
+            return 1;
+        }
         b_inputInitFromMemory(&in, text.data(), text.size(), tags.sub);
     } else {
         const ZEL_RETCODE rc = b_fileOpen(&file, path, B_FILE_FLAGS_READ);

@@ -155,9 +155,10 @@ int zb_cmd_lex(int argc, char **argv) {
     const char *text = texts.empty() ? "-" : texts[0];
     std::string source;
     if (std::strcmp(text, "-") == 0) {
-        char chunk[65536];
-        size_t n;
-        while ((n = std::fread(chunk, 1, sizeof chunk, stdin)) > 0) source.append(chunk, n);
+        if (!zb_readFile(nullptr, &source)) {
+            std::fprintf(stderr, "zelbase lex: cannot read standard input\n");
+            return 1;
+        }
     } else {
         source = text;
     }

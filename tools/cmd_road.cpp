@@ -7,9 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -86,11 +84,8 @@ int zb_cmd_road(int argc, char **argv) {
     if (rows < 1 || rows > 10000000) return zb_usageError("--rows must be 1 to 10000000");
     std::string json = kZbRoadDemoCatalog;
     if (catalog != nullptr) {
-        std::ifstream in(catalog, std::ios::binary);
-        if (!in) return zb_usageError("Cannot read '%s'", catalog);
-        std::ostringstream text;
-        text << in.rdbuf();
-        json = text.str();
+        json.clear();
+        if (!zb_readFile(catalog, &json)) return zb_usageError("Cannot read '%s'", catalog);
     }
     const ZbTags tags;
     if (!tags.ok()) return 1;

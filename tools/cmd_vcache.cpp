@@ -359,17 +359,8 @@ int zb_cmd_vcache(int argc, char **argv) {
         if (arg[0] < '0' || arg[0] > '9' || *end != '\0' || max > UINT32_MAX)
             return zb_usageError("Out of range for --max: %s", arg);
     }
-    FILE *in = path == nullptr ? stdin : std::fopen(path, "r");
-    if (in == nullptr) {
-        std::fprintf(stderr, "zelbase vcache: cannot read %s\n", path);
-        return 1;
-    }
     std::string script;
-    char chunk[4096];
-    for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, in)) > 0;) script.append(chunk, n);
-    const bool ok = std::ferror(in) == 0;
-    if (in != stdin) std::fclose(in);
-    if (!ok) {
+    if (!zb_readFile(path, &script)) {
         std::fprintf(stderr, "zelbase vcache: cannot read %s\n",
                      path != nullptr ? path : "standard input");
         return 1;
